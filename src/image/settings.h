@@ -8,6 +8,9 @@ namespace ochrel {
 // Text settings hold at most 260 characters and a terminating zero.
 inline constexpr int kSettingTextSize = 261;
 
+// Puts every setting back to its compiled-in value.
+void RestoreDefaultSettings();
+
 extern int AirbrushMotion;
 extern char ApplicationPath[kSettingTextSize];
 extern int AutoAdjustTaskWindow;
