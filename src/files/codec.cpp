@@ -1,0 +1,182 @@
+#include "files/codec.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstring>
+
+namespace ochrel {
+
+namespace {
+constexpr std::uint64_t kDefaultPixelLimit = std::uint64_t{1} << 28;
+std::atomic<std::uint64_t> g_pixelLimit{kDefaultPixelLimit};
+
+struct GreyRamp {
+  BYTE p[768];
+  GreyRamp() {
+    for (int i = 0; i < 256; ++i) p[3 * i] = p[3 * i + 1] = p[3 * i + 2] = static_cast<BYTE>(i);
+  }
+};
+}  // namespace
+
+void SetImagePixelLimit(std::uint64_t pixels) { g_pixelLimit = pixels ? pixels : kDefaultPixelLimit; }
+std::uint64_t GetImagePixelLimit() { return g_pixelLimit; }
+
+bool ImageSizeAllowed(std::int64_t width, std::int64_t height) {
+  if (width <= 0 || height <= 0 || width > kMaxImageSide || height > kMaxImageSide) return false;
+  return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) <= g_pixelLimit;
+}
+
+HDIB NewImage(std::int64_t width, std::int64_t height, int bits, const BYTE* palette) {
+  if (!ImageSizeAllowed(width, height)) return nullptr;
+  return CreateDib(static_cast<int>(width), static_cast<int>(height), palette, bits);
+}
+
+HDIB NewInfo(std::int64_t width, std::int64_t height, int bits, const BYTE* palette) {
+  if (!ImageSizeAllowed(width, height)) return nullptr;
+  bits = AdjustDIBits(bits);
+  HDIB block = MemBlock::Allocate(40 + DibPaletteSize(bits));
+  BITMAPINFOHEADER* h = LockDib(block);
+  if (!h) return nullptr;
+  h->biSize = 40;
+  h->biWidth = static_cast<std::int32_t>(width);
+  h->biHeight = static_cast<std::int32_t>(height);
+  h->biPlanes = 1;
+  h->biBitCount = static_cast<std::uint16_t>(bits);
+  h->biSizeImage = 0;
+  h->biClrUsed = h->biClrImportant = bits <= 8 ? (1u << bits) : 0u;
+  if (bits <= 8 && palette) PutDibPalette(h, palette);
+  return block;
+}
+
+const BYTE* GreyPalette() {
+  static const GreyRamp ramp;
+  return ramp.p;
+}
+
+bool IsGreyDib(const BITMAPINFOHEADER* h) { return h && h->biBitCount == 8 && GetImageType(h) == IMAGE_GREY; }
+
+// ---- Sinks --------------------------------------------------------------------------
+bool VectorSink::Write(const void* data, std::size_t size) {
+  const auto* p = static_cast<const std::uint8_t*>(data);
+  bytes.insert(bytes.end(), p, p + size);
+  return true;
+}
+
+bool FileSink::Write(const void* data, std::size_t size) {
+  if (failed_) return false;
+  if (buffer_.size() + size > kBuffer) {
+    if (!Flush()) return false;
+    if (size >= kBuffer) {
+      if (std::fwrite(data, 1, size, file_) != size) failed_ = true;
+      return !failed_;
+    }
+  }
+  const auto* p = static_cast<const std::uint8_t*>(data);
+  buffer_.insert(buffer_.end(), p, p + size);
+  return true;
+}
+
+bool FileSink::Flush() {
+  if (failed_) return false;
+  if (!buffer_.empty() && std::fwrite(buffer_.data(), 1, buffer_.size(), file_) != buffer_.size())
+    failed_ = true;
+  buffer_.clear();
+  return !failed_;
+}
+
+// ---- Reading ----------------------------------------------------------------------------
+FileBytes::FileBytes(const char* path) {
+  if (!path || !*path) return;
+  int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return;
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    ::close(fd);
+    return;
+  }
+  std::size_t size = static_cast<std::size_t>(st.st_size);
+  if (size == 0) {
+    ok_ = true;  // an empty file reads fine; every decoder refuses it
+  } else if (size >= (std::size_t{1} << 16)) {
+    void* m = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
+    if (m != MAP_FAILED) {
+      ::madvise(m, size, MADV_SEQUENTIAL);
+      data_ = static_cast<const std::uint8_t*>(m);
+      size_ = size;
+      mapped_ = ok_ = true;
+    }
+  }
+  if (!ok_) {
+    try {
+      copy_.resize(size);
+    } catch (...) {
+      ::close(fd);
+      return;
+    }
+    std::size_t done = 0;
+    while (done < size) {
+      ssize_t n = ::read(fd, copy_.data() + done, size - done);
+      if (n <= 0) break;
+      done += static_cast<std::size_t>(n);
+    }
+    if (done == size) {
+      data_ = copy_.data();
+      size_ = size;
+      ok_ = true;
+    }
+  }
+  ::close(fd);
+}
+
+FileBytes::~FileBytes() {
+  if (mapped_) ::munmap(const_cast<std::uint8_t*>(data_), size_);
+}
+
+// ---- Writing -----------------------------------------------------------------------------
+bool WriteFileAtomically(const std::string& path, const std::function<bool(ByteSink&)>& encode) {
+  if (path.empty()) return false;
+  std::string::size_type slash = path.rfind('/');
+  std::string folder = slash == std::string::npos ? std::string(".") : path.substr(0, slash + 1);
+  std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  if (name.empty()) return false;
+  std::string temp = (slash == std::string::npos ? std::string() : folder) + "." + name + ".XXXXXX";
+  std::vector<char> templ(temp.begin(), temp.end());
+  templ.push_back('\0');
+  int fd = ::mkstemp(templ.data());
+  if (fd < 0) return false;
+  // Keep the permissions of a file being replaced; a new file gets the usual
+  // ones, as if created with fopen.
+  struct stat old {};
+  mode_t mode;
+  if (::stat(path.c_str(), &old) == 0) {
+    mode = old.st_mode & 07777;
+  } else {
+    mode_t mask = ::umask(0);
+    ::umask(mask);
+    mode = 0666 & ~mask;
+  }
+  ::fchmod(fd, mode);
+  std::FILE* f = ::fdopen(fd, "wb");
+  if (!f) {
+    ::close(fd);
+    ::unlink(templ.data());
+    return false;
+  }
+  bool ok;
+  {
+    FileSink sink(f);
+    ok = encode(sink) && sink.Flush();
+  }
+  ok = (std::fflush(f) == 0) && ok;
+  ok = ok && ::fsync(::fileno(f)) == 0;
+  ok = (std::fclose(f) == 0) && ok;
+  if (ok) ok = ::rename(templ.data(), path.c_str()) == 0;
+  if (!ok) ::unlink(templ.data());
+  return ok;
+}
+
+}  // namespace ochrel

@@ -1,0 +1,103 @@
+// The image format layer: the extension of a path picks one of five formats,
+// whose reader turns the file into a packed DIB and whose writer turns a DIB
+// back into a file. Nothing here looks into a file to guess its format.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "image/dib.h"
+
+namespace ochrel {
+
+// The file-error texts, string-table entries 0 to 15.
+enum FileError : int {
+  FILEERR_OK = 0,
+  FILEERR_OPEN = 1,
+  FILEERR_CORRUPT = 2,
+  FILEERR_READ = 3,
+  FILEERR_CANCELLED = 4,
+  FILEERR_UNSUPPORTED_FUNCTION = 5,
+  FILEERR_MEMORY = 6,
+  FILEERR_INFORMATION = 7,
+  FILEERR_UNSUPPORTED_FORMAT = 8,
+  FILEERR_RENAME = 9,
+  FILEERR_CREATE = 10,
+  FILEERR_WRITE = 11,
+  FILEERR_TOO_MANY_COLOURS = 12,
+  FILEERR_UNSUITABLE = 13,
+  FILEERR_RESOURCE = 14,
+  FILEERR_LIBRARY = 15,
+};
+// The text of an entry, or "" outside 0..15.
+const char* FileErrorText(int code);
+
+// One row per format: the extension without its dot and three operations on a path.
+struct IMAGEPROC {
+  const char* extension;
+  HDIB (*information)(const char* path);  // header and palette only
+  HDIB (*read)(const char* path);         // the complete DIB
+  std::uint16_t (*write)(const char* path, const HDIB& dib);  // non-zero on success
+};
+extern const IMAGEPROC imageproc[5];
+
+// The path-level operations of each format.
+HDIB JPGGetFileInformation(const char* path);
+HDIB JPGReadGraphicFile(const char* path);
+// The quality may ride on the path as a "/Q:n" suffix; it is stripped before
+// the file is made. Without it the quality is 75.
+std::uint16_t JPGWriteGraphicFile(const char* path, const HDIB& dib);
+HDIB BMPGetFileInformation(const char* path);
+HDIB BMPReadGraphicFile(const char* path);
+std::uint16_t BMPWriteGraphicFile(const char* path, const HDIB& dib);
+HDIB PCXGetFileInformation(const char* path);
+HDIB PCXReadGraphicFile(const char* path);
+std::uint16_t PCXWriteGraphicFile(const char* path, const HDIB& dib);
+HDIB TGAGetFileInformation(const char* path);
+HDIB TGAReadGraphicFile(const char* path);
+std::uint16_t TGAWriteGraphicFile(const char* path, const HDIB& dib);
+HDIB PNGGetFileInformation(const char* path);
+HDIB PNGReadGraphicFile(const char* path);
+std::uint16_t PNGWriteGraphicFile(const char* path, const HDIB& dib);
+
+int GetImageTypeCount();
+// The row whose extension is the path's (ignoring case), or -1.
+int FindImageFormat(const char* path);
+// Copies a row's extension into text (at most size bytes with the terminator)
+// and returns the number of formats, or -1 for a bad index.
+int GetFormatExtension(char* text, int index, int size);
+// Width, height, depth and palette (768 bytes) of a file; each may be null.
+// 1 on success, 0 when the format is unknown or the file can't be read.
+int GetImageInfo(const char* path, int* width, int* height, int* bits, BYTE* palette);
+// The file as a DIB, or null for an unknown extension or a failed read.
+HDIB LoadImage(const char* path);
+// Loads into image (replacing it only on success); non-zero on success.
+int LoadGraphicFile(HDIB& image, const char* path);
+
+// The path the write function of row `format` gets: a ".jpg" name in any case
+// carries the JPEG quality as "/Q:n" when the path is short enough.
+std::string WriteImagePath(const char* path, int format);
+// 1 on success, 0 for an unknown extension or a failed write.
+int WriteImage(const char* path, const HDIB& dib);
+
+// What the user interface lends to a save: a wait cursor while it runs, the
+// question when no backup could be made, and the status field's reset. The
+// defaults do nothing and answer No, which leaves the old file alone.
+struct FileHooks {
+  std::function<void()> beginWait;
+  std::function<void()> endWait;
+  std::function<bool(const char* question)> askYesNo;
+  std::function<void()> closeStatus;
+};
+void SetFileHooks(FileHooks hooks);
+// "dir/photo.jpg" -> "dir/photo.bak.jpg"; a name without extension gets ".bak".
+std::string BackupFileName(const std::string& path);
+// The question asked when the backup copy fails.
+extern const char* const kBackupQuestion;
+// Saves image to path: backup first when CreateBackups is set and the file
+// exists, then the write. 1 on success, 0 otherwise (also when the user
+// declines to save without a backup).
+int WriteGraphicFile(const HDIB& image, const char* path);
+
+}  // namespace ochrel

@@ -1,0 +1,209 @@
+// TGA: colour-mapped (1, 9), true-colour (2, 10) and grey (3, 11) images,
+// raw or run-length coded, with the origin at either corner.
+//
+// We write run-length coded files (types 9, 10, 11), bottom-left origin, with
+// packets that never cross a row.
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "files/codec.h"
+
+namespace ochrel {
+
+namespace {
+constexpr std::size_t kHeader = 18;
+
+// Expands one 15/16-bit value (A RRRRR GGGGG BBBBB, little-endian) to B, G, R.
+inline void Expand555(std::uint16_t v, BYTE* bgr) {
+  unsigned r = (v >> 10) & 31, g = (v >> 5) & 31, b = v & 31;
+  bgr[0] = static_cast<BYTE>((b << 3) | (b >> 2));
+  bgr[1] = static_cast<BYTE>((g << 3) | (g >> 2));
+  bgr[2] = static_cast<BYTE>((r << 3) | (r >> 2));
+}
+
+// Emits one row of `count` pixels of `size` bytes as run and raw packets.
+void PutRleRow(std::vector<std::uint8_t>& out, const std::uint8_t* px, int count, int size) {
+  int i = 0;
+  auto same = [&](int a, int b) { return std::memcmp(px + a * size, px + b * size, static_cast<std::size_t>(size)) == 0; };
+  while (i < count) {
+    int run = 1;
+    while (i + run < count && run < 128 && same(i, i + run)) ++run;
+    if (run >= 2) {
+      out.push_back(static_cast<std::uint8_t>(0x80 | (run - 1)));
+      out.insert(out.end(), px + i * size, px + (i + 1) * size);
+      i += run;
+      continue;
+    }
+    // A raw packet runs until two equal neighbours start a run.
+    int raw = 1;
+    while (i + raw < count && raw < 128 && !(i + raw + 1 < count && same(i + raw, i + raw + 1))) ++raw;
+    out.push_back(static_cast<std::uint8_t>(raw - 1));
+    out.insert(out.end(), px + i * size, px + (i + raw) * size);
+    i += raw;
+  }
+}
+}  // namespace
+
+HDIB TgaDecode(ByteSpan data, bool infoOnly) {
+  const std::uint8_t* p = data.data();
+  const std::size_t n = data.size();
+  if (n < kHeader) return nullptr;
+  const int idLength = p[0], mapType = p[1], type = p[2];
+  const unsigned mapFirst = Le16(p + 3), mapLength = Le16(p + 5), mapEntry = p[7];
+  const std::int64_t width = Le16(p + 12), height = Le16(p + 14);
+  const int depth = p[16], descriptor = p[17];
+  const bool rle = type >= 9;
+  const int base = rle ? type - 8 : type;
+  if (mapType > 1 || (type != 1 && type != 2 && type != 3 && type != 9 && type != 10 && type != 11)) return nullptr;
+  if (!ImageSizeAllowed(width, height)) return nullptr;
+  int outBits;
+  if (base == 1) {
+    if (mapType != 1 || depth != 8) return nullptr;
+    if (mapEntry != 15 && mapEntry != 16 && mapEntry != 24 && mapEntry != 32) return nullptr;
+    outBits = 8;
+  } else if (base == 2) {
+    if (depth != 15 && depth != 16 && depth != 24 && depth != 32) return nullptr;
+    outBits = 24;
+  } else {
+    if (depth != 8 && depth != 16) return nullptr;
+    outBits = 8;
+  }
+  std::size_t pos = kHeader + static_cast<std::size_t>(idLength);
+  std::size_t entryBytes = (mapEntry + 7) / 8;
+  std::size_t mapBytes = mapType ? static_cast<std::size_t>(mapLength) * entryBytes : 0;
+  if (pos > n || n - pos < mapBytes) return nullptr;
+  BYTE palette[768] = {};
+  if (base == 3) {
+    std::memcpy(palette, GreyPalette(), 768);
+  } else if (base == 1) {
+    for (unsigned i = 0; i < mapLength; ++i) {
+      unsigned index = mapFirst + i;
+      if (index > 255) break;
+      const std::uint8_t* e = p + pos + i * entryBytes;
+      BYTE bgr[3];
+      if (entryBytes == 2) Expand555(Le16(e), bgr);
+      else bgr[0] = e[0], bgr[1] = e[1], bgr[2] = e[2];
+      palette[3 * index] = bgr[2];
+      palette[3 * index + 1] = bgr[1];
+      palette[3 * index + 2] = bgr[0];
+    }
+  }
+  pos += mapBytes;
+  if (infoOnly) return NewInfo(width, height, outBits, palette);
+
+  const int w = static_cast<int>(width), h = static_cast<int>(height);
+  const std::size_t px = (static_cast<std::size_t>(depth) + 7) / 8;
+  const std::size_t rowBytes = px * static_cast<std::size_t>(w);
+  if (!rle && (n - pos) / rowBytes < static_cast<std::size_t>(h)) return nullptr;
+  HDIB out = NewImage(width, height, outBits, palette);
+  BITMAPINFOHEADER* dib = LockDib(out);
+  if (!dib) return nullptr;
+  std::vector<std::uint8_t> line;
+  try {
+    line.resize(rowBytes);
+  } catch (...) {
+    return nullptr;
+  }
+  const bool topFirst = descriptor & 0x20, rightToLeft = descriptor & 0x10;
+  const std::uint8_t* s = p;
+  unsigned packetLeft = 0;
+  bool packetRun = false;
+  const std::uint8_t* runPixel = nullptr;
+  for (int fy = 0; fy < h; ++fy) {
+    const std::uint8_t* src;
+    if (!rle) {
+      src = s + pos;
+      pos += rowBytes;
+    } else {
+      // Packets may span rows in older files; keep their state across rows.
+      for (int x = 0; x < w;) {
+        if (!packetLeft) {
+          if (pos >= n) return nullptr;
+          std::uint8_t head = s[pos++];
+          packetLeft = (head & 0x7Fu) + 1;
+          packetRun = head & 0x80;
+          if (packetRun) {
+            if (n - pos < px) return nullptr;
+            runPixel = s + pos;
+            pos += px;
+          }
+        }
+        unsigned k = std::min<unsigned>(packetLeft, static_cast<unsigned>(w - x));
+        std::uint8_t* dst = line.data() + static_cast<std::size_t>(x) * px;
+        if (packetRun) {
+          for (unsigned j = 0; j < k; ++j) std::memcpy(dst + j * px, runPixel, px);
+        } else {
+          if (n - pos < k * px) return nullptr;
+          std::memcpy(dst, s + pos, k * px);
+          pos += k * px;
+        }
+        x += static_cast<int>(k);
+        packetLeft -= k;
+      }
+      src = line.data();
+    }
+    int y = topFirst ? fy : h - 1 - fy;
+    BYTE* row = DibRow(dib, y);
+    for (int fx = 0; fx < w; ++fx) {
+      int x = rightToLeft ? w - 1 - fx : fx;
+      const std::uint8_t* q = src + static_cast<std::size_t>(fx) * px;
+      if (outBits == 8) {
+        row[x] = q[0];
+      } else if (px == 2) {
+        Expand555(Le16(q), row + 3 * x);
+      } else {
+        row[3 * x] = q[0];
+        row[3 * x + 1] = q[1];
+        row[3 * x + 2] = q[2];
+      }
+    }
+  }
+  return out;
+}
+
+bool TgaEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
+  if (!image || image->biWidth <= 0 || image->biHeight <= 0) return false;
+  const int bits = image->biBitCount;
+  const int w = image->biWidth, h = image->biHeight;
+  if (w > 65535 || h > 65535) return false;
+  if (bits != 1 && bits != 4 && bits != 8 && bits != 24) return false;
+  const bool grey = IsGreyDib(image);
+  std::uint8_t head[kHeader] = {};
+  int mapCount = bits <= 8 && !grey ? (1 << bits) : 0;
+  head[1] = mapCount ? 1 : 0;
+  head[2] = bits == 24 ? 10 : (grey ? 11 : 9);
+  PutLe16(head + 5, static_cast<std::uint32_t>(mapCount));
+  head[7] = mapCount ? 24 : 0;
+  PutLe16(head + 12, static_cast<std::uint32_t>(w));
+  PutLe16(head + 14, static_cast<std::uint32_t>(h));
+  head[16] = bits == 24 ? 24 : 8;
+  head[17] = 0;  // bottom-left origin: our rows go out in memory order
+  if (!out.Write(head, kHeader)) return false;
+  if (mapCount) {
+    // Colour map entries are blue, green, red: our palette entries without the pad byte.
+    std::vector<std::uint8_t> map(static_cast<std::size_t>(mapCount) * 3);
+    const BYTE* e = DibPaletteEntries(image);
+    for (int i = 0; i < mapCount; ++i) std::memcpy(&map[3 * static_cast<std::size_t>(i)], e + 4 * i, 3);
+    if (!out.Write(map.data(), map.size())) return false;
+  }
+  const int size = bits == 24 ? 3 : 1;
+  std::vector<std::uint8_t> wide(bits < 8 ? static_cast<std::size_t>(w) : 0), coded;
+  coded.reserve(static_cast<std::size_t>(w) * size * 2 + 16);
+  for (int y = h - 1; y >= 0; --y) {
+    const BYTE* row = DibRow(image, y);
+    if (bits < 8) {
+      // Files have no depth under 8: each pixel widens to its own byte.
+      for (int x = 0; x < w; ++x)
+        wide[static_cast<std::size_t>(x)] = bits == 4 ? ((x & 1) ? (row[x >> 1] & 15) : (row[x >> 1] >> 4))
+                                                      : ((row[x >> 3] & masktable[x & 7]) ? 1 : 0);
+      row = wide.data();
+    }
+    coded.clear();
+    PutRleRow(coded, row, w, size);
+    if (!out.Write(coded.data(), coded.size())) return false;
+  }
+  return true;
+}
+
+}  // namespace ochrel
