@@ -1,0 +1,606 @@
+// Reading and writing OCHREL.INI: the exact written text, the lenient reader,
+// the recent-path section, the early start-up read and UpdateDefaults.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "frame/config.h"
+#include "frame/paths.h"
+#include "frame/recentpaths.h"
+
+namespace fs = std::filesystem;
+
+namespace ochrel {
+namespace {
+
+// The file as it must be written from the compiled-in settings, apart from
+// the date line, which the test puts in.
+const char kDefaultFileBody[] = R"INI(;Varnwick Studio Paint configuration file
+;Edit this at your own risk
+;VarnwickStudioPaintProfessional 2.0a
+<DATE>
+;
+[Varnwick Studio Paint]
+AirbrushMotion = 4
+ApplicationPath = 
+AutoAdjustTaskWindow = 1
+BuildDate = Jul 31 2002
+ButtonList = <BUTTONS>
+ColourTableFile = OCHREL.CCL
+ColourToleranceIdentical = 1
+CreateBackups = 1
+DefaultAntialias = 1
+DefaultBlueTolerance = 16
+DefaultAirBrushFlow = 50
+DefaultAirBrushShape = 0
+DefaultAirBrushSoftness = 50
+DefaultAirBrushThickness = 16
+DefaultBrushShape = 0
+DefaultBrushSoftness = 50
+DefaultBrushThickness = 16
+DefaultBrushType = 0
+DefaultDepth = 600
+DefaultEraserBrushShape = 0
+DefaultEraserBrushSoftness = 50
+DefaultEraserBrushThickness = 16
+DefaultEraserBrushType = 1
+DefaultFillColour = 8421504
+DefaultFillType = 0
+DefaultFilterType = 
+DefaultFragmentPasteMode = 0
+DefaultGreenTolerance = 16
+DefaultGridActive = 0
+DefaultGridHorizontal = 8
+DefaultGridShow = 1
+DefaultGridVertical = 8
+DefaultHardBrushAngle = 0
+DefaultHardBrushFlat = 0
+DefaultHardBrushShape = 0
+DefaultHardBrushThickness = 16
+DefaultLineCap = 8704
+DefaultLineThickness = 1
+DefaultMatchType = 0
+DefaultNewColour = 16777215
+DefaultNewType = 0
+DefaultOpacity = 255
+DefaultPaintColour = 0
+DefaultPaperColour = 16777215
+DefaultRedTolerance = 16
+DefaultReplacerSize = 32
+DefaultShadow = 0
+DefaultSolidFillMode = 0
+DefaultSpraycanFlow = 5
+DefaultSpraycanThickness = 32
+DefaultTextFontBold = 0
+DefaultTextFontCharacterSpace = 100
+DefaultTextFontName = ARIAL
+DefaultTextFontItal = 0
+DefaultTextFontJust = 0
+DefaultTextFontLineSpace = 100
+DefaultTextFontSize = 24
+DefaultTextFontUnder = 0
+DefaultTextureFileName = Ochrel.FFT
+DefaultUndoThickness = 16
+DefaultUndoShape = 0
+DefaultUndoType = 0
+DefaultUndoSoftness = 50
+DefaultViewMode = 5
+DefaultWidth = 800
+DitherBrightness = 25
+DitherContrast = 25
+FillTypeRightClick = 1
+FilterApplyToDuplicate = 0
+FilterBlue = 128
+FilterBrightness = 128
+FilterContrast = 128
+FilterEmbossSigma = 25
+FilterEmbossWidth = 5
+FilterFlipDirection = 0
+FilterGaussianRadius = 40
+FilterGaussianSigma = 50
+FilterGreen = 128
+FilterIntensity = 128
+FilterNoiseColour = 0
+FilterNoiseLevel = 16
+FilterNoiseType = 0
+FilterOilpaintRadius = 250
+FilterRed = 128
+FilterRemember = 1
+FilterResizeInterpolate = 1
+FilterResizeConstant = 1
+FilterRotateAngle = 0
+FilterRotateDirection = 0
+FilterRotateInterpolate = 1
+FilterRotatePreserve = 0
+FilterShadeAzimuth = 135
+FilterShadeElevation = 30
+FilterShadeLevel = 1
+FilterSharpenSigma = 25
+FilterSharpenWidth = 5
+FilterSolarizeThreshold = 128
+FilterSwirlDegrees = 45
+FilterUnsharpAmount = 4
+FilterUnsharpThreshold = 1
+FilterVignetteLevel = 10
+FilterVignetteOffsetLevel = 0
+FontListSize = 320
+FontListSampleSize = 22
+FloodFillStackSize = 4096
+ForRent = This space for rent...
+GradientType = 0
+GradientStartColour = 16777215
+GradientEndColour = 0
+GradientEdgePad = 0
+GradientCenterX = 0
+GradientCenterY = 0
+GradientMidpoint = 0
+GradientAngle = 0
+ImageAttributesDirection = 200
+ImageFileOpenIndex = 1
+JPEGQualityFactor = 75
+LastTipDate = 0
+LiveButtons = 1
+LogoDelay = 8000
+MatrixLibrary = Ochrel.MTX
+MatrixDefaultTile = 
+MaximizeBrowser = 1
+OpenPath = 
+NudgeSize = 1
+PatchLevel = 2
+RevertAfterEyedropper = 1
+SettingsLeft = 0
+SettingsTop = 0
+ShadowColor = 8421504
+ShadowDirection = 7
+ShadowOpacity = 255
+ShadowSoft = 15
+ShadowType = 0
+ShadowOffset = 6
+ShowFileOpenPreview = 1
+ShowFontNameSamples = 1
+ShowStartupWindow = 1
+ShowTipOfTheDay = 1
+SpraycanMotion = 4
+StartMaximized = 0
+StickyWindowBottom = 4294967295
+StickyWindowLeft = 4294967295
+StickyWindowRight = 4294967295
+StickyWindowTop = 4294967295
+TextFontExampleString = AaBbCc
+TipOfTheDay = 0
+ToolBoxDouble = 1
+ToolBoxLeft = 0
+ToolBoxTop = 0
+ToMonoType = 101
+ToPaletteType = 101
+UpdateDefaults = 0
+VersionNumber = 64
+WarnNonBeta = 1
+WarnShowManual = 1
+;----- Menu items ------
+[Varnwick Studio PaintItems]
+)INI";
+
+std::string DefaultFileText(const std::string& dateLine, const std::string& menuLines) {
+  std::string s = kDefaultFileBody;
+  s.replace(s.find("<DATE>"), 6, dateLine);
+  s.replace(s.find("<BUTTONS>"), 9, std::string(":9235") + '\xBE' + "67");
+  return s + menuLines;
+}
+
+std::string ReadAll(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+void WriteText(const fs::path& p, const std::string& text) {
+  std::ofstream out(p, std::ios::binary);
+  out << text;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> out;
+  std::stringstream ss(text);
+  for (std::string line; std::getline(ss, line);) out.push_back(line);
+  return out;
+}
+
+std::string AllValues() {
+  std::string s;
+  for (const CONFIGITEM& item : configitem) s += std::string(item.name) + "=" + FormatConfigValue(item) + "\n";
+  return s;
+}
+
+class ConfigFile : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    RestoreDefaultSettings();
+    char tmpl[] = "/tmp/ochrel-config-test-XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    dir_ = tmpl;
+    ini_ = dir_ / "OCHREL.INI";
+    setenv("OCHREL_CONFIG_DIR", (dir_ / "cfg").c_str(), 1);
+  }
+  void TearDown() override {
+    RestoreDefaultSettings();
+    unsetenv("OCHREL_CONFIG_DIR");
+    std::error_code ec;
+    fs::remove_all(dir_, ec);
+  }
+  // Loads a file made of the given text.
+  void Load(const std::string& text) {
+    WriteText(ini_, text);
+    LoadConfigFile(ini_);
+  }
+  fs::path Touch(const std::string& name) {
+    fs::path p = dir_ / name;
+    WriteText(p, "x");
+    return p;
+  }
+  fs::path dir_, ini_;
+};
+
+TEST_F(ConfigFile, WrittenFileMatchesTheFormatByteForByte) {
+  fs::path a = Touch("a.png"), b = Touch("b.jpg");
+  RecentPaths recent(FileMenuRange);
+  ASSERT_TRUE(recent.Add(a.string()));
+  ASSERT_TRUE(recent.Add(b.string()));  // b is the newest
+  ASSERT_TRUE(SaveConfigFile(ini_, recent));
+  std::string text = ReadAll(ini_);
+  std::vector<std::string> lines = Lines(text);
+  ASSERT_GT(lines.size(), 4u);
+  const std::string& date = lines[3];
+  // ";Last updated " and ctime's 24 characters, e.g. "Sun Sep  9 01:46:40 2001".
+  ASSERT_EQ(date.size(), 14u + 24u) << date;
+  EXPECT_EQ(date.substr(0, 14), ";Last updated ");
+  EXPECT_EQ(text, DefaultFileText(date, "MenuItem = " + a.string() + "\nMenuItem = " + b.string() + "\n"));
+}
+
+TEST_F(ConfigFile, DateLineHasTheCtimeForm) {
+  const char* oldTz = std::getenv("TZ");
+  std::string saved = oldTz ? oldTz : "";
+  setenv("TZ", "UTC", 1);
+  tzset();
+  RecentPaths none;
+  std::vector<std::string> lines = Lines(FormatConfig(none, 1000000000));
+  std::vector<std::string> early = Lines(FormatConfig(none, 86400 * 3 + 5));
+  if (oldTz) setenv("TZ", saved.c_str(), 1);
+  else unsetenv("TZ");
+  tzset();
+  ASSERT_GT(lines.size(), 4u);
+  EXPECT_EQ(lines[3], ";Last updated Sun Sep  9 01:46:40 2001");
+  EXPECT_EQ(early[3], ";Last updated Sun Jan  4 00:00:05 1970");
+  EXPECT_EQ(lines[2], std::string(";") + AppName());
+  EXPECT_STREQ(AppName(), "VarnwickStudioPaintProfessional 2.0a");
+}
+
+TEST_F(ConfigFile, MinusOneSurvivesWriteAndRead) {
+  StickyWindowLeft = -1;
+  StickyWindowTop = -7;
+  DefaultPaperColour = 0x7FFFFFFF;
+  RecentPaths none;
+  ASSERT_TRUE(SaveConfigFile(ini_, none));
+  std::string text = ReadAll(ini_);
+  EXPECT_NE(text.find("\nStickyWindowLeft = 4294967295\n"), std::string::npos);
+  EXPECT_NE(text.find("\nStickyWindowTop = 4294967289\n"), std::string::npos);
+  StickyWindowLeft = StickyWindowTop = DefaultPaperColour = 0;
+  LoadConfigFile(ini_);
+  EXPECT_EQ(StickyWindowLeft, -1);
+  EXPECT_EQ(StickyWindowTop, -7);
+  EXPECT_EQ(DefaultPaperColour, 0x7FFFFFFF);
+}
+
+TEST_F(ConfigFile, WholeTableRoundTrips) {
+  // Give every readable row a value unlike its default, save, reset, load.
+  int k = 0;
+  for (const CONFIGITEM& item : configitem) {
+    ++k;
+    if (item.number) *item.number = k * 7919 - 300000;
+    else SetConfigValue(item, "value " + std::to_string(k) + " with blanks");
+  }
+  std::string written = AllValues();
+  RecentPaths none;
+  ASSERT_TRUE(SaveConfigFile(ini_, none));
+  RestoreDefaultSettings();
+  LoadConfigFile(ini_);
+  for (const CONFIGITEM& item : configitem) {
+    if (item.flags & CI_WRITEONLY) continue;  // those keep the build's values
+    SCOPED_TRACE(item.name);
+    std::string want = written.substr(written.find(std::string("\n") + item.name + "=") + 1);
+    want = want.substr(want.find('=') + 1);
+    EXPECT_EQ(FormatConfigValue(item), want.substr(0, want.find('\n')));
+  }
+  EXPECT_EQ(VersionNumber, 64);
+  EXPECT_EQ(PatchLevel, 2);
+  EXPECT_STREQ(BuildDate, "Jul 31 2002");
+}
+
+TEST_F(ConfigFile, BlanksAroundTheEqualsSignDontMatter) {
+  const char* forms[] = {"JPEGQualityFactor = 33\n", "JPEGQualityFactor=33\n", "JPEGQualityFactor   ==  33\n",
+                         "JPEGQualityFactor= 33\r\n", "JPEGQualityFactor 33\n"};
+  for (const char* line : forms) {
+    SCOPED_TRACE(line);
+    RestoreDefaultSettings();
+    Load(line);
+    EXPECT_EQ(JPEGQualityFactor, 33);
+  }
+  RestoreDefaultSettings();
+  Load("TextFontExampleString=Hello  world\nOpenPath   =   /home/me/\n");
+  EXPECT_STREQ(TextFontExampleString, "Hello  world");
+  EXPECT_STREQ(OpenPath, "/home/me/");
+}
+
+TEST_F(ConfigFile, WriteOnlyRowsInTheFileChangeNothing) {
+  std::string before = AllValues();
+  Load("VersionNumber = 99\nPatchLevel = 7\nBuildDate = Jan 1 2030\nVersion = 5\nBuildD = x\n");
+  EXPECT_EQ(AllValues(), before);
+  // A key that only a write-only row would match falls through to the next
+  // readable row that starts with it: "Bu" is the start of ButtonList too.
+  Load("Bu = 123\n");
+  EXPECT_STREQ(ButtonList, "123");
+  EXPECT_STREQ(BuildDate, "Jul 31 2002");
+}
+
+TEST_F(ConfigFile, KeyThatIsOnlyTheStartOfANameSetsTheFirstSuchRow) {
+  Load("ToolBox = 0\n");
+  EXPECT_EQ(ToolBoxDouble, 0);
+  EXPECT_EQ(ToolBoxLeft, 0);
+  EXPECT_EQ(ToolBoxTop, 0);
+  Load("ToolBox = 44\nD = 0\nFilterS = 3\n");
+  EXPECT_EQ(ToolBoxDouble, 44);
+  EXPECT_EQ(ToolBoxLeft, 0);
+  EXPECT_EQ(DefaultAntialias, 0);          // first row beginning with D
+  EXPECT_EQ(DefaultBlueTolerance, 16);
+  EXPECT_EQ(FilterShadeAzimuth, 3);        // first row beginning with FilterS
+  EXPECT_EQ(FilterShadeElevation, 30);
+  // A key longer than any name, or differing in case, matches nothing.
+  std::string before = AllValues();
+  Load("ToolBoxDoubleX = 9\ntoolboxdouble = 9\n[Varnwick Studio Paint]\n= 5\n  = 6\n");
+  EXPECT_EQ(AllValues(), before);
+}
+
+TEST_F(ConfigFile, NumbersReadLeniently) {
+  struct {
+    const char* text;
+    int want;
+  } cases[] = {{"4294967295", -1},   {"4294967296", 0},       {"99999999999", 1215752191}, {"-5", -5},
+               {"12abc", 12},        {"abc", 0},              {"", 0},                     {"+8", 8},
+               {"2147483648", INT32_MIN}, {"007", 7},         {"1 2", 1},                  {"0x10", 0}};
+  for (auto c : cases) {
+    SCOPED_TRACE(c.text);
+    LogoDelay = 12345;
+    Load(std::string("LogoDelay = ") + c.text + "\n");
+    EXPECT_EQ(LogoDelay, c.want);
+  }
+}
+
+TEST_F(ConfigFile, TextsAreZeroedAndCut) {
+  std::memset(ForRent, 'q', kSettingTextSize - 1);
+  Load("ForRent = short\n");
+  EXPECT_STREQ(ForRent, "short");
+  for (int k = 5; k < kSettingTextSize; ++k) ASSERT_EQ(ForRent[k], 0) << k;
+
+  // A control character ends the value.
+  Load("ForRent = ab\tcd\n");
+  EXPECT_STREQ(ForRent, "ab");
+  Load("ForRent = \n");
+  EXPECT_STREQ(ForRent, "");
+
+  // Set from elsewhere, a text is cut at 260 characters.
+  SetConfigValue(*FindConfigItem("ForRent"), std::string(400, 'x'));
+  EXPECT_EQ(std::strlen(ForRent), 260u);
+  EXPECT_EQ(ForRent[260], 0);
+  SetConfigValue(*FindConfigItem("ForRent"), std::string("two\nlines"));
+  EXPECT_STREQ(ForRent, "two");
+}
+
+TEST_F(ConfigFile, LongLinesAreReadInPieces) {
+  // The reader takes 259 characters at a time: a long text is cut there, and
+  // the rest of the line is read as a line of its own.
+  std::string line = "ForRent = " + std::string(400, 'x') + "\n";
+  Load(line + "JPEGQualityFactor = 12\n");
+  EXPECT_EQ(std::string(ForRent), std::string(249, 'x'));
+  EXPECT_EQ(JPEGQualityFactor, 12);
+
+  std::string piece = "ForRent = " + std::string(249, 'y');  // exactly one piece
+  ASSERT_EQ(piece.size(), 259u);
+  Load(piece + "NudgeSize = 9\n");
+  EXPECT_EQ(std::string(ForRent), std::string(249, 'y'));
+  EXPECT_EQ(NudgeSize, 9);
+}
+
+TEST_F(ConfigFile, CommentLinesAreLostAtTheNextSave) {
+  Load(";my own note\nJPEGQualityFactor = 40\n; another = 5\n");
+  EXPECT_EQ(JPEGQualityFactor, 40);
+  RecentPaths none;
+  ASSERT_TRUE(SaveConfigFile(ini_, none));
+  std::string text = ReadAll(ini_);
+  EXPECT_EQ(text.find("my own note"), std::string::npos);
+  EXPECT_EQ(text.find("another"), std::string::npos);
+  EXPECT_NE(text.find("\nJPEGQualityFactor = 40\n"), std::string::npos);
+}
+
+TEST_F(ConfigFile, MissingOrHostileFileLeavesTheDefaults) {
+  std::string defaults = AllValues();
+  LoadConfigFile(dir_ / "none" / "OCHREL.INI");
+  LoadConfigFile(fs::path());
+  LoadConfigFile(dir_);  // a folder, not a file
+  EXPECT_EQ(AllValues(), defaults);
+
+  // Random bytes without any key of the table: nothing changes, nothing breaks.
+  std::mt19937 rng(7);
+  std::string junk;
+  for (int i = 0; i < 200000; ++i) {
+    char c = static_cast<char>(rng());
+    junk += (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ? '#' : c;
+  }
+  Load(junk);
+  EXPECT_EQ(AllValues(), defaults);
+  // A zero byte ends a line like any control character.
+  Load(std::string("NudgeSize = 5", 13) + std::string("\0" "7\n", 3));
+  EXPECT_EQ(NudgeSize, 5);
+}
+
+TEST_F(ConfigFile, UnwritableFolderLeavesSettingsInMemory) {
+  JPEGQualityFactor = 51;
+  RecentPaths none;
+  // The configuration folder is a file.
+  WriteText(dir_ / "blocker", "x");
+  EXPECT_FALSE(SaveConfigFile(dir_ / "blocker" / "OCHREL.INI", none));
+  // The settings file is a folder.
+  fs::create_directories(dir_ / "taken" / "OCHREL.INI");
+  EXPECT_FALSE(SaveConfigFile(dir_ / "taken" / "OCHREL.INI", none));
+  EXPECT_TRUE(fs::is_directory(dir_ / "taken" / "OCHREL.INI"));
+  // No temporary file is left behind.
+  int entries = 0;
+  for ([[maybe_unused]] const auto& e : fs::directory_iterator(dir_ / "taken")) ++entries;
+  EXPECT_EQ(entries, 1);
+  EXPECT_FALSE(SaveConfigFile(fs::path(), none));
+  EXPECT_EQ(JPEGQualityFactor, 51);
+}
+
+TEST_F(ConfigFile, SaveReplacesTheWholeFileAndMakesTheFolder) {
+  fs::path deep = dir_ / "new" / "folder" / "OCHREL.INI";
+  WriteText(dir_ / "old.ini", std::string(100000, 'z'));
+  fs::create_directories(deep.parent_path());
+  fs::copy_file(dir_ / "old.ini", deep);
+  RecentPaths none;
+  ASSERT_TRUE(SaveConfigFile(deep, none));
+  std::string text = ReadAll(deep);
+  // Nothing of the longer old file is left behind the new text.
+  EXPECT_EQ(text.find("zz"), std::string::npos);
+  EXPECT_LT(text.size(), 10000u);
+  const std::string tail = "[Varnwick Studio PaintItems]\n";
+  ASSERT_GT(text.size(), tail.size());
+  EXPECT_EQ(text.substr(text.size() - tail.size()), tail);
+  ASSERT_TRUE(SaveConfigFile(dir_ / "fresh" / "sub" / "OCHREL.INI", none));
+  EXPECT_TRUE(fs::is_regular_file(dir_ / "fresh" / "sub" / "OCHREL.INI"));
+}
+
+TEST_F(ConfigFile, RecentListKeepsItsOrderOverSaveAndLoad) {
+  std::vector<fs::path> files;
+  for (int i = 0; i < 4; ++i) files.push_back(Touch("pic" + std::to_string(i) + ".png"));
+  RecentPaths recent(FileMenuRange);
+  for (const fs::path& f : files) ASSERT_TRUE(recent.Add(f.string()));
+  ASSERT_TRUE(SaveConfigFile(ini_, recent));
+  std::string text = ReadAll(ini_);
+  // Oldest first in the file.
+  EXPECT_LT(text.find(files[0].string()), text.find(files[3].string()));
+  RecentPaths again(FileMenuRange);
+  LoadMenuConfigFile(ini_, again);
+  EXPECT_EQ(again.Items(), recent.Items());
+  EXPECT_EQ(again.Items().front(), files[3].string());
+  // The settings reader passes the menu lines by.
+  std::string before = AllValues();
+  LoadConfigFile(ini_);
+  EXPECT_EQ(AllValues(), before);
+}
+
+TEST_F(ConfigFile, MenuReaderUsesTheSameRules) {
+  fs::path a = Touch("a.png"), b = Touch("B.png");
+  std::string text = "[Varnwick Studio PaintItems]\n"
+                     "MenuItem = " + a.string() + "\n"
+                     ";MenuItem = " + b.string() + "\n"          // a comment
+                     "MenuItem=" + (dir_ / "gone.png").string() + "\n"  // no such file
+                     "MenuItem = relative/path.png\n"
+                     "Menu = " + b.string() + "   \n"            // start of the key, trailing blanks
+                     "MenuItem = " + a.string() + "\n";          // known: keeps its place
+  WriteText(ini_, text);
+  RecentPaths recent(FileMenuRange);
+  LoadMenuConfigFile(ini_, recent);
+  EXPECT_EQ(recent.Items(), (std::vector<std::string>{b.string(), a.string()}));
+  RecentPaths none(FileMenuRange);
+  LoadMenuConfigFile(dir_ / "missing.ini", none);
+  EXPECT_TRUE(none.Items().empty());
+}
+
+TEST_F(ConfigFile, MenuLinesBeyondTheRangeDropTheOldest) {
+  std::string text;
+  std::vector<std::string> paths;
+  for (int i = 0; i < 13; ++i) {
+    paths.push_back(Touch("f" + std::to_string(i)).string());
+    text += "MenuItem = " + paths.back() + "\n";
+  }
+  WriteText(ini_, text);
+  RecentPaths recent(FileMenuRange);
+  LoadMenuConfigFile(ini_, recent);
+  ASSERT_EQ(recent.Items().size(), 10u);
+  EXPECT_EQ(recent.Items().front(), paths[12]);
+  EXPECT_EQ(recent.Items().back(), paths[3]);
+}
+
+TEST_F(ConfigFile, ProgramCallsUseTheConfigurationFolder) {
+  JPEGQualityFactor = 61;
+  fs::path file = dir_ / "cfg" / "OCHREL.INI";
+  EXPECT_EQ(ConfigFilePath(), file);
+  ASSERT_TRUE(SaveConfig());  // makes the folder
+  ASSERT_TRUE(fs::is_regular_file(file));
+  JPEGQualityFactor = 1;
+  LoadConfig();
+  EXPECT_EQ(JPEGQualityFactor, 61);
+}
+
+TEST_F(ConfigFile, StartupFlagIsReadAheadOfTheConfiguration) {
+  fs::path file = dir_ / "cfg" / "OCHREL.INI";
+  ShowStartupWindow = 0;
+  EXPECT_EQ(ReadStartupWindowFlag(), 1);  // no file: 1
+  EXPECT_EQ(ShowStartupWindow, 1);
+  fs::create_directories(file.parent_path());
+  WriteText(file, "[Other]\nShowStartupWindow = 5\n[varnwick studio paint]\nshowstartupwindow = 0\n");
+  EXPECT_EQ(ReadStartupWindowFlag(), 0);
+  EXPECT_EQ(ShowStartupWindow, 0);
+  WriteText(file, "[Varnwick Studio Paint]\nShowStartupWindowX = 0\n[Other]\nShowStartupWindow = 0\n");
+  EXPECT_EQ(ReadStartupWindowFlag(), 1);
+  // As SaveConfig writes it.
+  ShowStartupWindow = 0;
+  ASSERT_TRUE(SaveConfig());
+  ShowStartupWindow = 1;
+  EXPECT_EQ(ReadStartupWindowFlag(), 0);
+  EXPECT_EQ(ReadProfileInt(file, "Varnwick Studio Paint", "StickyWindowLeft", 3), -1);
+  EXPECT_EQ(ReadProfileInt(file, "Varnwick Studio Paint", "NoSuchKey", 3), 3);
+  EXPECT_EQ(ReadProfileInt(dir_ / "nothing.ini", "Varnwick Studio Paint", "ShowStartupWindow", 9), 9);
+}
+
+TEST_F(ConfigFile, UpdateDefaultsWritesThroughOnlyWhenSet) {
+  UpdateDefaults = 0;
+  EXPECT_FALSE(UpdateDefault(&DefaultBrushThickness, 40));
+  EXPECT_FALSE(UpdateDefault("BrushThickness", 40));
+  EXPECT_FALSE(UpdateDefault("TextFontName", "Courier"));
+  EXPECT_EQ(DefaultBrushThickness, 16);
+  EXPECT_STREQ(DefaultTextFontName, "ARIAL");
+
+  UpdateDefaults = 1;
+  EXPECT_TRUE(UpdateDefault(&DefaultBrushThickness, 40));
+  EXPECT_EQ(DefaultBrushThickness, 40);
+  EXPECT_TRUE(UpdateDefault("GridHorizontal", 12));
+  EXPECT_EQ(DefaultGridHorizontal, 12);
+  EXPECT_TRUE(UpdateDefault("TextFontName", "Courier"));
+  EXPECT_STREQ(DefaultTextFontName, "Courier");
+  EXPECT_TRUE(UpdateDefault("TextFontName", std::string(300, 'c')));
+  EXPECT_EQ(std::strlen(DefaultTextFontName), 260u);
+  // Unknown stems and wrong types are refused.
+  EXPECT_FALSE(UpdateDefault("NoSuchThing", 1));
+  EXPECT_FALSE(UpdateDefault("TextFontName", 5));
+  EXPECT_FALSE(UpdateDefault("BrushThickness", "7"));
+  EXPECT_FALSE(UpdateDefault(nullptr, 5));
+  EXPECT_EQ(DefaultBrushThickness, 40);
+  // The next save carries the new default.
+  RecentPaths none;
+  ASSERT_TRUE(SaveConfigFile(ini_, none));
+  EXPECT_NE(ReadAll(ini_).find("\nDefaultBrushThickness = 40\n"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace ochrel
