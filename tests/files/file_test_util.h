@@ -1,0 +1,73 @@
+// Helpers of the file tests: scratch folders, file bytes, colour comparison.
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "files/codec.h"
+#include "image/dib.h"
+
+namespace ochrel::test {
+
+// A fresh folder under the temporary directory, removed with the object.
+struct ScratchDir {
+  std::filesystem::path path;
+  ScratchDir() {
+    std::string t = (std::filesystem::temp_directory_path() / "ochrel-files-XXXXXX").string();
+    std::vector<char> b(t.begin(), t.end());
+    b.push_back('\0');
+    path = mkdtemp(b.data());
+  }
+  ~ScratchDir() {
+    std::error_code ec;
+    std::filesystem::remove_all(path, ec);
+  }
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
+};
+
+inline std::vector<std::uint8_t> ReadBytes(const std::string& path) {
+  std::ifstream f(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>()};
+}
+inline void WriteBytes(const std::string& path, const std::vector<std::uint8_t>& b) {
+  std::ofstream f(path, std::ios::binary);
+  f.write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
+}
+
+// Every pixel as 0xRRGGBB after its palette, rows from the top.
+inline std::vector<std::uint32_t> Colours(const HDIB& dib) {
+  const BITMAPINFOHEADER* h = LockDib(dib);
+  if (!h) return {};
+  std::vector<std::uint32_t> px(static_cast<std::size_t>(h->biWidth) * h->biHeight);
+  DibToRgb32(h, 0, 0, h->biWidth, h->biHeight, px.data(), static_cast<std::size_t>(h->biWidth) * 4);
+  for (auto& p : px) p &= 0xFFFFFF;
+  return px;
+}
+
+// The largest difference of any channel between two colour lists (255 + 1
+// when their sizes differ).
+inline int MaxChannelDifference(const std::vector<std::uint32_t>& a, const std::vector<std::uint32_t>& b) {
+  if (a.size() != b.size()) return 256;
+  int worst = 0;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    for (int s = 0; s < 24; s += 8) {
+      int d = std::abs(static_cast<int>((a[i] >> s) & 255) - static_cast<int>((b[i] >> s) & 255));
+      if (d > worst) worst = d;
+    }
+  return worst;
+}
+
+inline std::vector<std::uint8_t> Encoded(bool (*encode)(const BITMAPINFOHEADER*, ByteSink&), const HDIB& dib) {
+  VectorSink sink;
+  if (!encode(LockDib(dib), sink)) return {};
+  return sink.bytes;
+}
+
+}  // namespace ochrel::test

@@ -1,0 +1,247 @@
+// The format layer: the extension table, loading and saving by path, the JPEG
+// quality suffix, backups and the safe replacement of a file.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+
+#include "file_test_util.h"
+#include "files/imagefile.h"
+#include "image/settings.h"
+#include "test_images.h"
+
+namespace ochrel {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ReadBytes;
+using test::ScratchDir;
+
+struct SettingsGuard {
+  int backups = CreateBackups, quality = JPEGQualityFactor;
+  ~SettingsGuard() {
+    CreateBackups = backups;
+    JPEGQualityFactor = quality;
+    SetFileHooks({});
+  }
+};
+
+std::vector<std::string> Listing(const ScratchDir& dir) {
+  std::vector<std::string> names;
+  for (const auto& e : fs::directory_iterator(dir.path)) names.push_back(e.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+TEST(ImageProc, TableAndExtensionRules) {
+  EXPECT_EQ(GetImageTypeCount(), 5);
+  const char* order[] = {"jpg", "bmp", "pcx", "tga", "png"};
+  char text[8];
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_STREQ(imageproc[i].extension, order[i]);
+    EXPECT_EQ(GetFormatExtension(text, i, sizeof text), 5);
+    EXPECT_STREQ(text, order[i]);
+  }
+  EXPECT_EQ(GetFormatExtension(text, 5, sizeof text), -1);
+  EXPECT_EQ(GetFormatExtension(text, -1, sizeof text), -1);
+  EXPECT_EQ(FindImageFormat("a/photo.JPG"), 0);
+  EXPECT_EQ(FindImageFormat("photo.Jpg"), 0);
+  EXPECT_EQ(FindImageFormat("photo.jpg"), 0);
+  EXPECT_EQ(FindImageFormat("photo.jpeg"), -1);
+  EXPECT_EQ(FindImageFormat("x.BMP"), 1);
+  EXPECT_EQ(FindImageFormat("x.pcx"), 2);
+  EXPECT_EQ(FindImageFormat("x.Tga"), 3);
+  EXPECT_EQ(FindImageFormat("x.png"), 4);
+  EXPECT_EQ(FindImageFormat("folder.png/picture"), -1);
+  EXPECT_EQ(FindImageFormat("png"), -1);
+  EXPECT_EQ(FindImageFormat("x.png.gz"), -1);
+  EXPECT_EQ(FindImageFormat(""), -1);
+  EXPECT_EQ(FindImageFormat(nullptr), -1);
+  EXPECT_STREQ(FileErrorText(3), "Error reading file");
+  EXPECT_STREQ(FileErrorText(6), "Memory error");
+  EXPECT_STREQ(FileErrorText(11), "Error writing file");
+  EXPECT_STREQ(FileErrorText(12), "Too many colors");
+  EXPECT_STREQ(FileErrorText(16), "");
+}
+
+TEST(ImageProc, EveryFormatSavesLoadsAndInformsByPath) {
+  ScratchDir dir;
+  SettingsGuard guard;
+  CreateBackups = 0;
+  HDIB src = test::RandomDib(23, 11, 8, 4);
+  for (const char* ext : {"bmp", "pcx", "tga", "png", "JPG"}) {
+    std::string path = dir / (std::string("pic.") + ext);
+    ASSERT_EQ(WriteGraphicFile(src, path.c_str()), 1) << ext;
+    int w = 0, h = 0, bits = 0;
+    BYTE pal[768];
+    ASSERT_EQ(GetImageInfo(path.c_str(), &w, &h, &bits, pal), 1) << ext;
+    EXPECT_EQ(w, 23);
+    EXPECT_EQ(h, 11);
+    EXPECT_EQ(bits, std::strcmp(ext, "JPG") == 0 ? 24 : 8) << ext;
+    EXPECT_EQ(GetImageInfo(path.c_str(), nullptr, nullptr, nullptr, nullptr), 1);
+    HDIB image;
+    ASSERT_EQ(LoadGraphicFile(image, path.c_str()), 1) << ext;
+    if (std::strcmp(ext, "JPG") != 0) {
+      EXPECT_EQ(test::Colours(image), test::Colours(src)) << ext;
+      BYTE srcPal[768];
+      GetDibPalette(LockDib(src), srcPal);
+      EXPECT_EQ(std::memcmp(pal, srcPal, 768), 0) << ext;
+    }
+  }
+  EXPECT_EQ(Listing(dir).size(), 5u);  // no temporary file left behind
+}
+
+TEST(ImageProc, FailedLoadsLeaveTheImageAlone) {
+  ScratchDir dir;
+  HDIB src = test::RandomDib(8, 8, 24, 1);
+  std::string bmp = dir / "real.bmp";
+  ASSERT_EQ(WriteImage(bmp.c_str(), src), 1);
+  // A BMP named .png goes to the PNG reader and fails there.
+  std::string disguised = dir / "disguised.png";
+  fs::copy_file(bmp, disguised);
+  EXPECT_FALSE(LoadImage(disguised.c_str()));
+  EXPECT_EQ(GetImageInfo(disguised.c_str(), nullptr, nullptr, nullptr, nullptr), 0);
+  std::string jpeg = dir / "real.jpeg";
+  fs::copy_file(bmp, jpeg);
+  EXPECT_FALSE(LoadImage(jpeg.c_str()));
+  EXPECT_FALSE(LoadImage((dir / "missing.bmp").c_str()));
+  EXPECT_FALSE(LoadImage(dir.path.c_str()));
+  EXPECT_FALSE(LoadImage(""));
+  EXPECT_FALSE(LoadImage(nullptr));
+  HDIB keep = test::RandomDib(3, 3, 8, 2);
+  BITMAPINFOHEADER* before = LockDib(keep);
+  EXPECT_EQ(LoadGraphicFile(keep, disguised.c_str()), 0);
+  EXPECT_EQ(LockDib(keep), before);
+  EXPECT_EQ(LoadGraphicFile(keep, bmp.c_str()), 1);
+  EXPECT_EQ(LockDib(keep)->biWidth, 8);
+}
+
+TEST(ImageProc, JpegQualityRidesOnShortPathsOnly) {
+  SettingsGuard guard;
+  JPEGQualityFactor = 5;
+  EXPECT_EQ(WriteImagePath("a.jpg", 0), "a.jpg/Q:5");
+  EXPECT_EQ(WriteImagePath("a.JPG", 0), "a.JPG/Q:5");
+  EXPECT_EQ(WriteImagePath("a.bmp", 1), "a.bmp");
+  // The boundary: length plus 8 must be under 260.
+  std::string p251(247, 'x'), p252(248, 'x');
+  p251 += ".jpg";
+  p252 += ".jpg";
+  ASSERT_EQ(p251.size(), 251u);
+  EXPECT_EQ(WriteImagePath(p251.c_str(), 0), p251 + "/Q:5");
+  EXPECT_EQ(WriteImagePath(p252.c_str(), 0), p252);
+
+  // On disk: a 252-character path is written at the writer's own quality (75),
+  // a 251-character one at the setting.
+  ScratchDir dir;
+  HDIB pic = test::RandomDib(32, 32, 24, 8);
+  auto pathOfLength = [&](std::size_t length) {
+    std::string base = dir.path.string() + "/";
+    std::string sub = base + std::string(100, 'd');
+    fs::create_directories(sub);
+    std::string name = sub + "/" + std::string(length - sub.size() - 1 - 4, 'n') + ".JPG";
+    return name;
+  };
+  std::string longPath = pathOfLength(252), shortPath = pathOfLength(251);
+  ASSERT_EQ(longPath.size(), 252u);
+  ASSERT_EQ(WriteImage(longPath.c_str(), pic), 1);
+  ASSERT_EQ(WriteImage(shortPath.c_str(), pic), 1);
+  VectorSink q75, q5;
+  ASSERT_TRUE(JpgEncode(LockDib(pic), 75, q75));
+  ASSERT_TRUE(JpgEncode(LockDib(pic), 5, q5));
+  EXPECT_EQ(ReadBytes(longPath), q75.bytes);
+  EXPECT_EQ(ReadBytes(shortPath), q5.bytes);
+  // The writer strips the suffix: no file named with it appears.
+  EXPECT_FALSE(fs::exists(shortPath + "/Q:5"));
+}
+
+TEST(ImageProc, BackupRules) {
+  ScratchDir dir;
+  SettingsGuard guard;
+  HDIB first = test::RandomDib(5, 5, 24, 1), second = test::RandomDib(5, 5, 24, 2), third = test::RandomDib(5, 5, 24, 3);
+  std::string path = dir / "photo.bmp";
+  EXPECT_EQ(BackupFileName(path), dir / "photo.bak.bmp");
+  EXPECT_EQ(BackupFileName("a.b/name"), "a.b/name.bak");
+  EXPECT_EQ(BackupFileName("x.tar.png"), "x.tar.bak.png");
+
+  CreateBackups = 1;
+  ASSERT_EQ(WriteGraphicFile(first, path.c_str()), 1);
+  EXPECT_EQ(Listing(dir), std::vector<std::string>{"photo.bmp"});  // a first save makes none
+  auto firstBytes = ReadBytes(path);
+  ASSERT_EQ(WriteGraphicFile(second, path.c_str()), 1);
+  EXPECT_EQ(ReadBytes(dir / "photo.bak.bmp"), firstBytes);
+  auto secondBytes = ReadBytes(path);
+  ASSERT_EQ(WriteGraphicFile(third, path.c_str()), 1);
+  EXPECT_EQ(ReadBytes(dir / "photo.bak.bmp"), secondBytes);  // replaced, not kept
+  EXPECT_EQ(Listing(dir), (std::vector<std::string>{"photo.bak.bmp", "photo.bmp"}));
+
+  CreateBackups = 0;
+  std::string other = dir / "other.png";
+  ASSERT_EQ(WriteGraphicFile(first, other.c_str()), 1);
+  ASSERT_EQ(WriteGraphicFile(second, other.c_str()), 1);
+  ASSERT_EQ(WriteGraphicFile(third, path.c_str()), 1);
+  EXPECT_EQ(ReadBytes(dir / "photo.bak.bmp"), secondBytes);  // untouched
+  EXPECT_EQ(Listing(dir), (std::vector<std::string>{"other.png", "photo.bak.bmp", "photo.bmp"}));
+}
+
+TEST(ImageProc, FailedBackupAsksAndNoKeepsTheOldFile) {
+  ScratchDir dir;
+  SettingsGuard guard;
+  CreateBackups = 1;
+  HDIB first = test::RandomDib(6, 6, 8, 1), second = test::RandomDib(6, 6, 8, 2);
+  std::string path = dir / "pic.pcx";
+  ASSERT_EQ(WriteGraphicFile(first, path.c_str()), 1);
+  auto old = ReadBytes(path);
+  // A folder with content where the backup should go: it can't be replaced.
+  fs::create_directories(dir / "pic.bak.pcx/inner");
+  int asked = 0, waits = 0, closes = 0;
+  std::string question;
+  FileHooks hooks;
+  hooks.beginWait = [&] { ++waits; };
+  hooks.endWait = [&] { --waits; };
+  hooks.closeStatus = [&] { ++closes; };
+  hooks.askYesNo = [&](const char* q) {
+    ++asked;
+    question = q;
+    return false;
+  };
+  SetFileHooks(hooks);
+  EXPECT_EQ(WriteGraphicFile(second, path.c_str()), 0);
+  EXPECT_EQ(asked, 1);
+  EXPECT_EQ(question, kBackupQuestion);
+  EXPECT_EQ(question.substr(0, 73), "Warning: there has been an error creating a backup file for your image.\r\n");
+  EXPECT_EQ(ReadBytes(path), old);
+  EXPECT_EQ(waits, 0);
+  EXPECT_EQ(closes, 1);
+  hooks.askYesNo = [&](const char*) { return ++asked, true; };
+  SetFileHooks(hooks);
+  EXPECT_EQ(WriteGraphicFile(second, path.c_str()), 1);
+  EXPECT_EQ(asked, 2);
+  EXPECT_NE(ReadBytes(path), old);
+  // Without hooks the answer is No.
+  SetFileHooks({});
+  EXPECT_EQ(WriteGraphicFile(first, path.c_str()), 0);
+}
+
+TEST(ImageProc, FailedWritesNeverDamageTheOldFile) {
+  ScratchDir dir;
+  SettingsGuard guard;
+  CreateBackups = 0;
+  HDIB good = test::RandomDib(9, 9, 24, 1);
+  HDIB deep = CreateDib(9, 9, nullptr, 32);  // no writer stores 32 bits
+  for (const char* ext : {"bmp", "pcx", "tga", "png", "jpg"}) {
+    std::string path = dir / (std::string("keep.") + ext);
+    ASSERT_EQ(WriteImage(path.c_str(), good), 1) << ext;
+    auto before = ReadBytes(path);
+    EXPECT_EQ(WriteGraphicFile(deep, path.c_str()), 0) << ext;
+    EXPECT_EQ(WriteImage(path.c_str(), HDIB{}), 0) << ext;
+    EXPECT_EQ(ReadBytes(path), before) << ext;
+  }
+  EXPECT_EQ(Listing(dir).size(), 5u);
+  EXPECT_EQ(WriteImage((dir / "x.gif").c_str(), good), 0);
+  EXPECT_EQ(WriteImage((dir / "no/such/folder/x.bmp").c_str(), good), 0);
+  EXPECT_EQ(WriteGraphicFile(good, ""), 0);
+  EXPECT_EQ(Listing(dir).size(), 5u);
+}
+
+}  // namespace
+}  // namespace ochrel
