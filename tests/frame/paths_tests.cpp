@@ -1,0 +1,140 @@
+// Where the settings file and the data folder live, and how the data folder
+// is stocked without touching the user's own files.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+
+#include "frame/paths.h"
+#include "image/settings.h"
+
+namespace fs = std::filesystem;
+
+namespace ochrel {
+namespace {
+
+std::string ReadAll(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+void WriteText(const fs::path& p, const std::string& text) {
+  fs::create_directories(p.parent_path());
+  std::ofstream(p, std::ios::binary) << text;
+}
+
+class Paths : public ::testing::Test {
+ protected:
+  static constexpr const char* kVars[] = {"OCHREL_CONFIG_DIR", "OCHREL_DATA_DIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME",
+                                          "HOME"};
+  void SetUp() override {
+    for (const char* v : kVars) {
+      const char* old = std::getenv(v);
+      saved_[v] = old ? std::optional<std::string>(old) : std::nullopt;
+      unsetenv(v);
+    }
+    char tmpl[] = "/tmp/ochrel-paths-test-XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    dir_ = tmpl;
+    RestoreDefaultSettings();
+  }
+  void TearDown() override {
+    for (auto& [name, value] : saved_) {
+      if (value) setenv(name.c_str(), value->c_str(), 1);
+      else unsetenv(name.c_str());
+    }
+    std::error_code ec;
+    fs::remove_all(dir_, ec);
+    RestoreDefaultSettings();
+  }
+  std::map<std::string, std::optional<std::string>> saved_;
+  fs::path dir_;
+};
+
+TEST_F(Paths, ConfigFolderOrder) {
+  EXPECT_TRUE(ConfigFolder().empty());  // no home at all
+  EXPECT_TRUE(ConfigFilePath().empty());
+  setenv("HOME", "/home/u", 1);
+  EXPECT_EQ(ConfigFilePath(), fs::path("/home/u/.config/ochrel/OCHREL.INI"));
+  setenv("XDG_CONFIG_HOME", "relative/ignored", 1);
+  EXPECT_EQ(ConfigFolder(), fs::path("/home/u/.config/ochrel"));
+  setenv("XDG_CONFIG_HOME", "/xdg/conf", 1);
+  EXPECT_EQ(ConfigFolder(), fs::path("/xdg/conf/ochrel"));
+  setenv("OCHREL_CONFIG_DIR", "", 1);  // empty counts as unset
+  EXPECT_EQ(ConfigFolder(), fs::path("/xdg/conf/ochrel"));
+  setenv("OCHREL_CONFIG_DIR", "/tmp/mine", 1);
+  EXPECT_EQ(ConfigFilePath(), fs::path("/tmp/mine/OCHREL.INI"));
+}
+
+TEST_F(Paths, StockingCopiesMissingFilesOnly) {
+  fs::path stock = dir_ / "stock", user = dir_ / "user" / "data";
+  WriteText(stock / "OCHREL.CCL", "stock colours");
+  WriteText(stock / "Ochrel.FFT", "stock textures");
+  WriteText(stock / "html" / "referenc.htm", "help");
+  WriteText(user / "OCHREL.CCL", "my colours");
+  ASSERT_TRUE(StockDataFolderInto(stock, user));
+  EXPECT_EQ(ReadAll(user / "OCHREL.CCL"), "my colours");
+  EXPECT_EQ(ReadAll(user / "Ochrel.FFT"), "stock textures");
+  EXPECT_EQ(ReadAll(user / "html" / "referenc.htm"), "help");
+  // The user changes a stocked file and adds a group; a second start keeps both.
+  WriteText(user / "Ochrel.FFT", "my textures");
+  WriteText(user / "Mine.FFT", "extra");
+  ASSERT_TRUE(StockDataFolderInto(stock, user));
+  EXPECT_EQ(ReadAll(user / "Ochrel.FFT"), "my textures");
+  EXPECT_EQ(ReadAll(user / "Mine.FFT"), "extra");
+  EXPECT_FALSE(fs::exists(stock / "Mine.FFT"));
+  // No stock folder: nothing to copy, not an error.
+  EXPECT_TRUE(StockDataFolderInto(dir_ / "absent", dir_ / "other"));
+  EXPECT_TRUE(fs::is_directory(dir_ / "other"));
+  // A target that can't be a folder fails.
+  WriteText(dir_ / "plainfile", "x");
+  EXPECT_FALSE(StockDataFolderInto(stock, dir_ / "plainfile"));
+}
+
+TEST_F(Paths, DataFolderFromTheEnvironment) {
+  setenv("OCHREL_DATA_DIR", (dir_ / "data").c_str(), 1);
+  EXPECT_EQ(DataFolder(), dir_ / "data");
+  EXPECT_TRUE(fs::is_directory(dir_ / "data"));
+  // Whatever the source tree ships was copied in.
+  std::error_code ec;
+  for (const auto& e : fs::recursive_directory_iterator(StockDataFolder(), ec)) {
+    if (e.is_regular_file()) {
+      EXPECT_TRUE(fs::exists(dir_ / "data" / e.path().lexically_relative(StockDataFolder()))) << e.path();
+    }
+  }
+
+  unsetenv("OCHREL_DATA_DIR");
+  setenv("HOME", dir_.c_str(), 1);
+  EXPECT_EQ(DataFolder(), dir_ / ".local/share/ochrel");
+  setenv("XDG_DATA_HOME", (dir_ / "xdg").c_str(), 1);
+  EXPECT_EQ(DataFolder(), dir_ / "xdg" / "ochrel");
+  // A data folder that can't be made falls back to the stock files.
+  WriteText(dir_ / "blocked", "x");
+  setenv("OCHREL_DATA_DIR", (dir_ / "blocked" / "sub").c_str(), 1);
+  EXPECT_EQ(DataFolder(), StockDataFolder());
+}
+
+TEST_F(Paths, ApplicationPathEndsInASeparatorAndSeedsOpenPath) {
+  setenv("OCHREL_DATA_DIR", (dir_ / "data").c_str(), 1);
+  ComputeApplicationPath();
+  std::string want = (dir_ / "data").string() + "/";
+  EXPECT_EQ(std::string(ApplicationPath), want);
+  EXPECT_EQ(std::string(OpenPath), want);
+  // A stored OpenPath stays; ApplicationPath is computed anew whatever was read.
+  std::strcpy(OpenPath, "/home/u/pictures/");
+  std::strcpy(ApplicationPath, "/stale/");
+  ComputeApplicationPath();
+  EXPECT_EQ(std::string(ApplicationPath), want);
+  EXPECT_STREQ(OpenPath, "/home/u/pictures/");
+}
+
+}  // namespace
+}  // namespace ochrel
