@@ -1,0 +1,99 @@
+#include "fills/library_io.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <unistd.h>
+
+#include "files/imagefile.h"
+#include "image/settings.h"
+
+namespace ochrel::fills {
+
+namespace fs = std::filesystem;
+
+bool MakeBackup(const std::string& path) {
+  std::error_code ec;
+  if (!fs::exists(path, ec)) return true;
+  const std::string bak = path + ".bak";
+  fs::remove(bak, ec);
+  return fs::copy_file(path, bak, fs::copy_options::overwrite_existing, ec);
+}
+
+AtomicWriter::AtomicWriter(const std::string& path, const char* mode) : path_(path) {
+  std::string pattern = path + ".XXXXXX";
+  // mkstemp gives a name no other writer is using; stdio then takes it over.
+  std::string buffer = pattern;
+  int fd = ::mkstemp(buffer.data());
+  if (fd < 0) return;
+  temp_ = buffer;
+  file_.reset(::fdopen(fd, mode[0] == 'w' && mode[1] == 'b' ? "wb" : "w"));
+  if (!file_) {
+    ::close(fd);
+    std::remove(temp_.c_str());
+    temp_.clear();
+  }
+}
+
+AtomicWriter::~AtomicWriter() {
+  if (file_) {
+    file_.reset();
+    std::remove(temp_.c_str());
+  }
+}
+
+bool AtomicWriter::Commit() {
+  if (!file_) return false;
+  bool ok = std::fflush(file_.get()) == 0 && !std::ferror(file_.get());
+  ok = (std::fclose(file_.release()) == 0) && ok;
+  if (ok) {
+    // The temporary file is made private; the library takes the ordinary mode.
+    std::error_code ec;
+    fs::permissions(temp_, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
+                               fs::perms::others_read, ec);
+    ok = std::rename(temp_.c_str(), path_.c_str()) == 0;
+  }
+  if (!ok) std::remove(temp_.c_str());
+  return ok;
+}
+
+std::string DataFolder() {
+  if (ApplicationPath[0]) return ApplicationPath;
+#ifdef OCHREL_STOCK_DATA_DIR
+  return std::string(OCHREL_STOCK_DATA_DIR) + "/";
+#else
+  return "data/";
+#endif
+}
+
+HDIB LoadDataFolderImage(const char* name) {
+  if (!name || !name[0]) return nullptr;
+  return LoadImage((DataFolder() + name).c_str());
+}
+
+HDIB ToTrueColour(const HDIB& image) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s || s->biWidth <= 0 || s->biHeight <= 0) return nullptr;
+  BYTE palette[768];
+  GetDefaultPalette(palette, nullptr, 8);
+  HDIB out = CreateDib(s->biWidth, s->biHeight, palette, 24);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  for (int y = 0; y < s->biHeight; ++y) {
+    BYTE* p = DibRow(o, y);
+    for (int x = 0; x < s->biWidth; ++x, p += 3) {
+      std::uint32_t v = GetDibPixel(s, x, y);
+      if (s->biBitCount <= 8) {
+        const BYTE* e = DibPaletteEntries(s) + 4 * static_cast<std::size_t>(v);
+        v = RGB(e[2], e[1], e[0]);
+      }
+      p[0] = static_cast<BYTE>(GetBValue(v));
+      p[1] = static_cast<BYTE>(GetGValue(v));
+      p[2] = static_cast<BYTE>(GetRValue(v));
+    }
+  }
+  return out;
+}
+
+}  // namespace ochrel::fills
