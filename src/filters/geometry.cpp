@@ -1,0 +1,313 @@
+#include "filters/geometry.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstring>
+
+#include "filters/filterutil.h"
+#include "image/parallel.h"
+#include "image/resample.h"
+
+namespace ochrel {
+
+using filterutil::StoredRow;
+using filterutil::TryResize;
+
+HDIB RotateDib90(const HDIB& image) { return RotateImage270(image); }
+HDIB RotateDib180(const HDIB& image) { return RotateImage180(image); }
+HDIB RotateDib270(const HDIB& image) { return RotateImage90(image); }
+HDIB FlipDibHorizontal(const HDIB& image) { return FlipImageHorizontal(image); }
+HDIB FlipDibVertical(const HDIB& image) { return FlipImageVertical(image); }
+
+namespace {
+
+// Pixel reads without a call per pixel for the common depths.
+struct PixelReader {
+  const BITMAPINFOHEADER* h;
+  int w, hgt, bits;
+  explicit PixelReader(const BITMAPINFOHEADER* header)
+      : h(header), w(header->biWidth), hgt(header->biHeight), bits(header->biBitCount) {}
+  std::uint32_t operator()(int x, int y) const {
+    if (x < 0 || y < 0 || x >= w || y >= hgt) return NOPIXEL;
+    const BYTE* row = DibRow(h, y);
+    if (bits == 24) {
+      const BYTE* p = row + 3 * static_cast<std::size_t>(x);
+      return RGB(p[2], p[1], p[0]);
+    }
+    if (bits == 8) return row[x];
+    return GetDibPixel(h, x, y);
+  }
+};
+
+inline int Lerp4(int A, int B, int C, int D, double fx, double fy) {
+  double top = A + (B - A) * fx;
+  double bottom = C + (D - C) * fx;
+  return static_cast<int>(0.5 + top + (bottom - top) * fy) & 255;
+}
+
+}  // namespace
+
+HDIB FreeRotateImageFilter(const HDIB& image, int angle, COLORREF background, FILTERPARAM* param) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s || !param) return nullptr;
+  param->NewMask.reset();
+  const int w = s->biWidth, h = s->biHeight, bits = s->biBitCount;
+  const bool interpolate = param->FilterRotateInterpolate &&
+                           (param->ImageType == IMAGE_TRUECOLOUR || param->ImageType == IMAGE_GREY) &&
+                           (bits == 8 || bits == 24 || bits == 32);
+  const double radians = angle * kDegreesToRadians;
+  const double c = std::cos(radians), sn = std::sin(radians);
+  int nw = w, nh = h;
+  if (!param->FilterRotatePreserve) {
+    const int cx = w / 2, cy = h / 2;
+    const double px[4] = {-static_cast<double>(cx), -static_cast<double>(cx), static_cast<double>(w - cx),
+                          static_cast<double>(w - cx)};
+    const double py[4] = {-static_cast<double>(cy), static_cast<double>(h - cy), -static_cast<double>(cy),
+                          static_cast<double>(h - cy)};
+    double minx = 0, maxx = 0, miny = 0, maxy = 0;
+    for (int k = 0; k < 4; ++k) {
+      double x = px[k] * c - py[k] * sn, y = py[k] * c + px[k] * sn;
+      if (k == 0 || x < minx) minx = x;
+      if (k == 0 || x > maxx) maxx = x;
+      if (k == 0 || y < miny) miny = y;
+      if (k == 0 || y > maxy) maxy = y;
+    }
+    double fw = maxx - minx, fh = maxy - miny;
+    if (!(fw >= 1.0 && fh >= 1.0 && fw < INT_MAX && fh < INT_MAX)) return nullptr;
+    nw = static_cast<int>(fw);
+    nh = static_cast<int>(fh);
+  }
+  HDIB out = filterutil::CreateLike(s, nw, nh);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  BYTE maskPalette[768];
+  GetDefaultPalette(maskPalette, nullptr, 0);
+  HDIB mask = CreateDib(nw, nh, maskPalette, 4);
+  BITMAPINFOHEADER* m = LockDib(mask);
+  if (!m) return nullptr;
+
+  const PixelReader read(s);
+  const std::uint32_t bg = background;
+  const int hw = w / 2, hh = h / 2, hnw = nw / 2, hnh = nh / 2;
+  ParallelBands(nh, 16, [&](int y0, int y1) {
+    for (int y = y0; y < y1; ++y) {
+      BYTE* D = DibRow(o, y);
+      BYTE* M = DibRow(m, y);
+      const double Y = y - hnh;
+      for (int x = 0; x < nw; ++x) {
+        const double X = x - hnw;
+        const double sx = hw + X * c - Y * sn;
+        const double sy = hh + Y * c + X * sn;
+        std::uint32_t A = NOPIXEL, B = 0, C = 0, Dp = 0;
+        int ix = 0, iy = 0;
+        // Far outside, truncation is not even defined; those pixels are background.
+        if (sx > -2.0 && sx < w + 1.0 && sy > -2.0 && sy < h + 1.0) {
+          ix = static_cast<int>(sx);
+          iy = static_cast<int>(sy);
+          A = read(ix, iy);
+        }
+        std::uint32_t v;
+        if (A != NOPIXEL) M[x >> 1] |= (x & 1) ? 0x01 : 0x10;
+        if (!interpolate) {
+          v = A == NOPIXEL ? bg : A;
+        } else {
+          const double fx = sx - ix, fy = sy - iy;
+          if (A == NOPIXEL) {
+            A = B = C = Dp = bg;
+          } else if (ix + 1 < w && iy + 1 < h) {
+            B = read(ix + 1, iy);
+            C = read(ix, iy + 1);
+            Dp = read(ix + 1, iy + 1);
+          } else {
+            B = C = Dp = A;
+          }
+          if (bits == 8) {
+            v = static_cast<std::uint32_t>(Lerp4(A & 255, B & 255, C & 255, Dp & 255, fx, fy));
+          } else {
+            v = RGB(Lerp4(GetRValue(A), GetRValue(B), GetRValue(C), GetRValue(Dp), fx, fy),
+                    Lerp4(GetGValue(A), GetGValue(B), GetGValue(C), GetGValue(Dp), fx, fy),
+                    Lerp4(GetBValue(A), GetBValue(B), GetBValue(C), GetBValue(Dp), fx, fy));
+          }
+        }
+        if (bits == 24) {
+          BYTE* p = D + 3 * static_cast<std::size_t>(x);
+          p[0] = static_cast<BYTE>(GetBValue(v));
+          p[1] = static_cast<BYTE>(GetGValue(v));
+          p[2] = static_cast<BYTE>(GetRValue(v));
+        } else if (bits == 8) {
+          D[x] = static_cast<BYTE>(v);
+        } else {
+          PutDibPixel(o, x, y, v);
+        }
+      }
+    }
+  });
+  param->NewMask = std::move(mask);
+  return out;
+}
+
+HDIB FilterRotateImage(const HDIB& image, FILTERPARAM* param) {
+  if (!param) return nullptr;
+  FilterFreeMasks(param);
+  int a = param->FilterRotateAngle;
+  if (param->FilterRotateDirection == 1) a = 360 - a;
+  switch (a) {
+    case 0: return DuplicateObject(image);
+    case 90: return RotateDib90(image);
+    case 180: return RotateDib180(image);
+    case 270: return RotateDib270(image);
+    default: return FreeRotateImageFilter(image, a, param->PaperColour, param);
+  }
+}
+
+HDIB FilterFlipImage(const HDIB& image, FILTERPARAM* param) {
+  if (!param) return nullptr;
+  return param->FilterFlipDirection == 1 ? FlipDibVertical(image) : FlipDibHorizontal(image);
+}
+
+HDIB FilterScaleImage(const HDIB& image, int horizontal, int vertical) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s || horizontal <= 0 || vertical <= 0) return nullptr;
+  const int width = s->biWidth, height = s->biHeight, bits = s->biBitCount;
+  long long nwl = static_cast<long long>(width) * horizontal / 100;
+  long long nhl = static_cast<long long>(height) * vertical / 100;
+  if (nwl <= 0 || nhl <= 0 || nwl > INT_MAX || nhl > INT_MAX) return nullptr;
+  const int nw = static_cast<int>(nwl), nh = static_cast<int>(nhl);
+  HDIB out = filterutil::CreateLike(s, nw, nh);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  std::vector<int> X, Y;
+  if (!TryResize(X, static_cast<std::size_t>(nw)) || !TryResize(Y, static_cast<std::size_t>(nh))) return nullptr;
+  double step = static_cast<double>(width) / nw, pos = 0.0;
+  for (int i = 0; i < nw; ++i, pos += step) X[i] = std::min(static_cast<int>(pos), width - 1);
+  step = static_cast<double>(height) / nh;
+  pos = 0.0;
+  for (int i = 0; i < nh; ++i, pos += step) Y[i] = std::min(static_cast<int>(pos), height - 1);
+  ParallelBands(nh, 32, [&](int r0, int r1) {
+    for (int r = r0; r < r1; ++r) {
+      const BYTE* S = StoredRow(s, Y[r]);
+      BYTE* D = StoredRow(o, r);
+      switch (bits) {
+        case 1:
+          for (int i = 0; i < nw; ++i)
+            if (S[X[i] >> 3] & masktable[X[i] & 7]) D[i >> 3] |= masktable[i & 7];
+          break;
+        case 4:
+          for (int i = 0; i < nw; ++i) {
+            int sx = X[i];
+            int v = (sx & 1) ? (S[sx >> 1] & 0x0F) : (S[sx >> 1] >> 4);
+            D[i >> 1] |= static_cast<BYTE>((i & 1) ? v : v << 4);
+          }
+          break;
+        case 8:
+          for (int i = 0; i < nw; ++i) D[i] = S[X[i]];
+          break;
+        default: {
+          const int b = bits / 8;
+          for (int i = 0; i < nw; ++i) std::memcpy(D + i * b, S + static_cast<std::size_t>(X[i]) * b, b);
+          break;
+        }
+      }
+    }
+  });
+  return out;
+}
+
+HDIB FilterResizeImage(const HDIB& image, FILTERPARAM* param) {
+  if (!param || !LockDib(image)) return nullptr;
+  const int horizontal = param->ResizeHorizontal;
+  const int vertical = param->FilterResizeConstant ? horizontal : param->ResizeVertical;
+  if (horizontal <= 0 || vertical <= 0) return nullptr;
+  if (param->FilterResizeInterpolate &&
+      (param->ImageType == IMAGE_TRUECOLOUR || param->ImageType == IMAGE_GREY)) {
+    HDIB first = horizontal > 100   ? ScaleUpHorizontal(image, horizontal)
+                 : horizontal < 100 ? ScaleDownHorizontal(image, horizontal)
+                                    : DuplicateObject(image);
+    if (!first) return nullptr;
+    return vertical > 100 ? ScaleUpVertical(first, vertical)
+           : vertical < 100 ? ScaleDownVertical(first, vertical)
+                            : DuplicateObject(first);
+  }
+  return FilterScaleImage(image, horizontal, vertical);
+}
+
+namespace {
+// InterpolateColor over a 24- or 32-bit image, pixels read by pointer.
+struct Bilinear {
+  const BITMAPINFOHEADER* h;
+  int w, hgt, bytes;
+  COLORREF background;
+  void At(int x, int y, int out[3]) const {
+    const BYTE* p = DibRow(h, y) + static_cast<std::size_t>(x) * bytes;
+    out[0] = p[2];
+    out[1] = p[1];
+    out[2] = p[0];
+  }
+  COLORREF operator()(double x, double y) const {
+    const double fx = x + 0.5, fy = y + 0.5;
+    if (fx < -1.0 || fx >= w || fy < -1.0 || fy >= hgt) return background;
+    int bgc[3] = {GetRValue(background), GetGValue(background), GetBValue(background)};
+    int A[3], B[3], C[3], D[3];
+    const int tx = static_cast<int>(fx), ty = static_cast<int>(fy);
+    const int tx1 = static_cast<int>(fx + 1), ty1 = static_cast<int>(fy + 1);
+    const bool xIn = fx >= 0.0, yIn = fy >= 0.0, x1In = fx + 1 < w, y1In = fy + 1 < hgt;
+    if (xIn && yIn) At(tx, ty, A); else std::memcpy(A, bgc, sizeof A);
+    if (x1In && yIn) At(tx1, ty, B); else std::memcpy(B, bgc, sizeof B);
+    if (xIn && y1In) At(tx, ty1, C); else std::memcpy(C, bgc, sizeof C);
+    if (x1In && y1In) At(tx1, ty1, D); else std::memcpy(D, bgc, sizeof D);
+    const double alpha = fx - std::floor(fx), beta = fy - std::floor(fy);
+    int v[3];
+    for (int k = 0; k < 3; ++k)
+      v[k] = static_cast<int>((1 - beta) * ((1 - alpha) * A[k] + alpha * B[k]) +
+                              beta * ((1 - alpha) * C[k] + alpha * D[k]) + 0.5);
+    return RGB(v[0], v[1], v[2]);
+  }
+};
+}  // namespace
+
+COLORREF InterpolateColor(const HDIB& image, double x, double y, COLORREF background) {
+  const BITMAPINFOHEADER* h = LockDib(image);
+  if (!h || (h->biBitCount != 24 && h->biBitCount != 32)) return background;
+  return Bilinear{h, h->biWidth, h->biHeight, h->biBitCount / 8, background}(x, y);
+}
+
+HDIB FilterSwirl(const HDIB& image, FILTERPARAM* param) {
+  if (!param) return nullptr;
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s) return nullptr;
+  HDIB out = DuplicateObject(image);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  if (param->ImageType != IMAGE_TRUECOLOUR || (s->biBitCount != 24 && s->biBitCount != 32)) return out;
+  const int width = s->biWidth, height = s->biHeight, bytes = s->biBitCount / 8;
+  const double cx = width * 0.5, cy = height * 0.5;
+  const double radius = std::max(cx, cy);
+  double xscale = 1.0, yscale = 1.0;
+  if (width > height) yscale = static_cast<double>(width) / height;
+  else if (width < height) xscale = static_cast<double>(height) / width;
+  const double angle = param->FilterSwirlDegrees * 3.141592653589793 * 0.005555555555555556;
+  const Bilinear sample{s, width, height, bytes, param->PaperColour};
+  ParallelBands(height, 16, [&](int y0, int y1) {
+    for (int y = y0; y < y1; ++y) {
+      BYTE* d = DibRow(o, y);
+      const double dy = yscale * (y - cy);
+      for (int x = 0; x < width; ++x) {
+        const double dx = xscale * (x - cx);
+        const double distance = dx * dx + dy * dy;
+        if (radius * radius <= distance) continue;
+        const double factor = 1.0 - std::sqrt(distance) / radius;
+        const double t = angle * factor * factor;
+        const double sn = std::sin(t), c = std::cos(t);
+        COLORREF v = sample((c * dx - sn * dy) / xscale + cx, (sn * dx + c * dy) / yscale + cy);
+        BYTE* p = d + static_cast<std::size_t>(x) * bytes;
+        p[0] = static_cast<BYTE>(GetBValue(v));
+        p[1] = static_cast<BYTE>(GetGValue(v));
+        p[2] = static_cast<BYTE>(GetRValue(v));
+      }
+    }
+  });
+  return out;
+}
+
+}  // namespace ochrel

@@ -1,0 +1,370 @@
+#include "filters/convolve.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "test_images.h"
+
+namespace ochrel {
+namespace {
+
+using test::RandomDib;
+using test::SameBlock;
+
+FILTERPARAM Defaults(const HDIB& image) {
+  FILTERPARAM p;
+  RestoreFilterDefaults(&p);
+  p.ImageType = GetImageType(image);
+  return p;
+}
+
+HDIB Uniform(int w, int h, int bits, int value) {
+  BYTE palette[768];
+  GetDefaultPalette(palette, nullptr, 10);
+  HDIB d = CreateDib(w, h, palette, bits);
+  BITMAPINFOHEADER* hd = LockDib(d);
+  int bytes = bits / 8;
+  for (int y = 0; y < h; ++y) std::memset(DibRow(hd, y), value, static_cast<std::size_t>(w) * bytes);
+  return d;
+}
+
+// ---- Oracles: the rules written out plainly, one pixel at a time ----------
+
+BYTE OracleLinePixel(const std::vector<double>& k, int width, const std::vector<int>& line, int x) {
+  int columns = static_cast<int>(line.size()), half = width / 2;
+  double s = 0, w = 0;
+  if (width > columns) {
+    for (int i = 0; i < columns; ++i)
+      if (std::abs(i - x) <= half) {
+        s += k[i + half - x] * line[i];
+        w += k[i + half - x];
+      }
+    double v = (s + 0.5) / w;
+    return static_cast<BYTE>(std::min(255, static_cast<int>(v)));
+  }
+  if (x < half) {
+    for (int e = half - x, i = 0; e < width; ++e, ++i) {
+      s += k[e] * line[i];
+      w += k[e];
+    }
+    return static_cast<BYTE>(static_cast<int>((s + 0.5) / w));
+  }
+  if (x < columns - half) {
+    for (int e = 0; e < width; ++e) s += k[e] * line[x - half + e];
+    return static_cast<BYTE>(static_cast<int>(s + 0.5));
+  }
+  for (int e = 0, i = x - half; i < columns; ++e, ++i) {
+    s += k[e] * line[i];
+    w += k[e];
+  }
+  return static_cast<BYTE>(static_cast<int>((s + 0.5) / w));
+}
+
+HDIB OracleBlur(const HDIB& image, double radius, double sigma) {
+  HDIB work = DuplicateObject(image), out = DuplicateObject(image);
+  const BITMAPINFOHEADER* s = LockDib(image);
+  BITMAPINFOHEADER* w = LockDib(work);
+  BITMAPINFOHEADER* o = LockDib(out);
+  int width = static_cast<int>(2 * std::ceil(radius) + 1);
+  std::vector<double> k;
+  FilterGetBlurKernel(width, sigma, k);
+  int bytes = s->biBitCount / 8, W = s->biWidth, H = s->biHeight;
+  for (int y = 0; y < H; ++y)
+    for (int c = 0; c < bytes; ++c) {
+      std::vector<int> line(W);
+      for (int x = 0; x < W; ++x) line[x] = DibRow(s, y)[x * bytes + c];
+      for (int x = 0; x < W; ++x) DibRow(w, y)[x * bytes + c] = OracleLinePixel(k, width, line, x);
+    }
+  for (int x = 0; x < W; ++x)
+    for (int c = 0; c < bytes; ++c) {
+      std::vector<int> line(H);
+      for (int y = 0; y < H; ++y) line[y] = DibRow(w, y)[x * bytes + c];  // top to bottom
+      for (int y = 0; y < H; ++y) DibRow(o, y)[x * bytes + c] = OracleLinePixel(k, width, line, y);
+    }
+  return out;
+}
+
+HDIB OracleConvolve(const HDIB& image, int order, const std::vector<double>& k) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  HDIB out = DuplicateObject(image);
+  BITMAPINFOHEADER* o = LockDib(out);
+  int bytes = s->biBitCount / 8, W = s->biWidth, H = s->biHeight, half = order / 2;
+  double n = 0;
+  for (double v : k) n += v;
+  bool divide = std::fabs(n) > 1e-9 && std::fabs(n - 1) > 1e-9;
+  std::size_t stride = DibStride(s);
+  auto at = [&](int x, int y, int c) {  // stored rows, torus wrap
+    x = (x + W) % W;
+    y = (y + H) % H;
+    return DibBits(s)[stride * y + x * bytes + c];
+  };
+  for (int y = 0; y < H; ++y)
+    for (int x = 0; x < W; ++x)
+      for (int c = 0; c < bytes; ++c) {
+        double sum = 0;
+        for (int r = 0; r < order; ++r)
+          for (int cc = 0; cc < order; ++cc) sum += k[r * order + cc] * at(x - half + cc, y - half + r, c);
+        if (divide) sum /= n;
+        DibBits(o)[stride * y + x * bytes + c] =
+            sum < 0 ? 0 : sum > 255 ? 255 : static_cast<BYTE>(static_cast<int>(sum + 0.5));
+      }
+  return out;
+}
+
+// ---- Kernel ------------------------------------------------------------------
+
+TEST(BlurKernel, SigmaOneRadiusOneIsThreeGroupsOfThreeSubsamples) {
+  std::vector<double> k;
+  int width = static_cast<int>(2 * std::ceil(1.0) + 1);
+  ASSERT_EQ(FilterGetBlurKernel(width, 1.0, k), 3);
+  // Samples at -4..4, a third of a pixel apart: exp(-i^2 / 18), grouped 3 by 3.
+  auto e = [](int i) { return std::exp(-i * i / 18.0); };
+  double a = e(-4) + e(-3) + e(-2), b = e(-1) + e(0) + e(1), c = e(2) + e(3) + e(4);
+  double sum = a + b + c;
+  EXPECT_NEAR(k[0], a / sum, 1e-15);
+  EXPECT_NEAR(k[1], b / sum, 1e-15);
+  EXPECT_NEAR(k[2], c / sum, 1e-15);
+  EXPECT_NEAR(k[1], 0.44296, 1e-5);
+  EXPECT_NEAR(k[0] + k[1] + k[2], 1.0, 1e-15);
+  // A width of 0 or less means 3.
+  EXPECT_EQ(FilterGetBlurKernel(0, 1.0, k), 3);
+  EXPECT_EQ(FilterGetBlurKernel(-7, 2.0, k), 3);
+}
+
+TEST(OptimalKernelWidth, RadiusAndSigmaRules) {
+  EXPECT_EQ(FilterGetOptimalKernelWidth(1.0, 0.5), 3);
+  EXPECT_EQ(FilterGetOptimalKernelWidth(2.5, 0.5), 7);
+  EXPECT_EQ(FilterGetOptimalKernelWidth(4.0, 0.5), 9);
+  // Without a radius: the last width whose outer tap still rounds above 0 in
+  // 8 bits. Checked against the rule written out.
+  for (double sigma : {0.5, 1.0, 1.5, 3.0}) {
+    int w = FilterGetOptimalKernelWidth(0.0, sigma);
+    auto passes = [&](int width) {
+      double sum = 0;
+      for (int u = -width / 2; u <= width / 2; ++u) sum += std::exp(-u * u / (2 * sigma * sigma));
+      return static_cast<int>(255 * std::exp(-(width / 2) * (width / 2) / (2 * sigma * sigma)) / sum) > 0;
+    };
+    EXPECT_EQ(w % 2, 1);
+    EXPECT_FALSE(passes(w + 2)) << sigma;
+    if (w >= 5) EXPECT_TRUE(passes(w)) << sigma;
+  }
+}
+
+// ---- Blur --------------------------------------------------------------------
+
+TEST(GaussianBlur, MatchesThePlainRuleOnRandomImages) {
+  struct Case {
+    int w, h, bits, radius, sigma;
+  } cases[] = {{37, 23, 24, 40, 50}, {64, 41, 8, 40, 50},  {1, 30, 24, 40, 50}, {30, 1, 8, 40, 50},
+               {5, 4, 24, 40, 50},   {3, 3, 8, 990, 100}, {101, 7, 24, 10, 10}, {17, 61, 24, 225, 33},
+               {200, 150, 24, 120, 80}, {9, 9, 32, 40, 50}};
+  unsigned seed = 1;
+  for (const Case& c : cases) {
+    HDIB src = RandomDib(c.w, c.h, c.bits, seed++, 10);
+    FILTERPARAM p = Defaults(src);
+    if (c.bits == 32) p.ImageType = IMAGE_TRUECOLOUR;
+    p.FilterGaussianRadius = c.radius;
+    p.FilterGaussianSigma = c.sigma;
+    HDIB before = DuplicateObject(src);
+    HDIB fast = FilterGaussianBlur(src, &p);
+    HDIB slow = OracleBlur(src, c.radius * 0.1, c.sigma * 0.1);
+    EXPECT_TRUE(SameBlock(fast, slow)) << c.w << "x" << c.h << "@" << c.bits << " r" << c.radius;
+    EXPECT_TRUE(SameBlock(src, before));
+  }
+}
+
+TEST(GaussianBlur, UniformImageStaysUniformEdgesIncluded) {
+  for (int value : {0, 1, 77, 200, 254, 255})
+    for (int bits : {24, 8}) {
+      HDIB src = Uniform(31, 19, bits, value);
+      FILTERPARAM p = Defaults(src);
+      p.ImageType = bits == 8 ? IMAGE_GREY : IMAGE_TRUECOLOUR;
+      p.FilterGaussianRadius = 90;  // width 19: every edge stretch is exercised
+      HDIB out = FilterGaussianBlur(src, &p);
+      EXPECT_TRUE(SameBlock(out, src)) << value << " @" << bits;
+    }
+}
+
+TEST(GaussianBlur, OnePixelWideImage) {
+  // The horizontal pass takes the narrow path (a single sample, divided by its
+  // own weight), the vertical one the ordinary stretches.
+  HDIB src = RandomDib(1, 40, 24, 5);
+  FILTERPARAM p = Defaults(src);
+  HDIB out = FilterGaussianBlur(src, &p);
+  ASSERT_TRUE(out);
+  EXPECT_TRUE(SameBlock(out, OracleBlur(src, 4.0, 5.0)));
+  // A single-sample line meets only the centre tap, and the half is added
+  // before the division: (v k + 0.5) / k, at most 255.
+  std::vector<double> k;
+  FilterGetBlurKernel(9, 5.0, k);
+  BYTE in[3] = {10, 200, 255}, res[3] = {};
+  FilterBlurScanlineRGB(k.data(), 9, in, res, 1);
+  for (int c = 0; c < 3; ++c)
+    EXPECT_EQ(res[c], std::min(255, static_cast<int>((in[c] * k[4] + 0.5) / k[4]))) << c;
+  EXPECT_EQ(res[2], 255);
+}
+
+TEST(GaussianBlur, OtherImageTypesAreCopied) {
+  HDIB src = RandomDib(20, 20, 4, 3, 3);
+  FILTERPARAM p = Defaults(src);
+  ASSERT_EQ(p.ImageType, IMAGE_PALETTED);
+  EXPECT_TRUE(SameBlock(FilterGaussianBlur(src, &p), src));
+}
+
+TEST(GaussianBlur, ScanlineEdgesDivideByTheWeightsUsed) {
+  std::vector<double> k;
+  FilterGetBlurKernel(3, 1.0, k);
+  BYTE in[4] = {0, 90, 180, 255}, out[4];
+  FilterBlurScanlineGrey(k.data(), 3, in, out, 4);
+  EXPECT_EQ(out[0], static_cast<int>((k[1] * 0 + k[2] * 90 + 0.5) / (k[1] + k[2])));
+  EXPECT_EQ(out[1], static_cast<int>(k[0] * 0 + k[1] * 90 + k[2] * 180 + 0.5));
+  EXPECT_EQ(out[3], static_cast<int>((k[0] * 180 + k[1] * 255 + 0.5) / (k[0] + k[1])));
+}
+
+// ---- Unsharp mask ---------------------------------------------------------------
+
+TEST(UnsharpMask, AmountZeroGivesTheSourceBack) {
+  for (int bits : {24, 8}) {
+    HDIB src = RandomDib(33, 27, bits, 11, 10);
+    FILTERPARAM p = Defaults(src);
+    p.FilterUnsharpAmount = 0;
+    EXPECT_TRUE(SameBlock(FilterUnsharpMaskImage(src, &p), src));
+  }
+}
+
+TEST(UnsharpMask, ThresholdAndAmountFollowTheRule) {
+  HDIB src = RandomDib(40, 30, 24, 12);
+  for (int threshold : {1, 15})
+    for (int amount : {4, 50}) {
+      FILTERPARAM p = Defaults(src);
+      p.FilterUnsharpThreshold = threshold;
+      p.FilterUnsharpAmount = amount;
+      HDIB out = FilterUnsharpMaskImage(src, &p);
+      HDIB blur = FilterGaussianBlur(src, &p);
+      const BITMAPINFOHEADER *s = LockDib(src), *o = LockDib(out), *b = LockDib(blur);
+      int changedFar = 0;
+      for (std::size_t i = 0; i < s->biSizeImage; ++i) {
+        int sv = DibBits(s)[i], bv = DibBits(b)[i], d = sv - bv;
+        int expect = sv;
+        if (!(255 * (threshold * 0.1) > std::abs(2 * d))) {
+          double v = sv + d * (amount * 0.1);
+          expect = v < 0 ? 0 : v > 255 ? 255 : static_cast<int>(v + 0.5);
+        }
+        ASSERT_EQ(DibBits(o)[i], expect) << i;
+        if (threshold == 15 && std::abs(d) <= 191) ASSERT_EQ(DibBits(o)[i], sv);
+        if (std::abs(d) > 191) ++changedFar;
+      }
+      (void)changedFar;
+    }
+}
+
+// ---- Square kernels -------------------------------------------------------------
+
+TEST(Convolve, EmbossAndSharpenMatchThePlainTorusRule) {
+  unsigned seed = 40;
+  for (auto [w, h, bits] : {std::tuple{23, 17, 24}, {5, 5, 8}, {64, 9, 24}, {7, 30, 8}, {16, 16, 32}}) {
+    HDIB src = RandomDib(w, h, bits, seed++, 10);
+    FILTERPARAM p = Defaults(src);
+    p.ImageType = bits == 8 ? IMAGE_GREY : IMAGE_TRUECOLOUR;
+    for (int width : {3, 5}) {
+      p.FilterEmbossWidth = p.FilterSharpenWidth = width;
+      EXPECT_TRUE(SameBlock(FilterEmbossImage(src, &p),
+                            OracleConvolve(src, width, FilterMakeEmbossKernel(width, 2.5))))
+          << w << "x" << h << " emboss " << width;
+      EXPECT_TRUE(SameBlock(FilterSharpenImage(src, &p),
+                            OracleConvolve(src, width, FilterMakeSharpenKernel(width, 2.5))))
+          << w << "x" << h << " sharpen " << width;
+    }
+  }
+}
+
+TEST(Convolve, EmbossKernelSignsAndZeroedAntiDiagonal) {
+  std::vector<double> k = FilterMakeEmbossKernel(5, 2.5);
+  ASSERT_EQ(k.size(), 25u);
+  double sum = 0;
+  for (int r = 0; r < 5; ++r)
+    for (int c = 0; c < 5; ++c) {
+      int u = c - 2, v = r - 2;
+      double e = std::exp(-(u * u + v * v) / 6.25);
+      double expect = (u + r == 2) ? 0.0 : ((u < 0 || v < 0) ? -8 : 8) * e;
+      EXPECT_DOUBLE_EQ(k[r * 5 + c], expect) << r << "," << c;
+      sum += k[r * 5 + c];
+    }
+  // The 3-wide kernel cancels exactly (its non-zero taps pair off with
+  // opposite signs); wider ones keep the mixed-sign quadrants and do not.
+  EXPECT_GT(std::fabs(sum), 1.0);
+  std::vector<double> k3 = FilterMakeEmbossKernel(3, 1.5);
+  double sum3 = 0;
+  for (double v : k3) sum3 += v;
+  EXPECT_LT(std::fabs(sum3), 1e-12);
+  EXPECT_DOUBLE_EQ(k3[4], 0.0);
+  EXPECT_DOUBLE_EQ(k3[5], 8.0 * std::exp(-1 / 2.25));
+  EXPECT_DOUBLE_EQ(k3[3], -8.0 * std::exp(-1 / 2.25));
+}
+
+TEST(Convolve, EmbossSumIsTakenAsZeroNotAsADivisor) {
+  // A horizontal ramp: with no division the result is the raw weighted sum.
+  HDIB src = Uniform(9, 9, 8, 0);
+  BITMAPINFOHEADER* h = LockDib(src);
+  for (int y = 0; y < 9; ++y)
+    for (int x = 0; x < 9; ++x) DibRow(h, y)[x] = static_cast<BYTE>(100 + 3 * x);
+  FILTERPARAM p = Defaults(src);
+  p.ImageType = IMAGE_GREY;
+  p.FilterEmbossWidth = 3;
+  p.FilterEmbossSigma = 15;
+  HDIB out = FilterEmbossImage(src, &p);
+  std::vector<double> k = FilterMakeEmbossKernel(3, 1.5);
+  double s = 0;
+  for (int r = 0; r < 3; ++r)
+    for (int c = 0; c < 3; ++c) s += k[r * 3 + c] * (100 + 3 * (4 - 1 + c));
+  EXPECT_GT(s, 10.0);  // a real relief value, far from what a 1e-16 divisor would give
+  int expect = s < 0 ? 0 : s > 255 ? 255 : static_cast<int>(s + 0.5);
+  EXPECT_EQ(DibRow(LockDib(out), 4)[4], expect);
+}
+
+TEST(Convolve, EvenWidthRunsOneWiderAndSmallImagesFail) {
+  HDIB src = RandomDib(12, 12, 24, 7);
+  FILTERPARAM p = Defaults(src);
+  p.FilterEmbossWidth = 4;
+  HDIB four = FilterEmbossImage(src, &p);
+  p.FilterEmbossWidth = 5;
+  HDIB five = FilterEmbossImage(src, &p);
+  EXPECT_TRUE(SameBlock(four, five));
+  // A 4-wide image can't take a 5-wide kernel; an even order is refused.
+  HDIB narrow = RandomDib(4, 100, 24, 8);
+  EXPECT_FALSE(FilterEmbossImage(narrow, &p));
+  std::vector<double> k(16, 1.0);
+  EXPECT_FALSE(FilterConvolveImage(src, 4, k.data(), &p));
+}
+
+TEST(Convolve, SharpenOfUniformImageIsThatImage) {
+  for (int value : {0, 3, 128, 255}) {
+    HDIB src = Uniform(20, 15, 24, value);
+    FILTERPARAM p = Defaults(src);
+    for (int width : {3, 7, 15}) {
+      p.FilterSharpenWidth = width;
+      EXPECT_TRUE(SameBlock(FilterSharpenImage(src, &p), src)) << value << " w" << width;
+    }
+  }
+  std::vector<double> k = FilterMakeSharpenKernel(3, 1.5);
+  double t = 0;
+  for (int i = 0; i < 9; ++i)
+    if (i != 4) t += k[i];
+  EXPECT_DOUBLE_EQ(k[4], -2.0 * (t + 1.0));
+}
+
+TEST(Convolve, OtherTypesLeaveTheResultBlack) {
+  HDIB src = RandomDib(10, 10, 8, 1, 8);
+  FILTERPARAM p = Defaults(src);
+  ASSERT_EQ(p.ImageType, IMAGE_PALETTED);
+  HDIB out = FilterSharpenImage(src, &p);
+  ASSERT_TRUE(out);
+  const BITMAPINFOHEADER* o = LockDib(out);
+  for (std::size_t i = 0; i < o->biSizeImage; ++i) ASSERT_EQ(DibBits(o)[i], 0);
+}
+
+}  // namespace
+}  // namespace ochrel
