@@ -1,15 +1,74 @@
+// The program: starts the rendering back end first and ends it last, builds the
+// frame, opens a file named on the command line, and runs the event loop.
 #include <QApplication>
+#include <QScreen>
 #include <QTimer>
 
+#include <ctime>
+
+#include "frame/commands.h"
+#include "frame/config.h"
+#include "frame/strings.h"
+#include "image/crand.h"
+#include "image/settings.h"
+#include "render/wrapper.h"
 #include "ui/mainframe.h"
+#include "ui/messages.h"
 
 int main(int argc, char** argv) {
-  QApplication app(argc, argv);
-  QApplication::setApplicationName("Ochrel");
-  ochrel::MainFrame frame;
-  frame.show();
-  // For smoke tests: OCHREL_QUIT_AFTER_MS closes the program by itself.
-  if (const char* ms = std::getenv("OCHREL_QUIT_AFTER_MS"))
-    QTimer::singleShot(std::atoi(ms), &frame, [&frame] { frame.close(); });
-  return app.exec();
+  using namespace ochrel;
+  ochrel::srand(static_cast<unsigned>(std::time(nullptr)));
+  WRAPPERBLOCK wrapper;
+  wrapper.Operation = WRAPPER_START;
+  OCHLWRPR_proc(&wrapper);
+
+  int code = 0;
+  {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName("Ochrel");
+    ReadStartupWindowFlag();
+    QScreen* screen = QGuiApplication::primaryScreen();
+    SetDisplayBits(screen ? screen->depth() : 0);
+
+    MainFrame frame;
+    // One command line is one file name, quotes and all.
+    QStringList args = QApplication::arguments();
+    args.removeFirst();
+    if (!args.isEmpty()) {
+      std::string line = args.join(' ').toStdString();
+      QTimer::singleShot(0, &frame, [&frame, line] { frame.OpenFile(line); });
+    }
+    frame.show();
+    if (StartMaximized) frame.showMaximized();
+
+    // The program needs true colour and at least 800 by 600.
+    QSize size = screen ? screen->size() : QSize();
+    if (GetDisplayBits() <= 8 || size.width() < 800 || size.height() < 600) {
+      DoMessage(&frame,
+                "Your present Windows screen driver can't display true color, or it's set to a resolution of "
+                "less than 800 x 600.");
+      code = 0;
+    } else {
+      // Timer 2: the start-up window closes after LogoDelay.
+      QTimer::singleShot(std::max(100, LogoDelay), &frame, [] {});
+      ochrel::srand(static_cast<unsigned>(std::time(nullptr)));
+      if (WarnNonBeta) {
+        QTimer::singleShot(0, &frame, [&frame] {
+          DoMessage(&frame,
+                    "This is an interim release of Ochrel. Some features are still being completed.\n\n"
+                    "This notice will not be shown again.",
+                    "Interim Release Notice");
+          WarnNonBeta = 0;
+        });
+      }
+      // For smoke tests: OCHREL_QUIT_AFTER_MS closes the program by itself.
+      if (const char* ms = std::getenv("OCHREL_QUIT_AFTER_MS"))
+        QTimer::singleShot(std::atoi(ms), &frame, [&frame] { frame.close(); });
+      code = app.exec();
+    }
+  }
+  wrapper = WRAPPERBLOCK{};
+  wrapper.Operation = WRAPPER_END;
+  OCHLWRPR_proc(&wrapper);
+  return code;
 }

@@ -1,15 +1,659 @@
 #include "ui/mainframe.h"
 
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QDragEnterEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QPointer>
+#include <QGuiApplication>
+#include <QLabel>
 #include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QPainter>
+#include <QScreen>
+#include <QShortcut>
+#include <QStyle>
+#include <QToolButton>
+#include <QUrl>
+#include <QVBoxLayout>
+
+#include "files/imagefile.h"
+#include "frame/blockset.h"
+#include "frame/commands.h"
+#include "frame/config.h"
+#include "frame/menustate.h"
+#include "frame/recentpaths.h"
+#include "frame/services.h"
+#include "frame/strings.h"
+#include "image/settings.h"
+#include "ui/documentwindow.h"
+#include "ui/icons.h"
+#include "ui/messages.h"
+#include "ui/newfiledialog.h"
 
 namespace ochrel {
 
-MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
-  setWindowTitle(QString::fromUtf8("Ochrel\u2122"));
-  auto* client = new QMdiArea(this);
-  client->setObjectName("hwndclient");
-  setCentralWidget(client);
-  resize(1000, 720);
+namespace {
+const unsigned viewmodetable[11] = {10, 20, 25, 50, 75, 100, 200, 400, 800, 1200, 1600};
+MainFrame::SavePathAnswerer g_saveAnswerer;
+MainFrame::OpenPathAnswerer g_openAnswerer;
+int g_shiftOverride = -1;
+
+QColor ToQColor(COLORREF c) { return QColor(GetRValue(c), GetGValue(c), GetBValue(c)); }
+}  // namespace
+
+// ---- Button bar ---------------------------------------------------------------
+
+ButtonBar::ButtonBar(QWidget* parent) : QWidget(parent) {
+  setObjectName("VarnwickStudioPaintBar");
+  setFixedHeight(34);
+  setAutoFillBackground(true);
+  zoom_ = new QComboBox(this);
+  zoom_->setObjectName("701");
+  for (unsigned v : viewmodetable) zoom_->addItem(QString::asprintf("%u percent", v));
+  zoom_->setCurrentIndex(0);
+  zoom_->setGeometry(3, 4, 120, 26);
+  zoom_->setFocusPolicy(Qt::NoFocus);
+  connect(zoom_, &QComboBox::activated, this, [this] { emit command(CM_ZOOMLIST); });
+  int x = 131;
+  for (const char* p = ButtonList; *p; ++p) {
+    unsigned byte = static_cast<unsigned char>(*p);
+    int id = static_cast<int>(byte & 0x7F);
+    if (id >= 50 && id <= 62) {
+      auto* b = new QToolButton(this);
+      b->setObjectName(QString::number(id));
+      b->setIcon(CommandIcon(id));
+      b->setIconSize(QSize(19, 19));
+      b->setAutoRaise(true);
+      b->setGeometry(x, 4, 25, 25);
+      b->setToolTip(QString::fromUtf8(FetchString(IDS_TIP_BASE + id)));
+      b->setFocusPolicy(Qt::NoFocus);
+      connect(b, &QToolButton::clicked, this, [this, id] { emit command(id); });
+      buttons_[id] = b;
+      x += 29;
+      if (byte & 0x80) x += 10;
+    }
+  }
 }
+
+QToolButton* ButtonBar::button(int command) const {
+  auto it = buttons_.find(command);
+  return it == buttons_.end() ? nullptr : it->second;
+}
+
+// ---- Status bar -----------------------------------------------------------------
+
+SwatchButton::SwatchButton(int id, QWidget* parent) : QWidget(parent), id_(id) {
+  setObjectName(QString::number(id));
+  setCursor(Qt::PointingHandCursor);
+}
+
+void SwatchButton::setColour(COLORREF c) {
+  if (c == colour_) return;
+  colour_ = c;
+  update();
+}
+
+void SwatchButton::paintEvent(QPaintEvent*) {
+  QPainter p(this);
+  QRect r = rect().adjusted(0, 0, -1, -1);
+  p.fillRect(r, ToQColor(colour_));
+  p.setPen(palette().color(QPalette::Dark));
+  p.drawRect(r);
+}
+
+void SwatchButton::mousePressEvent(QMouseEvent*) { emit clicked(id_); }
+
+StatusBar::StatusBar(QWidget* parent) : QWidget(parent) {
+  setObjectName("VarnwickStudioPaintStatusBar");
+  setFixedHeight(20);
+  setAutoFillBackground(true);
+  QFont small = font();
+  small.setPixelSize(11);
+  int x = 3;
+  const std::pair<const char*, int> parts[3] = {{"Paint: ", CM_PAINTSWATCH}, {"Paper: ", CM_PAPERSWATCH}, {"Fill: ", CM_FILLSWATCH}};
+  for (const auto& [text, id] : parts) {
+    auto* label = new QLabel(text, this);
+    label->setFont(small);
+    label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    const int w = std::max(34, QFontMetrics(small).horizontalAdvance(QString::fromLatin1(text)) + 2);
+    label->setGeometry(x, 2, w, 16);
+    auto* swatch = new SwatchButton(id, this);
+    swatch->setGeometry(x + w + 2, 4, 20, 12);
+    connect(swatch, &SwatchButton::clicked, this, &StatusBar::command);
+    swatches_[id] = swatch;
+    x += w + 2 + 20 + 4;
+  }
+  message_ = new QLabel(this);
+  message_->setObjectName("504");
+  message_->setFont(small);
+  message_->setGeometry(x + 8, 2, 220, 16);
+  message_->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+}
+
+SwatchButton* StatusBar::swatch(int id) const {
+  auto it = swatches_.find(id);
+  return it == swatches_.end() ? nullptr : it->second;
+}
+
+// ---- Frame ------------------------------------------------------------------------
+
+MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
+  setObjectName("VarnwickStudioPaintProfessional");
+  setWindowTitle(QString::fromUtf8(FetchString(IDS_TITLE)));
+  // The settings come first: the bar reads ButtonList, the documents their defaults.
+  LoadConfig();
+  LoadMenuConfig();
+  if (!ApplicationPath[0]) {
+    std::string app = QCoreApplication::applicationDirPath().toStdString() + "/";
+    std::snprintf(ApplicationPath, sizeof ApplicationPath, "%s", app.c_str());
+  }
+  if (!OpenPath[0]) std::snprintf(OpenPath, sizeof OpenPath, "%s", ApplicationPath);
+
+  auto* central = new QWidget(this);
+  auto* layout = new QVBoxLayout(central);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(1);
+  bar_ = new ButtonBar(central);
+  client_ = new QMdiArea(central);
+  client_->setObjectName("MDICLIENT");
+  client_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  client_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  client_->setAcceptDrops(true);
+  client_->viewport()->setAcceptDrops(true);
+  client_->viewport()->installEventFilter(this);
+  client_->installEventFilter(this);
+  status_ = new StatusBar(central);
+  layout->addWidget(bar_);
+  layout->addWidget(client_, 1);
+  layout->addWidget(status_);
+  setCentralWidget(central);
+  connect(bar_, &ButtonBar::command, this, [this](int id) { PostCommand(id); });
+  connect(status_, &StatusBar::command, this, [this](int id) { PostCommand(id); });
+  connect(client_, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow* w) {
+    if (auto* d = qobject_cast<DocumentWindow*>(w)) {
+      bar_->zoomList()->setCurrentIndex(std::clamp(d->record()->ViewMode, 0, 10));
+      if (QAction* grid = action(CM_GRIDACTIVE)) grid->setChecked(d->record()->GridActive);
+    }
+    UpdateMenuStates();
+    RefreshStatus();
+  });
+
+  BuildMenus();
+  BuildAccelerators();
+  UpdateMenuStates();
+  RefreshStatus();
+  connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, [this] { UpdatePasteStates(); });
+  UpdatePasteStates();
+
+  // Geometry: inset from the screen edges by a scroll bar's width, or where the
+  // frame stood last time.
+  if (QScreen* screen = QGuiApplication::primaryScreen()) {
+    QRect avail = screen->availableGeometry();
+    int s = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    setGeometry(avail.x() + s, avail.y() + s, std::max(620, avail.width() - 2 * s), std::max(460, avail.height() - 2 * s));
+    RECT placement;
+    if (SetStickyWindows(avail.width(), avail.height(), &placement))
+      setGeometry(placement.left, placement.top, placement.right - placement.left, placement.bottom - placement.top);
+  }
+  FileHooks hooks;
+  hooks.beginWait = [] { QApplication::setOverrideCursor(Qt::WaitCursor); };
+  hooks.endWait = [] { QApplication::restoreOverrideCursor(); };
+  hooks.askYesNo = [this](const char* q) { return DoYesNo(this, QString::fromUtf8(q)) == IDYES; };
+  hooks.closeStatus = [this] { CloseStatus(); };
+  SetFileHooks(hooks);
+}
+
+MainFrame::~MainFrame() { SetFileHooks(FileHooks{}); }
+
+QAction* MainFrame::AddItem(QMenu* menu, const char* label, int id, bool grey) {
+  QAction* a = menu->addAction(QString::fromUtf8(label));
+  a->setData(id);
+  a->setObjectName(QString::number(id));
+  a->setEnabled(!grey);
+  connect(a, &QAction::triggered, this, [this, id] { Command(id); });
+  actions_[id] = a;
+  return a;
+}
+
+void MainFrame::BuildMenus() {
+  QMenuBar* mb = menuBar();
+  fileMenu_ = mb->addMenu("&File");
+  AddItem(fileMenu_, "&New\tCtrl+N", CM_NEW, false);
+  AddItem(fileMenu_, "&Open\tCtrl+0", CM_OPEN, false);
+  AddItem(fileMenu_, "&Save\tCtrl+S", CM_SAVE, true);
+  AddItem(fileMenu_, "Save &as...", CM_SAVEAS, true);
+  AddItem(fileMenu_, "&Close", CM_CLOSE, true);
+  fileMenu_->addSeparator();
+  AddItem(fileMenu_, "Set&up", CM_SETUP, false);
+  AddItem(fileMenu_, "E&xit", CM_EXIT, false);
+  RebuildRecentMenu();
+
+  QMenu* edit = mb->addMenu("&Edit");
+  AddItem(edit, "&Undo\tCtrl+U (Alt+Backspace)", CM_UNDO, true);
+  edit->addSeparator();
+  AddItem(edit, "Cu&t\tCtrl+X (Shift+Del)", CM_CUT, true);
+  AddItem(edit, "&Copy\tCtrl+C (Ctrl+Ins)", CM_COPY, true);
+  AddItem(edit, "&Paste\tCtrl+V (Shift+Ins)", CM_PASTE, true);
+  AddItem(edit, "Paste as &new document", CM_PASTENEW, true);
+  AddItem(edit, "C&lear", CM_CLEAR, true);
+  AddItem(edit, "&Select All", CM_SELECTALL, true);
+  edit->addSeparator();
+  QMenu* hide = edit->addMenu("&Hide");
+  AddItem(hide, "Hide &tool bar", CM_HIDETOOLBAR, true)->setCheckable(true);
+  AddItem(hide, "Hide &settings", CM_HIDESETTINGS, true)->setCheckable(true);
+  edit->addSeparator();
+  AddItem(edit, "Copy t&o", CM_COPYTO, true);
+  AddItem(edit, "P&aste from", CM_PASTEFROM, true);
+  AddItem(edit, "&Grid active", CM_GRIDACTIVE, true)->setCheckable(true);
+  AddItem(edit, "G&rid settings", CM_GRIDSETTINGS, true);
+  AddItem(edit, "Shado&ws", CM_SHADOWS, true);
+
+  QMenu* image = mb->addMenu("&Image");
+  AddItem(image, "&Attributes", CM_ATTRIBUTES, true);
+  QMenu* convert = image->addMenu("&Convert to");
+  AddItem(convert, "&True color", CM_TOTRUECOLOUR, true);
+  AddItem(convert, "&Greyscale", CM_TOGREY, true);
+  AddItem(convert, "&Paletted", CM_TOPALETTE, true);
+  AddItem(convert, "&Mono", CM_TOMONO, true);
+
+  windowMenu_ = mb->addMenu("&Window");
+  AddItem(windowMenu_, "&Cascade\tShift+F5", CM_CASCADE, true);
+  AddItem(windowMenu_, "&Tile\tShift+F4", CM_TILE, true);
+  AddItem(windowMenu_, "&Arrange Icons", CM_ARRANGE, true);
+  windowMenu_->addSeparator();
+  AddItem(windowMenu_, "&Duplicate\tCtrl+D", CM_DUPLICATE, true);
+  // The open documents, listed under the separator as the window menu does.
+  connect(windowMenu_, &QMenu::aboutToShow, this, [this] {
+    for (QAction* a : windowMenu_->actions())
+      if (a->property("documentEntry").toBool()) {
+        windowMenu_->removeAction(a);
+        a->deleteLater();
+      }
+    const auto windows = client_->subWindowList();
+    if (!windows.isEmpty()) windowMenu_->addSeparator()->setProperty("documentEntry", true);
+    int n = 1;
+    for (QMdiSubWindow* w : windows) {
+      QAction* a = windowMenu_->addAction(QString("&%1 %2").arg(n++).arg(w->windowTitle()));
+      a->setProperty("documentEntry", true);
+      a->setCheckable(true);
+      a->setChecked(w == client_->activeSubWindow());
+      connect(a, &QAction::triggered, this, [this, w] { client_->setActiveSubWindow(w); });
+    }
+  });
+
+  QMenu* help = mb->addMenu("&Help");
+  AddItem(help, "&Contents", CM_HELP, false);
+  help->addSeparator();
+  AddItem(help, "&About...", CM_ABOUT, false);
+  AddItem(help, "&System information", CM_SYSINFO, false);
+  AddItem(help, "&Tip of the day", CM_TIPOFTHEDAY, false);
+  AddItem(help, "&Manual", CM_MANUAL, false);
+}
+
+void MainFrame::BuildAccelerators() {
+  const std::pair<QKeySequence, int> table[] = {
+      {QKeySequence(Qt::CTRL | Qt::Key_C), CM_COPY},         {QKeySequence(Qt::CTRL | Qt::Key_V), CM_PASTE},
+      {QKeySequence(Qt::CTRL | Qt::Key_X), CM_CUT},          {QKeySequence(Qt::CTRL | Qt::Key_N), CM_NEW},
+      {QKeySequence(Qt::CTRL | Qt::Key_O), CM_OPEN},         {QKeySequence(Qt::CTRL | Qt::Key_S), CM_SAVE},
+      {QKeySequence(Qt::CTRL | Qt::Key_P), CM_PRINT},        {QKeySequence(Qt::Key_Delete), CM_DELETE},
+      {QKeySequence(Qt::SHIFT | Qt::Key_Insert), CM_PASTE},  {QKeySequence(Qt::SHIFT | Qt::Key_Delete), CM_CUT},
+      {QKeySequence(Qt::CTRL | Qt::Key_Insert), CM_COPY},    {QKeySequence(Qt::ALT | Qt::Key_Backspace), CM_UNDO},
+  };
+  for (const auto& [keys, id] : table) {
+    auto* sc = new QShortcut(keys, this);
+    sc->setContext(Qt::WindowShortcut);
+    connect(sc, &QShortcut::activated, this, [this, id = id] {
+      // A greyed menu item's accelerator does nothing either.
+      if (QAction* a = action(id); a && !a->isEnabled()) return;
+      Command(id);
+    });
+  }
+}
+
+void MainFrame::RebuildRecentMenu() {
+  for (QAction* a : recentActions_) {
+    fileMenu_->removeAction(a);
+    a->deleteLater();
+  }
+  recentActions_.clear();
+  const auto& items = RecentPathList().Items();
+  if (items.empty()) return;
+  recentActions_.push_back(fileMenu_->addSeparator());
+  int id = CM_RECENT;
+  for (const std::string& path : items) {
+    QAction* a = fileMenu_->addAction(QString::fromStdString(path));
+    a->setData(id);
+    a->setObjectName(QString::number(id));
+    connect(a, &QAction::triggered, this, [this, path] { OpenFile(path); });
+    recentActions_.push_back(a);
+    ++id;
+  }
+}
+
+void MainFrame::SetPathMenu(const std::string& path) {
+  if (RecentPathList().Add(path)) RebuildRecentMenu();
+}
+
+QAction* MainFrame::action(int id) const {
+  auto it = actions_.find(id);
+  return it == actions_.end() ? nullptr : it->second;
+}
+
+DocumentWindow* MainFrame::ActiveDocument() const {
+  return qobject_cast<DocumentWindow*>(client_->activeSubWindow());
+}
+
+int MainFrame::CountOpenDocuments() const {
+  int n = 0;
+  for (QMdiSubWindow* w : client_->subWindowList())
+    if (qobject_cast<DocumentWindow*>(w)) ++n;
+  return n;
+}
+
+void MainFrame::StatusText(const QString& text) { status_->message()->setText(text); }
+
+void MainFrame::UpdateMenuStates() {
+  DocumentWindow* d = ActiveDocument();
+  for (const auto& [id, enabled] : ComputeMenuStates(d ? d->record() : nullptr)) {
+    if (QAction* a = action(id)) a->setEnabled(enabled);
+    if (QToolButton* b = bar_->button(id)) b->setEnabled(enabled);
+  }
+}
+
+void MainFrame::RefreshStatus() {
+  DocumentWindow* d = ActiveDocument();
+  const BLOCKSET* r = d ? d->record() : nullptr;
+  status_->swatch(CM_PAINTSWATCH)->setColour(r ? GetPaintColour(r) : static_cast<COLORREF>(DefaultPaintColour));
+  status_->swatch(CM_PAPERSWATCH)->setColour(r ? GetPaperColour(r) : static_cast<COLORREF>(DefaultPaperColour));
+  status_->swatch(CM_FILLSWATCH)->setColour(r ? GetFillColour(r) : static_cast<COLORREF>(DefaultFillColour));
+}
+
+void MainFrame::UpdatePasteStates() {
+  const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+  bool image = data && data->hasImage();
+  bool text = data && data->hasText();
+  if (QAction* a = action(CM_PASTE)) a->setEnabled(image || text);
+  if (QAction* a = action(CM_PASTENEW)) a->setEnabled(image);
+}
+
+void MainFrame::PostCommand(int id) {
+  QMetaObject::invokeMethod(this, [this, id] { Command(id); }, Qt::QueuedConnection);
+}
+
+bool MainFrame::ShiftDown() const {
+  if (g_shiftOverride >= 0) return g_shiftOverride != 0;
+  return QGuiApplication::queryKeyboardModifiers() & Qt::ShiftModifier;
+}
+
+void MainFrame::SetShiftOverride(int state) { g_shiftOverride = state; }
+void MainFrame::SetSavePathAnswerer(SavePathAnswerer answerer) { g_saveAnswerer = std::move(answerer); }
+void MainFrame::SetOpenPathAnswerer(OpenPathAnswerer answerer) { g_openAnswerer = std::move(answerer); }
+
+void MainFrame::Command(int id) {
+  if (id == CM_EXIT) {
+    if (ShiftDown()) SaveConfig();
+    else close();
+    return;
+  }
+  switch (id) {
+    case CM_NEW: DoNewCommand(); break;
+    case CM_OPEN: DoOpenCommand(); break;
+    case CM_HIDETOOLBAR:
+    case CM_HIDESETTINGS:
+      break;  // the toolbox and the settings window come with the tools
+    case CM_CASCADE: client_->cascadeSubWindows(); break;
+    case CM_TILE: client_->tileSubWindows(); break;
+    case CM_ARRANGE: break;  // minimized documents arrange themselves
+    case CM_PRINT:
+    case CM_DELETE:
+      break;  // accelerators without an action
+    case CM_HELP:
+    case CM_SETUP:
+    case CM_MANUAL:
+    case CM_ABOUT:
+    case CM_SYSINFO:
+    case CM_TIPOFTHEDAY:
+    case CM_PASTENEW:
+      break;  // dialogs of their own, not yet here
+    case CM_DUPLICATE: DoDuplicate(); break;
+    case CM_TOTRUECOLOUR:
+    case CM_TOGREY:
+    case CM_TOPALETTE:
+    case CM_TOMONO: DoConvert(id); break;
+    default:
+      if (id >= CM_RECENT && id < CM_RECENT + static_cast<int>(FileMenuRange)) {
+        const auto& items = RecentPathList().Items();
+        std::size_t k = static_cast<std::size_t>(id - CM_RECENT);
+        if (k < items.size()) OpenFile(items[k]);
+        break;
+      }
+      if (DocumentWindow* d = ActiveDocument()) {
+        if (!d->Command(id) && id >= CM_PAINTSWATCH && id <= CM_PAPERSWATCH) {
+          BLOCKSET* r = d->record();
+          COLORREF* field = id == CM_PAINTSWATCH ? &r->PaintColour : id == CM_FILLSWATCH ? &r->FillColour : &r->PaperColour;
+          QColor c = QColorDialog::getColor(ToQColor(ColourOfValue(r, *field)), this);
+          if (c.isValid()) {
+            *field = RGB(c.red(), c.green(), c.blue());
+            if (const BITMAPINFOHEADER* h = LockDib(r->Image); h && h->biBitCount <= 8) {
+              BYTE pal[768];
+              int n = GetDibPalette(h, pal);
+              *field = static_cast<COLORREF>(FindPaletteColour(c.red(), c.green(), c.blue(), pal, n));
+            }
+          }
+          RefreshStatus();
+        }
+      }
+      break;
+  }
+  UpdateMenuStates();
+}
+
+DocumentWindow* MainFrame::CreateNewTask(const std::string& path) {
+  auto* w = new DocumentWindow(this, path);
+  client_->addSubWindow(w);
+  // Step in from the left: ten documents make one diagonal run.
+  int n = (CountOpenDocuments() - 1) % 10;
+  int caption = style()->pixelMetric(QStyle::PM_TitleBarHeight);
+  int frame = style()->pixelMetric(QStyle::PM_MdiSubWindowFrameWidth);
+  w->move(n * (caption + frame), n * (caption + frame));
+  w->resize(180, 180);
+  w->show();
+  client_->setActiveSubWindow(w);
+  return w;
+}
+
+void MainFrame::FinishNewDocument(DocumentWindow* w) {
+  BLOCKSET* r = w->record();
+  SetImageType(r);
+  AdjustToolColours(r);
+  w->AdjustTaskWindow();
+  w->UpdateTitle();
+  bar_->zoomList()->setCurrentIndex(std::clamp(r->ViewMode, 0, 10));
+  if (QAction* grid = action(CM_GRIDACTIVE)) grid->setChecked(r->GridActive);
+  w->view()->update();
+  UpdateMenuStates();
+  RefreshStatus();
+}
+
+void MainFrame::DoNewCommand() {
+  NEWFILEPARAM param;
+  if (!GetNewFileParam(this, &param)) return;
+  DocumentWindow* w = CreateNewTask(OpenPath);
+  BLOCKSET* r = w->record();
+  DoNew(r);
+  r->Image = CreateNewImage(param);
+  if (!r->Image) {
+    DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+    w->Discard();
+    return;
+  }
+  r->PaperColour = param.colour;
+  FinishNewDocument(w);
+}
+
+void MainFrame::OpenFile(const std::string& path) {
+  loadFile_ = path;
+  hasLoadFile_ = true;
+  Command(CM_OPEN);
+}
+
+void MainFrame::DoOpenCommand() {
+  std::string path;
+  if (hasLoadFile_) {
+    path = CleanFileName(loadFile_);
+    hasLoadFile_ = false;
+    loadFile_.clear();
+  } else {
+    if (g_openAnswerer) {
+      if (!g_openAnswerer(&path)) return;
+    } else {
+      QString chosen = QFileDialog::getOpenFileName(this, tr("Open"), QString::fromUtf8(OpenPath),
+                                                    "Image files (*.jpg *.bmp *.pcx *.tga *.png)");
+      if (chosen.isEmpty()) return;
+      path = chosen.toStdString();
+    }
+    SetOpenPath(path);
+  }
+  DocumentWindow* w = CreateNewTask(path);
+  BLOCKSET* r = w->record();
+  QApplication::setOverrideCursor(Qt::WaitCursor);
+  int ok = LoadGraphicFile(r->Image, path.c_str());
+  QApplication::restoreOverrideCursor();
+  if (!ok) {
+    DoMessage(this, FetchString(IDS_ERROR_READING));
+    w->Discard();
+    return;
+  }
+  r->HasFile = 1;
+  r->Modified = 0;
+  SetPathMenu(path);
+  FinishNewDocument(w);
+}
+
+DocumentWindow* MainFrame::NewFromDib(const HDIB& image) {
+  DocumentWindow* w = CreateNewTask(FolderOf(OpenPath) + GetUntitledFileName());
+  BLOCKSET* r = w->record();
+  DoNew(r);
+  r->Image = DuplicateObject(image);
+  if (!r->Image) {
+    DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+    w->Discard();
+    return nullptr;
+  }
+  r->PaperColour = 0xFFFFFF;
+  FinishNewDocument(w);
+  return w;
+}
+
+void MainFrame::DoDuplicate() {
+  DocumentWindow* source = ActiveDocument();
+  if (!source || !source->record()->Image) return;
+  DocumentWindow* w = CreateNewTask(AddCurrentPath(GetUntitledFileName()));
+  BLOCKSET* r = w->record();
+  r->Image = DuplicateObject(source->record()->Image);
+  if (!r->Image) {
+    DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+    w->Discard();
+    return;
+  }
+  r->Modified = 1;
+  FinishNewDocument(w);
+}
+
+void MainFrame::DoConvert(int id) {
+  // The depth conversions arrive with the conversion dialogs.
+  (void)id;
+}
+
+bool MainFrame::WriteDocument(QWidget*, const std::string& path) {
+  DocumentWindow* d = nullptr;
+  for (QMdiSubWindow* w : client_->subWindowList())
+    if (auto* doc = qobject_cast<DocumentWindow*>(w); doc && doc->record()->FileName == path) d = doc;
+  if (!d) d = ActiveDocument();
+  return d && WriteGraphicFile(d->record()->Image, path.c_str()) != 0;
+}
+
+bool MainFrame::AskSavePath(QWidget* parent, const std::string& start, std::string* path) {
+  if (g_saveAnswerer) return g_saveAnswerer(start, path);
+  QString chosen = QFileDialog::getSaveFileName(parent, tr("Save as"), QString::fromStdString(start),
+                                                "BMP files (*.bmp);;JPEG files (*.jpg);;PCX files (*.pcx);;"
+                                                "TGA files (*.tga);;PNG files (*.png)");
+  if (chosen.isEmpty()) return false;
+  *path = chosen.toStdString();
+  return true;
+}
+
+void MainFrame::DropFiles(const QStringList& paths) {
+  raise();
+  activateWindow();
+  for (const QString& p : paths) {
+    const QString ext = QFileInfo(p).suffix();
+    if (ext.isEmpty()) continue;
+    for (int i = 0; i < GetImageTypeCount(); ++i) {
+      char e[16];
+      GetFormatExtension(e, i, sizeof e);
+      if (ext.compare(QString::fromLatin1(e), Qt::CaseInsensitive) == 0) OpenFile(p.toStdString());
+    }
+  }
+}
+
+bool MainFrame::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == client_->viewport() || watched == client_) {
+    if (event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove) {
+      auto* e = static_cast<QDropEvent*>(event);
+      if (e->mimeData()->hasUrls()) {
+        e->acceptProposedAction();
+        return true;
+      }
+    } else if (event->type() == QEvent::Drop) {
+      auto* e = static_cast<QDropEvent*>(event);
+      QStringList paths;
+      for (const QUrl& u : e->mimeData()->urls())
+        if (u.isLocalFile()) paths << u.toLocalFile();
+      e->acceptProposedAction();
+      DropFiles(paths);
+      return true;
+    }
+  }
+  return QMainWindow::eventFilter(watched, event);
+}
+
+bool MainFrame::CloseAllChildren() {
+  for (;;) {
+    const auto windows = client_->subWindowList();
+    if (windows.isEmpty()) return true;
+    QMdiSubWindow* w = windows.first();
+    QPointer<QMdiSubWindow> alive(w);
+    w->close();
+    // A refused close leaves the window standing.
+    if (alive && !alive->isHidden() && client_->subWindowList().contains(w)) return false;
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  }
+}
+
+void MainFrame::closeEvent(QCloseEvent* event) {
+  if (QScreen* screen = this->screen()) {
+    QRect g = geometry();
+    GetStickyWindows(RECT{g.left(), g.top(), g.right() + 1, g.bottom() + 1}, isMaximized(),
+                     screen->geometry().width(), screen->geometry().height());
+  }
+  StartMaximized = isMaximized() ? 1 : 0;
+  if (OkToSaveConfig) SaveConfig();
+  if (!CloseAllChildren()) {
+    event->ignore();
+    return;
+  }
+  event->accept();
+}
+
+void MainFrame::moveEvent(QMoveEvent* event) { QMainWindow::moveEvent(event); }
 
 }  // namespace ochrel

@@ -2,13 +2,150 @@
 
 #include <QMainWindow>
 
+#include <functional>
+#include <map>
+#include <string>
+
+#include "image/dib.h"
+
+class QMdiArea;
+class QMenu;
+class QAction;
+class QComboBox;
+class QLabel;
+class QToolButton;
+
 namespace ochrel {
 
-// The frame window: menus, button bar, the multiple-document area, status bar.
+class DocumentWindow;
+struct BLOCKSET;
+
+// The button bar: the zoom list and one button for each byte of ButtonList.
+class ButtonBar : public QWidget {
+  Q_OBJECT
+ public:
+  explicit ButtonBar(QWidget* parent);
+  QComboBox* zoomList() const { return zoom_; }
+  QToolButton* button(int command) const;
+  const std::map<int, QToolButton*>& buttons() const { return buttons_; }
+  QSize sizeHint() const override { return QSize(400, 34); }
+ signals:
+  void command(int id);
+
+ private:
+  QComboBox* zoom_;
+  std::map<int, QToolButton*> buttons_;
+};
+
+// A colour swatch of the status bar (501 paint, 503 paper, 502 fill).
+class SwatchButton : public QWidget {
+  Q_OBJECT
+ public:
+  SwatchButton(int id, QWidget* parent);
+  void setColour(COLORREF c);
+  COLORREF colour() const { return colour_; }
+ signals:
+  void clicked(int id);
+
+ protected:
+  void paintEvent(QPaintEvent*) override;
+  void mousePressEvent(QMouseEvent*) override;
+
+ private:
+  int id_;
+  COLORREF colour_ = 0;
+};
+
+class StatusBar : public QWidget {
+  Q_OBJECT
+ public:
+  explicit StatusBar(QWidget* parent);
+  SwatchButton* swatch(int id) const;
+  QLabel* message() const { return message_; }
+  QSize sizeHint() const override { return QSize(400, 20); }
+ signals:
+  void command(int id);
+
+ private:
+  std::map<int, SwatchButton*> swatches_;
+  QLabel* message_;
+};
+
+// The frame window: menus, button bar, the multiple-document area, status bar;
+// it handles what needs no document and hands every other command to the
+// active document.
 class MainFrame : public QMainWindow {
   Q_OBJECT
  public:
   explicit MainFrame(QWidget* parent = nullptr);
+  ~MainFrame() override;
+
+  // A command from the menu, an accelerator, a bar button or the status bar.
+  void Command(int id);
+  // The same, run after the present handler.
+  void PostCommand(int id);
+
+  QMdiArea* client() const { return client_; }
+  ButtonBar* buttonBar() const { return bar_; }
+  StatusBar* statusBar() const { return status_; }
+  QAction* action(int id) const;
+  DocumentWindow* ActiveDocument() const;
+  int CountOpenDocuments() const;
+
+  void StatusText(const QString& text);
+  void CloseStatus() { StatusText(QString()); }
+  // Grey states of menu items and bar buttons for the active document.
+  void UpdateMenuStates();
+  void RefreshStatus();
+
+  // Opens a file through the Open command, as a dropped file or the recent list does.
+  void OpenFile(const std::string& path);
+  // Files dropped on the document area: each whose extension matches a format
+  // opens once for each matching format; others pass without a word.
+  void DropFiles(const QStringList& paths);
+  void SetPathMenu(const std::string& path);
+  // A new document holding a copy of the image (the sender keeps its own).
+  DocumentWindow* NewFromDib(const HDIB& image);
+
+  // The file services a document uses; tests may replace the save dialog.
+  bool WriteDocument(QWidget* parent, const std::string& path);
+  bool AskSavePath(QWidget* parent, const std::string& start, std::string* path);
+  using SavePathAnswerer = std::function<bool(const std::string& start, std::string* path)>;
+  static void SetSavePathAnswerer(SavePathAnswerer answerer);
+  using OpenPathAnswerer = std::function<bool(std::string* path)>;
+  static void SetOpenPathAnswerer(OpenPathAnswerer answerer);
+  // Whether Shift is held, as the Exit command sees it; tests may force it.
+  static void SetShiftOverride(int state);  // -1 real keyboard, 0 up, 1 down
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  void moveEvent(QMoveEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void BuildMenus();
+  void BuildAccelerators();
+  QAction* AddItem(QMenu* menu, const char* label, int id, bool grey);
+  void RebuildRecentMenu();
+  void UpdatePasteStates();
+  DocumentWindow* CreateNewTask(const std::string& path);
+  void FinishNewDocument(DocumentWindow* w);
+  void DoNewCommand();
+  void DoOpenCommand();
+  void DoDuplicate();
+  void DoConvert(int id);
+  bool CloseAllChildren();
+  bool ShiftDown() const;
+
+  QMdiArea* client_ = nullptr;
+  ButtonBar* bar_ = nullptr;
+  StatusBar* status_ = nullptr;
+  QMenu* fileMenu_ = nullptr;
+  QMenu* windowMenu_ = nullptr;
+  std::map<int, QAction*> actions_;
+  std::vector<QAction*> recentActions_;
+  std::string loadFile_;
+  bool hasLoadFile_ = false;
 };
 
 }  // namespace ochrel

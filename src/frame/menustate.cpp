@@ -1,0 +1,24 @@
+#include "frame/menustate.h"
+
+#include "frame/blockset.h"
+#include "frame/commands.h"
+
+namespace ochrel {
+
+std::map<int, bool> ComputeMenuStates(const BLOCKSET* d) {
+  const bool image = d && d->Image;
+  const int t = image ? GetImageType(d->Image) : IMAGE_NONE;
+  std::map<int, bool> s;
+  for (int c : {CM_SAVE, CM_SAVEAS, CM_CLOSE, CM_SELECTALL, CM_ATTRIBUTES, CM_CASCADE, CM_TILE, CM_ARRANGE,
+                CM_DUPLICATE, CM_HIDETOOLBAR, CM_HIDESETTINGS, CM_PASTEFROM, CM_GRIDACTIVE, CM_GRIDSETTINGS,
+                CM_SHADOWS})
+    s[c] = image;
+  s[CM_TOTRUECOLOUR] = image && t != IMAGE_TRUECOLOUR;
+  s[CM_TOGREY] = image && t != IMAGE_GREY;
+  s[CM_TOPALETTE] = image && t != IMAGE_PALETTED;
+  s[CM_TOMONO] = image && t != IMAGE_MONO;
+  s[CM_UNDO] = d && d->UndoAvailable;
+  return s;
+}
+
+}  // namespace ochrel
