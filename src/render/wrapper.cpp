@@ -293,6 +293,20 @@ const FontEntry* FindFont(const char* name, int size, int bold, int italic, int 
     pixels = cell > 0 ? static_cast<int>(std::lround(size * 1000.0 / cell)) : size;
   }
   font.setPixelSize(std::max(1, pixels));
+  if (size > 0) {
+    // Hinting rounds ascent and descent separately; settle on the largest em
+    // whose cell still fits the size asked for.
+    auto cellOf = [&font](int px) {
+      QFont f = font;
+      f.setPixelSize(px);
+      const QFontMetrics m(f);
+      return m.ascent() + m.descent();
+    };
+    int px = font.pixelSize();
+    while (px > 1 && cellOf(px) > size) --px;
+    while (cellOf(px + 1) <= size) ++px;
+    font.setPixelSize(px);
+  }
   const QFontMetrics metrics(font);
   FontEntry entry{font, metrics.ascent(), metrics.descent()};
   return &fontCache.emplace(k, entry).first->second;
