@@ -1,0 +1,144 @@
+// ochrel-cli info and convert, run as a program on real files.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "files/imagefile.h"
+#include "test_images.h"
+
+namespace ochrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Scratch {
+  fs::path path;
+  Scratch() {
+    std::string t = (fs::temp_directory_path() / "ochrel-cli-files-XXXXXX").string();
+    path = mkdtemp(t.data());
+  }
+  ~Scratch() {
+    std::error_code ec;
+    fs::remove_all(path, ec);
+  }
+  std::string operator/(const std::string& n) const { return (path / n).string(); }
+};
+
+struct CliRun {
+  int status;
+  std::string out, err;
+};
+
+std::string Slurp(const std::string& p) {
+  std::ifstream f(p);
+  std::stringstream s;
+  s << f.rdbuf();
+  return s.str();
+}
+
+CliRun Cli(const Scratch& dir, const std::string& args) {
+  std::string out = dir / "stdout.txt", err = dir / "stderr.txt";
+  std::string cmd = std::string("'") + OCHREL_CLI + "' " + args + " >'" + out + "' 2>'" + err + "'";
+  int raw = std::system(cmd.c_str());
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(out), Slurp(err)};
+}
+
+std::string Q(const std::string& s) { return "'" + s + "'"; }
+
+TEST(CliInfo, OneLinePerFileWithFormatSizeDepthAndKind) {
+  Scratch dir;
+  struct Case {
+    const char* name;
+    int bits, palette;
+    const char* expect;
+  } cases[] = {
+      {"true.png", 24, 8, "png 31x7 24-bit true colour"},
+      {"grey.bmp", 8, 10, "bmp 31x7 8-bit grey"},
+      {"pal.pcx", 8, 8, "pcx 31x7 8-bit paletted"},
+      {"mono.bmp", 1, 0, "bmp 31x7 1-bit mono"},
+      {"sixteen.png", 4, 8, "png 31x7 4-bit paletted"},
+      {"colour.tga", 24, 8, "tga 31x7 24-bit true colour"},
+      {"photo.jpg", 24, 8, "jpg 31x7 24-bit true colour"},
+  };
+  std::string all;
+  for (const Case& c : cases) {
+    HDIB dib = test::RandomDib(31, 7, c.bits, 3, c.palette);
+    ASSERT_EQ(WriteImage((dir / c.name).c_str(), dib), 1) << c.name;
+    all += " " + Q(dir / c.name);
+  }
+  CliRun r = Cli(dir, "info" + all);
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+  std::string expected;
+  for (const Case& c : cases) expected += (dir / c.name) + ": " + c.expect + "\n";
+  EXPECT_EQ(r.out, expected);
+}
+
+TEST(CliInfo, BadFilesReportEachAndFail) {
+  Scratch dir;
+  HDIB dib = test::RandomDib(4, 4, 24, 1);
+  ASSERT_EQ(WriteImage((dir / "good.bmp").c_str(), dib), 1);
+  fs::copy_file(dir / "good.bmp", dir / "liar.png");
+  std::ofstream(dir / "empty.tga").close();
+  CliRun r = Cli(dir, "info " + Q(dir / "liar.png") + " " + Q(dir / "good.bmp") + " " + Q(dir / "empty.tga") + " " +
+                       Q(dir / "notes.txt"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, (dir / "good.bmp") + ": bmp 4x4 24-bit true colour\n");
+  EXPECT_NE(r.err.find("ochrel-cli: " + (dir / "liar.png") + ": Error reading file\n"), std::string::npos);
+  EXPECT_NE(r.err.find("ochrel-cli: " + (dir / "empty.tga") + ": Error reading file\n"), std::string::npos);
+  EXPECT_NE(r.err.find(dir / "notes.txt"), std::string::npos);
+  EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 3);
+  EXPECT_EQ(Cli(dir, "info").status, 2);
+}
+
+TEST(CliConvert, ChainThroughEveryLosslessFormatKeepsPixels) {
+  Scratch dir;
+  HDIB src = test::RandomDib(29, 13, 8, 12);
+  ASSERT_EQ(WriteImage((dir / "a.bmp").c_str(), src), 1);
+  const char* chain[] = {"a.bmp", "b.png", "c.tga", "d.pcx", "e.BMP"};
+  for (int i = 0; i + 1 < 5; ++i) {
+    CliRun r = Cli(dir, "convert " + Q(dir / chain[i]) + " " + Q(dir / chain[i + 1]));
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out + r.err, "");
+  }
+  HDIB back = LoadImage((dir / "e.BMP").c_str());
+  ASSERT_TRUE(back);
+  EXPECT_TRUE(test::SameBlock(back, src));
+}
+
+TEST(CliConvert, QualityAndCommandLineErrors) {
+  Scratch dir;
+  BYTE pal[768];
+  GetDefaultPalette(pal, nullptr, 8);
+  HDIB src = test::RandomDib(64, 64, 24, 5);
+  ASSERT_EQ(WriteImage((dir / "in.png").c_str(), src), 1);
+  ASSERT_EQ(Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "low.jpg") + " --quality 10").status, 0);
+  ASSERT_EQ(Cli(dir, "convert --quality 95 " + Q(dir / "in.png") + " " + Q(dir / "high.jpg")).status, 0);
+  EXPECT_LT(fs::file_size(dir / "low.jpg") * 2, fs::file_size(dir / "high.jpg"));
+
+  CliRun bad = Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "x.jpg") + " --quality 0");
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_EQ(bad.err.rfind("ochrel-cli: ", 0), 0u);
+  EXPECT_EQ(Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "x.jpg") + " --quality abc").status, 1);
+  EXPECT_EQ(Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "x.jpg") + " --quality").status, 2);
+  EXPECT_EQ(Cli(dir, "convert " + Q(dir / "in.png")).status, 2);
+  EXPECT_FALSE(fs::exists(dir / "x.jpg"));
+
+  CliRun missing = Cli(dir, "convert " + Q(dir / "none.bmp") + " " + Q(dir / "out.png"));
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.err, "ochrel-cli: " + (dir / "none.bmp") + ": Error reading file\n");
+  EXPECT_FALSE(fs::exists(dir / "out.png"));
+  CliRun gif = Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "out.gif"));
+  EXPECT_EQ(gif.status, 1);
+  EXPECT_FALSE(fs::exists(dir / "out.gif"));
+  CliRun folder = Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "no/such/out.bmp"));
+  EXPECT_EQ(folder.status, 1);
+  EXPECT_EQ(folder.err, "ochrel-cli: " + (dir / "no/such/out.bmp") + ": Error writing file\n");
+}
+
+}  // namespace
+}  // namespace ochrel
