@@ -1,0 +1,477 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <vector>
+
+#include "fills/texture.h"
+#include "image/crand.h"
+#include "test_images.h"
+
+using namespace ochrel;
+namespace td = ochrel::texture_detail;
+
+namespace {
+
+TEXTURE Texture(int type, int w, int h) {
+  TEXTURE t;
+  CreateDefaultTexture(&t);
+  t.TextureType = type;
+  t.Rect = RECT{0, 0, w, h};
+  return t;
+}
+
+COLORREF Pixel(const HDIB& dib, int x, int y) { return GetDibPixel(LockDib(dib), x, y); }
+
+// Padding bytes past the last pixel of each row must stay untouched.
+bool PaddingClean(const HDIB& dib) {
+  const BITMAPINFOHEADER* h = LockDib(dib);
+  const std::size_t used = static_cast<std::size_t>(h->biWidth) * 3;
+  for (int y = 0; y < h->biHeight; ++y)
+    for (std::size_t k = used; k < DibStride(h); ++k)
+      if (DibRow(h, y)[k] != 0) return false;
+  return true;
+}
+
+}  // namespace
+
+TEST(RandomGenerator, KnownSequenceAndReseeding) {
+  ochrel::srand(1);
+  EXPECT_EQ(ochrel::rand(), 346);
+  EXPECT_EQ(ochrel::rand(), 130);
+  EXPECT_EQ(ochrel::rand(), 10982);
+  EXPECT_EQ(ochrel::rand(), 1090);
+  ochrel::srand(1);
+  EXPECT_EQ(ochrel::rand(), 346);
+}
+
+TEST(TextureRecord, DefaultsLeaveTypeAndRect) {
+  TEXTURE t;
+  t.TextureType = 4;
+  t.Rect = RECT{1, 2, 3, 4};
+  CreateDefaultTexture(&t);
+  EXPECT_EQ(t.TextureType, 4);
+  EXPECT_EQ(t.Rect, (RECT{1, 2, 3, 4}));
+  EXPECT_EQ(t.MatrixSize, 64);
+  EXPECT_EQ(t.BackColour, 0xFF0000u);
+  EXPECT_EQ(t.ForeColour3, 0xFFA0A0u);
+  EXPECT_EQ(t.SeedValue5, 10004u);
+  EXPECT_FLOAT_EQ(t.Dimension2, 2.15f);
+  EXPECT_EQ(t.CreaterCount, 5000);
+  EXPECT_FLOAT_EQ(t.ColorGreen2, 0.67f);
+  EXPECT_EQ(t.BubbleCount, 64);
+  EXPECT_EQ(t.BubbleSize, 4);
+  EXPECT_FLOAT_EQ(t.BubblePower, 0.25f);
+}
+
+TEST(TextureDispatch, TypesOutsideTheTableGiveNothing) {
+  for (int type : {6, -1, 100}) {
+    TEXTURE t = Texture(type, 16, 16);
+    EXPECT_FALSE(CreateTexture(&t)) << type;
+  }
+  EXPECT_STREQ(texturetype[4].name, "Craters");
+  EXPECT_STREQ(texturetype[5].name, "Perturbation");
+  TEXTURE t = Texture(0, 0, 10);
+  EXPECT_FALSE(CreateTexture(&t));  // no bitmap of width 0
+}
+
+TEST(FractalMesh, SizeRaisedToPowerOfTwoAndExtentEven) {
+  EXPECT_EQ(td::FractalMeshSize(100), 128);
+  EXPECT_EQ(td::FractalMeshSize(64), 64);
+  EXPECT_EQ(td::FractalMeshSize(65), 128);
+  EXPECT_EQ(td::FractalMeshSize(1), 2);
+  EXPECT_EQ(td::FractalMeshSize(0), 2);
+  EXPECT_EQ(td::FractalMeshSize(-5), 2);
+  EXPECT_EQ(td::FractalMeshSize(1 << 20), 0);
+  EXPECT_EQ(td::FractalExtent(101, 50), 102);
+  EXPECT_EQ(td::FractalExtent(100, 50), 100);
+  EXPECT_EQ(td::FractalExtent(30, 77), 78);
+
+  TEXTURE a = Texture(0, 40, 30), b = a;
+  a.MatrixSize = 100;
+  b.MatrixSize = 128;
+  HDIB da = CreateTexture(&a), db = CreateTexture(&b);
+  ASSERT_TRUE(da && db);
+  EXPECT_TRUE(test::SameBlock(da, db));
+}
+
+TEST(FractalTransform, MatchesDirectSumBothSigns) {
+  const int n = 8;
+  std::vector<float> data(n * n * 2);
+  for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<float>(std::sin(i * 1.7) + 0.3 * std::cos(i * 0.37));
+  for (int sign : {-1, 1}) {
+    std::vector<float> fast = data;
+    td::FourierTransform2D(fast.data(), n, sign);
+    double worst = 0;
+    for (int k1 = 0; k1 < n; ++k1)
+      for (int k2 = 0; k2 < n; ++k2) {
+        std::complex<double> sum;
+        for (int a = 0; a < n; ++a)
+          for (int b = 0; b < n; ++b) {
+            const std::complex<double> v(data[(a * n + b) * 2], data[(a * n + b) * 2 + 1]);
+            sum += v * std::polar(1.0, sign * 2 * M_PI * (double(k1) * a + double(k2) * b) / n);
+          }
+        worst = std::max(worst, std::abs(sum - std::complex<double>(fast[(k1 * n + k2) * 2], fast[(k1 * n + k2) * 2 + 1])));
+      }
+    EXPECT_LT(worst, 1e-4) << sign;
+  }
+}
+
+// An independent, literal reading of the synthesis rules: coefficients drawn in
+// order, then a direct inverse transform. Agreement proves the order of draws,
+// the symmetric placement and the transform together.
+TEST(FractalTransform, SpectralSynthesisFollowsTheDrawOrder) {
+  const int n = 8;
+  const std::uint32_t seed = 4321;
+  const double dimension = 2.3, h = 3 - dimension;
+  std::vector<std::complex<double>> coef(n * n);
+  ochrel::srand(seed);
+  const double arand = 32767.0, gaussadd = std::sqrt(12.0), gaussfac = 2 * gaussadd / (4 * arand);
+  auto gauss = [&] {
+    double s = 0;
+    for (int k = 0; k < 4; ++k) s += ochrel::rand() & 0x7FFF;
+    return gaussfac * s - gaussadd;
+  };
+  auto at = [&](int i, int j) -> std::complex<double>& { return coef[i * n + j]; };
+  for (int i = 0; i <= n / 2; ++i)
+    for (int j = 0; j <= n / 2; ++j) {
+      const double phase = (ochrel::rand() & 0x7FFF) / arand * 6.283185307179586;
+      const double rad = (i || j) ? std::pow(double(i * i + j * j), -(h + 1) / 2) * gauss() : 0.0;
+      at(i, j) = std::polar(rad, phase);
+      at(i ? n - i : 0, j ? n - j : 0) = std::conj(std::polar(rad, phase));
+    }
+  at(n / 2, 0).imag(0);
+  at(0, n / 2).imag(0);
+  at(n / 2, n / 2).imag(0);
+  for (int i = 1; i < n / 2; ++i)
+    for (int j = 1; j < n / 2; ++j) {
+      const double phase = (ochrel::rand() & 0x7FFF) / arand * 6.283185307179586;
+      const double rad = std::pow(double(i * i + j * j), -(h + 1) / 2) * gauss();
+      at(i, n - j) = std::polar(rad, phase);
+      at(n - i, j) = std::conj(std::polar(rad, phase));
+    }
+  const int expectedState = ochrel::rand();
+
+  std::vector<float> mesh(n * n * 2);
+  ochrel::srand(99);
+  td::SpectralSynthesisMesh(n, seed, dimension, mesh.data());
+  EXPECT_EQ(ochrel::rand(), expectedState);  // exactly as many draws
+  double worst = 0, peak = 0, imagWorst = 0;
+  for (int k1 = 0; k1 < n; ++k1)
+    for (int k2 = 0; k2 < n; ++k2) {
+      std::complex<double> sum;
+      for (int a = 0; a < n; ++a)
+        for (int b = 0; b < n; ++b) sum += at(a, b) * std::polar(1.0, -2 * M_PI * (double(k1) * a + double(k2) * b) / n);
+      worst = std::max(worst, std::abs(sum.real() - mesh[(k1 * n + k2) * 2]));
+      imagWorst = std::max(imagWorst, std::abs(double(mesh[(k1 * n + k2) * 2 + 1])));
+      peak = std::max(peak, std::abs(sum.real()));
+    }
+  EXPECT_GT(peak, 0.1);
+  EXPECT_LT(worst, 1e-4 * peak);
+  // The placed coefficients are Hermitian except for the Nyquist corners, so
+  // the field is nearly real.
+  EXPECT_LT(imagWorst, 0.5 * peak);
+}
+
+TEST(FractalMesh, PowerStepAndNormalisation) {
+  std::vector<float> mesh = {0.5f, 9, -0.25f, 9, 2.0f, 9, 0.0f, 9, 1e-3f, 9};
+  std::vector<float> same = mesh;
+  td::ApplyFractalPower(same.data(), 5, 1.0);
+  EXPECT_EQ(same, mesh);
+  std::vector<float> zero = mesh;
+  td::ApplyFractalPower(zero.data(), 5, 0.0);
+  EXPECT_EQ(zero[0], 1.0f);
+  EXPECT_EQ(zero[2], -0.25f);  // not positive: kept
+  EXPECT_EQ(zero[4], 1.0f);
+  EXPECT_EQ(zero[6], 0.0f);
+  EXPECT_EQ(zero[8], 1.0f);
+  EXPECT_EQ(zero[1], 9.0f);  // imaginary parts untouched
+  std::vector<float> half = mesh;
+  td::ApplyFractalPower(half.data(), 5, 0.5);
+  EXPECT_FLOAT_EQ(half[4], std::sqrt(2.0f));
+
+  std::vector<float> out(5);
+  td::NormaliseFractalMesh(mesh.data(), 5, out.data());
+  EXPECT_FLOAT_EQ(out[1], -1.0f);
+  EXPECT_FLOAT_EQ(out[2], 1.0f);
+  EXPECT_NEAR(out[0], (0.5 - 0.875) / 1.125, 1e-6);
+  std::vector<float> flat = {3, 0, 3, 0};
+  td::NormaliseFractalMesh(flat.data(), 2, out.data());
+  EXPECT_EQ(out[0], 0.0f);
+}
+
+// Rendering rules re-read from scratch for one layer: bilinear sample of the
+// byte mesh, cloud threshold, blend over the background.
+TEST(FractalRender, OneLayerMatchesTheRulesAndWritesNothingPastTheWidth) {
+  TEXTURE t = Texture(0, 101, 50);
+  t.MatrixSize = 16;
+  t.SeedValue1 = 777;
+  t.BackColour = RGB(10, 20, 30);
+  t.ForeColour1 = RGB(250, 200, 100);
+  HDIB dib = CreateTexture(&t);
+  ASSERT_TRUE(dib);
+  EXPECT_TRUE(PaddingClean(dib));
+  const int n = 16, S = 102, W = 101, H = 50;
+  std::vector<float> real(n * n);
+  ASSERT_TRUE(td::MakeFractalMesh(n, 777, t.Power1, t.Dimension1, real.data()));
+  std::vector<int> bytes(n * n);
+  for (int k = 0; k < n * n; ++k) bytes[k] = static_cast<int>((real[k] + 1.0) * 255.0 * 0.5);
+  auto mesh = [&](int i, int j) { return bytes[std::min(i, n - 1) * n + std::min(j, n - 1)]; };
+  int covered = 0;
+  for (int y = 0; y < H; ++y)
+    for (int x = 0; x < W; ++x) {
+      const double bx = (n - 1) * (double(x) / (S - 1)), by = (n - 1) * (double(y) / (H - 1));
+      const int i = int(by), j = int(bx);
+      const double u = bx - j, tt = by - i;
+      const double v = (1 - tt) * (1 - u) * mesh(i, j) + tt * (1 - u) * mesh(i + 1, j) + tt * u * mesh(i + 1, j + 1) +
+                       (1 - tt) * u * mesh(i, j + 1);
+      const int w = v > 127.0 ? int((v - 127.0) * 0.0078125 * 255.0) : 0;
+      covered += w > 0;
+      auto blend = [&](int c, int o) { return (c * w) / 255 + (o * (255 - w)) / 255; };
+      const COLORREF expect = RGB(blend(250, 10), blend(200, 20), blend(100, 30));
+      ASSERT_EQ(Pixel(dib, x, y), expect) << x << "," << y;
+    }
+  EXPECT_GT(covered, 0);
+  EXPECT_LT(covered, W * H);
+}
+
+TEST(FractalRender, SameRecordSamePictureWhateverHappenedBetween) {
+  for (int type : {0, 3, 4, 5}) {
+    TEXTURE t = Texture(type, 64, 40);
+    t.MatrixSize = 32;
+    t.CreaterCount = 300;
+    HDIB a = CreateTexture(&t);
+    ochrel::srand(12345);
+    for (int k = 0; k < 1000; ++k) ochrel::rand();
+    HDIB b = CreateTexture(&t);
+    ASSERT_TRUE(a && b) << type;
+    EXPECT_TRUE(test::SameBlock(a, b)) << type;
+    TEXTURE other = t;
+    other.SeedValue1 += 1;
+    HDIB c = CreateTexture(&other);
+    ASSERT_TRUE(c);
+    if (type != 5) EXPECT_FALSE(test::SameBlock(a, c)) << type;  // perturbation: see its own test
+  }
+}
+
+TEST(FractalRender, EqualLayersLetTheLaterColourWin) {
+  TEXTURE t = Texture(1, 48, 48);
+  t.MatrixSize = 32;
+  t.SeedValue2 = t.SeedValue1;
+  t.ForeColour1 = RGB(255, 0, 0);
+  t.ForeColour2 = RGB(0, 0, 255);
+  t.BackColour = 0;
+  HDIB dib = CreateTexture(&t);
+  ASSERT_TRUE(dib);
+  const BITMAPINFOHEADER* h = LockDib(dib);
+  int covered = 0;
+  for (int y = 0; y < 48; ++y)
+    for (int x = 0; x < 48; ++x) {
+      // Both layers have the same weight w: red w, then blue w over it.
+      const COLORREF c = GetDibPixel(h, x, y);
+      const int w = GetBValue(c);
+      ASSERT_EQ(GetRValue(c), (w * (255 - w)) / 255) << x << "," << y;
+      covered += w > 0;
+    }
+  EXPECT_GT(covered, 0);
+}
+
+TEST(FractalRender, DegenerateSizesAreSound) {
+  TEXTURE t = Texture(3, 37, 1);  // one row: nothing to interpolate towards
+  t.MatrixSize = 32;
+  HDIB row = CreateTexture(&t);
+  ASSERT_TRUE(row);
+  EXPECT_TRUE(PaddingClean(row));
+  t.Rect = RECT{0, 0, 1, 23};
+  EXPECT_TRUE(CreateTexture(&t));
+  t.MatrixSize = 1;  // below what a mesh needs: still a picture, and no hang
+  t.Rect = RECT{0, 0, 20, 20};
+  EXPECT_TRUE(CreateTexture(&t));
+  t.MatrixSize = 1 << 24;  // no mesh that large is tried
+  EXPECT_FALSE(CreateTexture(&t));
+}
+
+TEST(Craters, SlopeTableAndFlatShading) {
+  EXPECT_EQ(td::CraterSlopeShade(0), 128);
+  EXPECT_EQ(td::CraterSlopeShade(52), 255);
+  EXPECT_EQ(td::CraterSlopeShade(-52), 1);
+  EXPECT_EQ(td::CraterSlopeShade(26), int(128 + 127 * std::sqrt(std::sin(M_PI / 4))));
+  EXPECT_EQ(td::CraterSlopeShade(-26), int(128 - 127 * std::sqrt(std::sin(M_PI / 4))));
+
+  // No craters at all: a flat field shades everything with m = 128, but the last column.
+  TEXTURE t = Texture(4, 30, 20);
+  t.CreaterCount = 0;
+  t.BackColour = RGB(0, 100, 200);
+  t.ForeColour1 = RGB(255, 255, 0);
+  HDIB dib = CreateTexture(&t);
+  ASSERT_TRUE(dib);
+  auto blend = [](int c, int o) { return (c * 128) / 255 + (o * 127) / 255; };
+  for (int y = 0; y < 20; ++y) {
+    for (int x = 0; x < 29; ++x) ASSERT_EQ(Pixel(dib, x, y), RGB(blend(255, 0), blend(255, 100), blend(0, 200)));
+    EXPECT_EQ(Pixel(dib, 29, y), t.BackColour);
+  }
+}
+
+TEST(Craters, LastColumnStaysBackgroundAndCratersShow) {
+  TEXTURE t = Texture(4, 120, 90);
+  t.CreaterCount = 500;
+  t.BackColour = RGB(20, 30, 40);
+  t.ForeColour1 = RGB(230, 220, 210);
+  HDIB dib = CreateTexture(&t);
+  ASSERT_TRUE(dib);
+  EXPECT_TRUE(PaddingClean(dib));
+  int distinct = 0;
+  COLORREF last = 0xFFFFFFFF;
+  for (int y = 0; y < 90; ++y) {
+    EXPECT_EQ(Pixel(dib, 119, y), t.BackColour);
+    for (int x = 0; x < 119; ++x) {
+      const COLORREF c = Pixel(dib, x, y);
+      distinct += c != last;
+      last = c;
+    }
+  }
+  EXPECT_GT(distinct, 500);  // the surface is shaped, not flat
+  t.Rect = RECT{0, 0, 1, 1};
+  EXPECT_EQ(Pixel(CreateTexture(&t), 0, 0), t.BackColour);
+}
+
+TEST(Perturbation, OctaveCountsAndNoiseSums) {
+  EXPECT_EQ(td::PerturbationOctaves(32), 1.1920929e-7f);
+  EXPECT_NEAR(td::PerturbationOctaves(64), 0.2580646f, 1e-6);
+  EXPECT_NEAR(td::PerturbationOctaves(1024), 8.0f, 1e-5);
+  EXPECT_FLOAT_EQ(td::OctaveWeight(0), 1.0f);
+  EXPECT_FLOAT_EQ(td::OctaveWeight(1), float(1 / std::sqrt(2.0)));
+  EXPECT_FLOAT_EQ(td::OctaveWeight(8), 1.0f / 16);
+  td::EnsureNoiseTables(10000);
+  for (float x : {0.3f, 5.7f, 13.25f}) {
+    const float y = x * 0.61f + 1;
+    // MatrixSize 32: one full term and no fractional one.
+    EXPECT_EQ(td::FractalNoiseSum(x, y, td::PerturbationOctaves(32)), td::GradientNoise(x, y) * td::OctaveWeight(0));
+    // MatrixSize 64: one term at weight 1 and 0.258 of the next frequency's weight.
+    const float c = td::PerturbationOctaves(64);
+    const float expect = td::GradientNoise(x, y) * td::OctaveWeight(0) + td::GradientNoise(2 * x, 2 * y) * c * td::OctaveWeight(1);
+    EXPECT_FLOAT_EQ(td::FractalNoiseSum(x, y, c), expect);
+    // 2.5 octaves: three terms and a half-weighted fourth.
+    float sum = 0, xx = x, yy = y;
+    for (int i = 0; i < 3; ++i, xx *= 2, yy *= 2) sum += td::GradientNoise(xx, yy) * td::OctaveWeight(i);
+    sum += td::GradientNoise(xx, yy) * 0.5f * td::OctaveWeight(3);
+    EXPECT_FLOAT_EQ(td::FractalNoiseSum(x, y, 2.5f), sum);
+    EXPECT_EQ(td::FractalNoiseSum(x, y, -1), td::FractalNoiseSum(x, y, 8));
+  }
+  // Lattice noise vanishes at lattice points (the offsets there are 0).
+  EXPECT_EQ(td::GradientNoise(3.0f, 7.0f), 0.0f);
+}
+
+TEST(Perturbation, SplineThroughKnotsAndOvershoot) {
+  const float k[6] = {-0.2f, 0.1f, 0.4f, 0.3f, 0.9f, 1.5f};
+  EXPECT_FLOAT_EQ(td::ColourSpline(0, k), 0.1f);
+  EXPECT_NEAR(td::ColourSpline(1 / 3.0f, k), 0.4f, 1e-6);
+  EXPECT_NEAR(td::ColourSpline(2 / 3.0f, k), 0.3f, 1e-6);
+  EXPECT_NEAR(td::ColourSpline(1, k), 0.9f, 1e-6);
+  EXPECT_FLOAT_EQ(td::ColourSpline(-3, k), 0.1f);
+  const float zigzag[6] = {-1, 0, 1, 1, 0, -1};
+  float top = 0;
+  for (int i = 0; i <= 100; ++i) top = std::max(top, td::ColourSpline(i / 100.0f, zigzag));
+  EXPECT_GT(top, 1.0f);  // the curve overshoots; the colour table clamps it
+}
+
+namespace {
+TEXTURE FlatPerturbation(int w, int h) {
+  TEXTURE t = Texture(5, w, h);
+  t.PerturbationPower = 0;
+  t.ColorRed0 = 0, t.ColorRed1 = 1.0f / 3, t.ColorRed2 = 2.0f / 3, t.ColorRed3 = 1;  // a straight ramp
+  t.ColorGreen0 = 1, t.ColorGreen1 = 1, t.ColorGreen2 = 1, t.ColorGreen3 = 1;
+  t.ColorBlue0 = 0, t.ColorBlue1 = 0, t.ColorBlue2 = 0, t.ColorBlue3 = 0;
+  return t;
+}
+int RampRed(float value) {
+  const int index = int(value * 255);
+  const float knots[6] = {-1.0f / 3, 0, 1.0f / 3, 2.0f / 3, 1, 4.0f / 3};
+  return int(std::clamp(td::ColourSpline(float(index * 0.00392156862745098), knots) * 255, 0.0f, 255.0f));
+}
+}  // namespace
+
+TEST(Perturbation, BubblesOffOnAndPowerZero) {
+  // Bubbles off and no noise: the whole picture sits at mid level.
+  TEXTURE t = FlatPerturbation(40, 30);
+  t.BubbleCount = 0;
+  HDIB off = CreateTexture(&t);
+  ASSERT_TRUE(off);
+  const COLORREF mid = RGB(RampRed(0.5f), 255, 0);
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 40; ++x) ASSERT_EQ(Pixel(off, x, y), mid);
+
+  // Bubbles on but BubblePower 0: the map is made and not used.
+  t.BubbleCount = 30;
+  t.BubblePower = 0;
+  EXPECT_TRUE(test::SameBlock(CreateTexture(&t), off));
+
+  // Bubbles on: an empty place is black, a place under k ellipse bubbles at P * k.
+  t.BubblePower = 0.25f;
+  t.BubbleSize = 3;
+  HDIB on = CreateTexture(&t);
+  ASSERT_TRUE(on);
+  std::vector<int> count(40 * 30, 0);
+  ochrel::srand(t.SeedValue1);
+  for (int b = 0; b < 30; ++b) {
+    const int cx = ochrel::rand() % 40, cy = ochrel::rand() % 30;
+    for (int dy = -3; dy < 3; ++dy)
+      for (int dx = -3; dx < 3; ++dx)
+        if (dx * dx + dy * dy <= 9) ++count[((cy + 30 + dy) % 30) * 40 + (cx + 40 + dx) % 40];
+  }
+  int empty = 0;
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 40; ++x) {
+      const int k = count[y * 40 + x];
+      empty += k == 0;
+      const float value = std::clamp((2 * 0.25f * k - 1 + 1) * 0.5f, 0.0f, 1.0f);
+      ASSERT_EQ(Pixel(on, x, y), RGB(RampRed(value), 255, 0)) << x << "," << y;
+    }
+  EXPECT_GT(empty, 0);
+  EXPECT_LT(empty, 40 * 30);
+}
+
+TEST(Perturbation, ShapesAndTinyBitmaps) {
+  for (int shape = 0; shape < 5; ++shape) {
+    TEXTURE t = FlatPerturbation(24, 24);
+    t.BubbleShape = shape;
+    t.BubbleCount = 2000;  // clamped to 1024
+    t.BubblePower = 1;
+    HDIB dib = CreateTexture(&t);
+    ASSERT_TRUE(dib) << shape;
+    if (shape == 2) {
+      // Luminous centres are infinite and end at the top of the ramp.
+      int top = 0;
+      for (int y = 0; y < 24; ++y)
+        for (int x = 0; x < 24; ++x) top += GetRValue(Pixel(dib, x, y)) == RampRed(1.0f);
+      EXPECT_GT(top, 0);
+    }
+    if (shape == 4) {  // an unknown shape changes nothing: all empty, all black
+      EXPECT_EQ(Pixel(dib, 5, 5), RGB(0, 255, 0));
+    }
+  }
+  TEXTURE t = FlatPerturbation(1, 5);
+  t.PerturbationPower = 1;
+  EXPECT_TRUE(CreateTexture(&t));
+}
+
+TEST(Perturbation, NoiseTablesComeFromTheFirstTextureOfTheRun) {
+  td::ForgetNoiseTablesForTesting();
+  TEXTURE a = Texture(5, 48, 32);
+  a.BubbleCount = 0;
+  a.SeedValue1 = 5;
+  a.PerturbationPower = 0;  // asks for no noise: builds nothing
+  ASSERT_TRUE(CreateTexture(&a));
+  EXPECT_FALSE(td::NoiseTablesBuilt());
+  a.PerturbationPower = 1;
+  HDIB first = CreateTexture(&a);
+  EXPECT_TRUE(td::NoiseTablesBuilt());
+  EXPECT_EQ(td::NoiseTablesSeed(), 5u);
+  TEXTURE b = a;
+  b.SeedValue1 = 9;
+  HDIB second = CreateTexture(&b);
+  EXPECT_TRUE(test::SameBlock(first, second));  // the seed now only moves bubbles
+  b.BubbleCount = 10;
+  HDIB bubbly = CreateTexture(&b);
+  EXPECT_FALSE(test::SameBlock(first, bubbly));
+}
