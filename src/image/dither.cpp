@@ -1,0 +1,310 @@
+#include "image/dither.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "image/nearest.h"
+#include "image/parallel.h"
+#include "image/resample.h"
+#include "image/settings.h"
+
+namespace ochrel {
+
+const BYTE bayerPattern[8][8] = {
+    {0, 32, 8, 40, 2, 34, 10, 42},  {48, 16, 56, 24, 50, 18, 58, 26}, {12, 44, 4, 36, 14, 46, 6, 38},
+    {60, 28, 52, 20, 62, 30, 54, 22}, {3, 35, 11, 43, 1, 33, 9, 41},   {51, 19, 59, 27, 49, 17, 57, 25},
+    {15, 47, 7, 39, 13, 45, 5, 37},  {63, 31, 55, 23, 61, 29, 53, 21}};
+
+namespace {
+
+constexpr int kBand = 32;
+
+// Reads stored row y of any depth as red, green, blue triples (through the
+// palette below 24 bits).
+void ReadRgbRow(const BITMAPINFOHEADER* h, const BYTE* palette, int y, BYTE* out) {
+  const BYTE* row = DibBits(h) + DibStride(h) * static_cast<std::size_t>(y);
+  const int w = h->biWidth, bits = h->biBitCount;
+  switch (bits) {
+    case 24:
+    case 32: {
+      const int bpp = bits / 8;
+      for (int x = 0; x < w; ++x, row += bpp, out += 3) {
+        out[0] = row[2];
+        out[1] = row[1];
+        out[2] = row[0];
+      }
+      return;
+    }
+    case 8:
+      for (int x = 0; x < w; ++x, out += 3) std::memcpy(out, palette + 3 * row[x], 3);
+      return;
+    case 4:
+      for (int x = 0; x < w; ++x, out += 3) {
+        int v = (x & 1) ? row[x >> 1] & 15 : row[x >> 1] >> 4;
+        std::memcpy(out, palette + 3 * v, 3);
+      }
+      return;
+    case 1:
+      for (int x = 0; x < w; ++x, out += 3) std::memcpy(out, palette + 3 * ((row[x >> 3] & masktable[x & 7]) ? 1 : 0), 3);
+      return;
+    default:
+      std::memset(out, 0, static_cast<std::size_t>(w) * 3);
+  }
+}
+
+inline void PutIndex(BYTE* row, int x, int bits, int v) {
+  if (bits == 8) {
+    row[x] = static_cast<BYTE>(v);
+  } else if (bits == 4) {
+    if (x & 1) row[x >> 1] = static_cast<BYTE>((row[x >> 1] & 0xF0) | (v & 15));
+    else row[x >> 1] = static_cast<BYTE>((row[x >> 1] & 0x0F) | ((v & 15) << 4));
+  } else {
+    if (v) row[x >> 3] |= masktable[x & 7];
+    else row[x >> 3] &= static_cast<BYTE>(~masktable[x & 7]);
+  }
+}
+
+inline int Clamp255(int v) { return v < 0 ? 0 : v > 255 ? 255 : v; }
+
+template <class T>
+bool Resize(std::vector<T>& v, std::size_t n) {
+  try {
+    v.assign(n, T{});
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* palette) {
+  const int w = s->biWidth, h = s->biHeight;
+  BYTE table[256];
+  BuildDitherTable(DitherContrast, DitherBrightness, table);
+  std::vector<BYTE> work;
+  if (!Resize(work, static_cast<std::size_t>(w) * h)) return nullptr;
+  HDIB out = CreateDib(w, h, palette, 1);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+
+  // The work image holds luminance, stored row for stored row.
+  int lowest = 255, highest = 0;
+  {
+    std::vector<int> lo(static_cast<std::size_t>(h), 255), hi(static_cast<std::size_t>(h), 0);
+    ParallelBands(h, kBand, [&](int y0, int y1) {
+      std::vector<BYTE> rgb(static_cast<std::size_t>(w) * 3);
+      for (int y = y0; y < y1; ++y) {
+        ReadRgbRow(s, srcPalette, y, rgb.data());
+        BYTE* wr = &work[static_cast<std::size_t>(y) * w];
+        int l = 255, m = 0;
+        for (int x = 0; x < w; ++x) {
+          int v = Luminance(rgb[3 * x], rgb[3 * x + 1], rgb[3 * x + 2]);
+          wr[x] = static_cast<BYTE>(v);
+          l = std::min(l, v);
+          m = std::max(m, v);
+        }
+        lo[static_cast<std::size_t>(y)] = l;
+        hi[static_cast<std::size_t>(y)] = m;
+      }
+    });
+    for (int y = 0; y < h; ++y) {
+      lowest = std::min(lowest, lo[static_cast<std::size_t>(y)]);
+      highest = std::max(highest, hi[static_cast<std::size_t>(y)]);
+    }
+  }
+  const int threshold = (highest + lowest) >> 1;
+
+  for (int y = 0; y < h; ++y) {
+    BYTE* cur = &work[static_cast<std::size_t>(y) * w];
+    BYTE* up = y + 1 < h ? cur + w : nullptr;
+    BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
+    for (int x = 0; x < w; ++x) {
+      const int v = table[cur[x]];
+      int error;
+      if (v <= threshold) {
+        error = v - lowest;
+      } else {
+        orow[x >> 3] |= masktable[x & 7];
+        error = v - highest;
+      }
+      const int e = error >> 4;  // shift first, then the weights
+      if (up) {
+        if (x + 1 < w) up[x + 1] = static_cast<BYTE>(Clamp255(up[x + 1] + e));
+        if (x - 1 > 0) up[x - 1] = static_cast<BYTE>(Clamp255(up[x - 1] + 3 * e));
+        up[x] = static_cast<BYTE>(Clamp255(up[x] + 5 * e));
+      }
+      if (x + 1 < w) cur[x + 1] = static_cast<BYTE>(Clamp255(cur[x + 1] + 7 * e));
+    }
+  }
+  return out;
+}
+
+HDIB DitherColour(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* palette, int bits) {
+  const int w = s->biWidth, h = s->biHeight;
+  HDIB out = CreateDib(w, h, palette, bits);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  NearestColour nearest(palette, 1 << bits, NearestColour::kWeighted);
+  std::vector<int> cur, next;
+  std::vector<BYTE> rgb;
+  if (!nearest.ok() || !Resize(cur, static_cast<std::size_t>(w) * 3) || !Resize(next, static_cast<std::size_t>(w) * 3) ||
+      !Resize(rgb, static_cast<std::size_t>(w) * 3))
+    return nullptr;
+  for (int y = 0; y < h; ++y) {
+    ReadRgbRow(s, srcPalette, y, rgb.data());
+    for (int i = 0; i < 3 * w; ++i) cur[static_cast<std::size_t>(i)] += rgb[static_cast<std::size_t>(i)];
+    BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
+    const bool below = y + 1 < h;  // the next stored row exists
+    int* c = cur.data();
+    int* n = next.data();
+    for (int x = 0; x < w; ++x) {
+      const int r = Clamp255(c[3 * x]), g = Clamp255(c[3 * x + 1]), b = Clamp255(c[3 * x + 2]);
+      const int index = nearest.Find(r, g, b);
+      PutIndex(orow, x, bits, index);
+      const int e[3] = {r - palette[3 * index], g - palette[3 * index + 1], b - palette[3 * index + 2]};
+      for (int k = 0; k < 3; ++k) {
+        // Multiply first, shift afterwards.
+        if (x + 1 < w) c[3 * (x + 1) + k] += (7 * e[k]) >> 4;
+        if (x - 1 > 0 && below) n[3 * (x - 1) + k] += (3 * e[k]) >> 4;
+        if (x + 1 < w && below) n[3 * (x + 1) + k] += e[k] >> 4;
+        if (below) n[3 * x + k] += (5 * e[k]) >> 4;
+      }
+    }
+    cur.swap(next);
+    std::fill(next.begin(), next.end(), 0);
+  }
+  return out;
+}
+
+}  // namespace
+
+void BuildDitherTable(int contrast, int brightness, BYTE table[256]) {
+  double d = 256 - 2 * contrast;
+  if (d < 1) d = 1;
+  const double step = 256 / d;
+  double value = brightness - contrast;
+  for (int i = 0; i < 256; ++i) {
+    table[i] = static_cast<BYTE>(value > 254 ? 254 : value >= 1 ? static_cast<int>(value) : 1);
+    value += step;
+  }
+}
+
+HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s || !palette || s->biBitCount == 1) return nullptr;
+  if (bits != 1 && bits != 4 && bits != 8) return nullptr;
+  BYTE srcPalette[768];
+  GetDibPalette(s, srcPalette);
+  return bits == 1 ? DitherMono(s, srcPalette, palette) : DitherColour(s, srcPalette, palette, bits);
+}
+
+HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s || !palette) return nullptr;
+  if (bits != 1 && bits != 4 && bits != 8) return nullptr;
+  const int w = s->biWidth, h = s->biHeight, sbits = s->biBitCount;
+  const int entries = 1 << bits;
+  HDIB out = CreateDib(w, h, palette, bits);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  BYTE srcPalette[768];
+  GetDibPalette(s, srcPalette);
+  int translate[256] = {};
+  if (sbits <= 8)
+    for (int i = 0; i < (1 << sbits); ++i)
+      translate[i] = FindPaletteColour(srcPalette[3 * i], srcPalette[3 * i + 1], srcPalette[3 * i + 2], palette, entries);
+  const int white = FindPaletteColour(255, 255, 255, palette, entries);
+  const int black = FindPaletteColour(0, 0, 0, palette, entries);
+  // 129, not 128: a luminance of exactly 128 is black.
+  int monoOf[256] = {};
+  if (sbits <= 8)
+    for (int i = 0; i < (1 << sbits); ++i)
+      monoOf[i] = Luminance(srcPalette[3 * i], srcPalette[3 * i + 1], srcPalette[3 * i + 2]) < 129 ? 0 : 1;
+
+  bool failed = false;
+  ParallelBands(h, kBand, [&](int y0, int y1) {
+    std::unique_ptr<NearestColour> nearest;
+    if (sbits > 8 && bits != 1) {
+      nearest.reset(new (std::nothrow) NearestColour(palette, entries, NearestColour::kWeighted));
+      if (!nearest || !nearest->ok()) {
+        failed = true;
+        return;
+      }
+    }
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* row = DibBits(s) + DibStride(s) * static_cast<std::size_t>(y);
+      BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
+      for (int x = 0; x < w; ++x) {
+        int v;
+        if (sbits == 1) {
+          // The source's own two colours aren't looked at.
+          bool set = row[x >> 3] & masktable[x & 7];
+          v = bits == 1 ? (set ? 1 : 0) : (set ? white : black);
+        } else if (sbits <= 8) {
+          int p = sbits == 8 ? row[x] : (x & 1) ? row[x >> 1] & 15 : row[x >> 1] >> 4;
+          v = bits == 1 ? monoOf[p] : translate[p];
+        } else {
+          const BYTE* p = row + static_cast<std::size_t>(x) * (sbits / 8);
+          v = bits == 1 ? (Luminance(p[2], p[1], p[0]) < 129 ? 0 : 1) : nearest->Find(p[2], p[1], p[0]);
+        }
+        PutIndex(orow, x, bits, v);
+      }
+    }
+  });
+  if (failed) return nullptr;
+  return out;
+}
+
+namespace {
+
+// The three ordered dithers share the walk: y = 0 at the top, each pixel's
+// colour through the source's palette below 24 bits.
+template <class Pixel>
+HDIB BayerDither(const HDIB& image, int paletteNumber, int bits, Pixel pixel) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s) return nullptr;
+  const int w = s->biWidth, h = s->biHeight;
+  BYTE palette[768], srcPalette[768];
+  GetDefaultPalette(palette, nullptr, paletteNumber);
+  GetDibPalette(s, srcPalette);
+  HDIB out = CreateDib(w, h, palette, bits);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  ParallelBands(h, kBand, [&](int y0, int y1) {
+    std::vector<BYTE> rgb(static_cast<std::size_t>(w) * 3);
+    for (int y = y0; y < y1; ++y) {  // y from the top
+      const int stored = h - 1 - y;
+      ReadRgbRow(s, srcPalette, stored, rgb.data());
+      BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(stored);
+      for (int x = 0; x < w; ++x) PutIndex(orow, x, bits, pixel(x, y, rgb[3 * x], rgb[3 * x + 1], rgb[3 * x + 2]));
+    }
+  });
+  return out;
+}
+
+}  // namespace
+
+HDIB ConvertToBayerDither2(const HDIB& image) {
+  return BayerDither(image, 0, 1, [](int x, int y, int r, int g, int b) {
+    return Luminance(r, g, b) <= bayerPattern[y & 7][x & 7] * 4 ? 0 : 1;
+  });
+}
+
+HDIB ConvertToBayerDither16(const HDIB& image) {
+  return BayerDither(image, 2, 4, [](int x, int y, int r, int g, int b) {
+    const int t = bayerPattern[y & 7][x & 7] * 4;
+    return (r > t ? 1 : 0) | (g > t ? 2 : 0) | (b > t ? 4 : 0);
+  });
+}
+
+HDIB ConvertToBayerDither256(const HDIB& image) {
+  return BayerDither(image, 8, 8, [](int x, int y, int r, int g, int b) {
+    // Row and column swapped compared with the other two.
+    const int t = bayerPattern[x & 7][y & 7] * 4;
+    auto one = [t](int c) { return Clamp255(c - ((c - t) >> 2)); };
+    return (one(r) & 0xE0) | ((one(g) >> 3) & 0x1C) | (one(b) >> 6);
+  });
+}
+
+}  // namespace ochrel

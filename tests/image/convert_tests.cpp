@@ -1,0 +1,226 @@
+// Colour-depth conversions and the engine side of the two conversion dialogs:
+// strategies by option id, the preview's choice of option and its reduced image.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <vector>
+
+#include "image/convert.h"
+#include "image/dither.h"
+#include "image/quantize.h"
+#include "image/resample.h"
+#include "test_images.h"
+
+namespace ochrel {
+namespace {
+
+using test::RandomDib;
+using test::SameBlock;
+
+HDIB Pixels(int w, int h, const std::vector<COLORREF>& topDown) {
+  HDIB d = CreateDib(w, h, nullptr, 24);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) PutDibPixel(LockDib(d), x, y, topDown[static_cast<std::size_t>(y * w + x)]);
+  return d;
+}
+
+COLORREF ColourAt(const HDIB& d, int x, int y) {
+  const BITMAPINFOHEADER* h = LockDib(d);
+  std::uint32_t v = GetDibPixel(h, x, y);
+  if (h->biBitCount > 8) return v & 0xFFFFFF;
+  BYTE pal[768];
+  GetDibPalette(h, pal);
+  return RGB(pal[3 * v], pal[3 * v + 1], pal[3 * v + 2]);
+}
+
+TEST(ConvertToGrey, WeightsTruncatedTermByTerm) {
+  HDIB img = Pixels(4, 1, {RGB(0, 255, 0), RGB(255, 255, 255), RGB(255, 0, 0), RGB(0, 0, 255)});
+  HDIB g = ConvertToGrey(img);
+  ASSERT_TRUE(g);
+  EXPECT_EQ(GetImageType(g), IMAGE_GREY);
+  std::vector<int> v;
+  for (int x = 0; x < 4; ++x) v.push_back(int(GetDibPixel(LockDib(g), x, 0)));
+  EXPECT_EQ(v, (std::vector<int>{150, 254, 76, 28}));
+  // A paletted image takes the same weights through its palette, at every depth.
+  for (int bits : {1, 4, 8, 24}) {
+    HDIB src = RandomDib(19, 5, bits, 3u + bits);
+    HDIB grey = ConvertToGrey(src);
+    for (int y = 0; y < 5; ++y)
+      for (int x = 0; x < 19; ++x) ASSERT_EQ(int(GetDibPixel(LockDib(grey), x, y)), Luminance(ColourAt(src, x, y))) << bits;
+  }
+}
+
+TEST(ConvertToTrueColour, CopiesColoursThroughThePalette) {
+  for (int bits : {1, 4, 8, 24}) {
+    HDIB src = RandomDib(21, 6, bits, 11u + bits);
+    HDIB t = ConvertToTrueColour(src);
+    ASSERT_EQ(LockDib(t)->biBitCount, 24);
+    for (int y = 0; y < 6; ++y)
+      for (int x = 0; x < 21; ++x) ASSERT_EQ(ColourAt(t, x, y), ColourAt(src, x, y)) << bits;
+  }
+  HDIB src = RandomDib(33, 7, 24, 1);
+  EXPECT_TRUE(SameBlock(ConvertToTrueColour(src), src));
+}
+
+TEST(ConvertOntoPalette, NearestByPlainDistance) {
+  BYTE mono[768];
+  GetDefaultPalette(mono, nullptr, 0);
+  // Nearer to black (distance 3 x 127^2) and nearer to white.
+  HDIB img = Pixels(3, 1, {RGB(127, 127, 127), RGB(128, 128, 128), RGB(250, 10, 250)});
+  HDIB m = ConvertToMono(img, mono);
+  ASSERT_EQ(LockDib(m)->biBitCount, 1);
+  EXPECT_EQ(GetDibPixel(LockDib(m), 0, 0), 0u);
+  EXPECT_EQ(GetDibPixel(LockDib(m), 1, 0), 1u);
+  EXPECT_EQ(GetDibPixel(LockDib(m), 2, 0), 1u);
+  // Against a plain scan on random images, at both palette depths.
+  BYTE vga[768], ortho[768];
+  GetDefaultPalette(vga, nullptr, 3);
+  GetDefaultPalette(ortho, nullptr, 8);
+  for (int bits : {4, 8, 24}) {
+    HDIB src = RandomDib(77, 41, bits, 90u + bits);
+    HDIB four = ConvertToFourBit(src, vga), eight = ConvertToEightBit(src, ortho);
+    ASSERT_EQ(LockDib(four)->biBitCount, 4);
+    for (int y = 0; y < 41; ++y)
+      for (int x = 0; x < 77; ++x) {
+        COLORREF c = ColourAt(src, x, y);
+        for (auto [out, pal, n] : {std::tuple{&four, vga, 16}, std::tuple{&eight, ortho, 256}}) {
+          int best = 0, bd = 1 << 30;
+          for (int i = 0; i < n; ++i) {
+            int dr = pal[3 * i] - GetRValue(c), dg = pal[3 * i + 1] - GetGValue(c), db = pal[3 * i + 2] - GetBValue(c);
+            if (dr * dr + dg * dg + db * db < bd) bd = dr * dr + dg * dg + db * db, best = i;
+          }
+          ASSERT_EQ(GetDibPixel(LockDib(*out), x, y), std::uint32_t(best));
+        }
+      }
+  }
+}
+
+// ---- Dialog strategies ---------------------------------------------------------------
+
+HDIB HundredColours() {
+  std::vector<COLORREF> px;
+  for (int i = 0; i < 100; ++i) px.push_back(RGB(i * 2, 255 - i, (i * 37) & 255));
+  return Pixels(10, 10, px);
+}
+
+TEST(PaletteStrategies, Option102HasZerosAndTheFixedBlock) {
+  HDIB img = HundredColours();
+  BYTE pal[768];
+  ASSERT_TRUE(StrategyPalette(img, 102, false, pal));
+  for (int i = 100 * 3; i < 240 * 3; ++i) ASSERT_EQ(pal[i], 0) << i / 3;
+  BYTE vga[768];
+  GetDefaultPalette(vga, nullptr, 3);
+  EXPECT_EQ(0, std::memcmp(pal + 240 * 3, vga, 48));
+  // Sorted by luminance in its first 100 entries.
+  for (int i = 1; i < 100; ++i)
+    ASSERT_LE(Luminance(pal[3 * i - 3], pal[3 * i - 2], pal[3 * i - 1]), Luminance(pal[3 * i], pal[3 * i + 1], pal[3 * i + 2]));
+  // The result of option 102 carries that palette, and all 100 colours survive.
+  HDIB r = ConvertToPaletteStrategy(img, 102);
+  ASSERT_TRUE(r);
+  BYTE got[768];
+  GetDibPalette(LockDib(r), got);
+  EXPECT_EQ(0, std::memcmp(pal, got, 768));
+  for (int y = 0; y < 10; ++y)
+    for (int x = 0; x < 10; ++x) ASSERT_EQ(ColourAt(r, x, y), ColourAt(img, x, y));
+}
+
+TEST(PaletteStrategies, Option101IsUnsortedAnd103Sorted) {
+  HDIB img = HundredColours();
+  HDIB a = ConvertToPaletteStrategy(img, 101), b = ConvertToPaletteStrategy(img, 103);
+  BYTE pa[768], pb[768], q[768];
+  GetDibPalette(LockDib(a), pa);
+  GetDibPalette(LockDib(b), pb);
+  int n = 256;
+  Quantize(10, 10, &n, q, img);
+  EXPECT_EQ(0, std::memcmp(pa, q, 768));  // first appearance order
+  SortPalette(q, n);
+  EXPECT_EQ(0, std::memcmp(pb, q, 768));
+  EXPECT_NE(0, std::memcmp(pa, pb, 768));
+  // The preview never sorts: 103's preview palette is the unsorted one.
+  HDIB p = ConvertToPaletteStrategy(img, 103, true);
+  BYTE pp[768];
+  GetDibPalette(LockDib(p), pp);
+  EXPECT_EQ(0, std::memcmp(pp, pa, 768));
+  // An unknown id runs option 101.
+  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 4711), a));
+}
+
+TEST(PaletteStrategies, EachOptionRunsItsOperation) {
+  HDIB img = RandomDib(40, 30, 24, 5);
+  BYTE p8[768], p3[768];
+  GetDefaultPalette(p8, nullptr, 8);
+  GetDefaultPalette(p3, nullptr, 3);
+  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 105), DitherDib(img, p8, 8, 0)));
+  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 106), RemapDib(img, p8, 8, 0)));
+  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 107), ConvertToBayerDither256(img)));
+  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 108), ConvertToBayerDither16(img)));
+  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 109), RemapDib(img, p3, 4, 0)));
+  BYTE q[768];
+  ASSERT_TRUE(StrategyPalette(img, 104, false, q));
+  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 104), RemapDib(img, q, 8, 0)));
+  // Dithered strategies refuse a mono image; the remapped ones take it.
+  HDIB mono = RandomDib(8, 8, 1, 2);
+  EXPECT_FALSE(ConvertToPaletteStrategy(mono, 101));
+  EXPECT_FALSE(ConvertToPaletteStrategy(mono, 102));
+  EXPECT_FALSE(ConvertToPaletteStrategy(mono, 105));
+  EXPECT_TRUE(ConvertToPaletteStrategy(mono, 103));
+  EXPECT_TRUE(ConvertToPaletteStrategy(mono, 109));
+}
+
+TEST(MonoStrategies, OptionsAndTheDefaultBranch) {
+  HDIB img = RandomDib(30, 20, 24, 8);
+  BYTE mono[768];
+  GetDefaultPalette(mono, nullptr, 0);
+  EXPECT_TRUE(SameBlock(ConvertToMonoStrategy(img, 101), DitherDib(img, mono, 1, 0)));
+  EXPECT_TRUE(SameBlock(ConvertToMonoStrategy(img, 102), ConvertToBayerDither2(img)));
+  EXPECT_TRUE(SameBlock(ConvertToMonoStrategy(img, 103), RemapDib(img, mono, 1, 0)));
+  EXPECT_TRUE(SameBlock(ConvertToMonoStrategy(img, 0), DitherDib(img, mono, 1, 0)));
+  EXPECT_FALSE(SameBlock(ConvertToMonoStrategy(img, 102), ConvertToMonoStrategy(img, 103)));
+}
+
+// ---- Preview --------------------------------------------------------------------------------
+
+TEST(Preview, OrderOfTests) {
+  auto checked = [](std::set<int> on) { return [on](int id) { return on.count(id) > 0; }; };
+  EXPECT_EQ(MonoPreviewOption(checked({})), 101);
+  EXPECT_EQ(MonoPreviewOption(checked({102})), 102);
+  EXPECT_EQ(MonoPreviewOption(checked({102, 103})), 103);
+  EXPECT_EQ(MonoPreviewOption(checked({101, 102})), 102);
+  EXPECT_EQ(PalettePreviewOption(checked({})), 101);
+  EXPECT_EQ(PalettePreviewOption(checked({103, 102})), 102);  // 102 is tested before 103
+  EXPECT_EQ(PalettePreviewOption(checked({103, 104})), 104);
+  EXPECT_EQ(PalettePreviewOption(checked({105, 109})), 109);
+  EXPECT_EQ(PalettePreviewOption(checked({103})), 103);
+  EXPECT_EQ(PalettePreviewOption(checked({101, 107, 108})), 108);
+}
+
+TEST(Preview, EightPercentCaseAndOffsets) {
+  EXPECT_EQ(PreviewPercentage(100, 1000, 80, 80), 8);
+  HDIB img = RandomDib(100, 1000, 24, 6);
+  int ox = -1, oy = -1;
+  HDIB r = ReducedPreviewImage(img, 80, 80, &ox, &oy);
+  ASSERT_TRUE(r);
+  EXPECT_EQ(LockDib(r)->biWidth, 8);
+  EXPECT_EQ(LockDib(r)->biHeight, 80);
+  EXPECT_EQ(LockDib(r)->biBitCount, 24);  // the reduced image keeps the source's depth
+  EXPECT_EQ(ox, 36);
+  EXPECT_EQ(oy, 0);
+  // A small image grows to fill the box; offsets never go negative.
+  HDIB small = RandomDib(30, 10, 8, 6, 10);
+  HDIB g = ReducedPreviewImage(small, 80, 60, &ox, &oy);
+  EXPECT_EQ(LockDib(g)->biWidth, 79);  // 266 %
+  EXPECT_EQ(LockDib(g)->biHeight, 26);
+  EXPECT_EQ(ox, 0);
+  EXPECT_EQ(oy, 17);
+  // The whole previews run the strategy on the reduced image.
+  HDIB mp = MonoPreviewImage(img, 102, 80, 80, &ox, &oy);
+  EXPECT_TRUE(SameBlock(mp, ConvertToBayerDither2(r)));
+  HDIB pp = PalettePreviewImage(img, 103, 80, 80, &ox, &oy);
+  EXPECT_TRUE(SameBlock(pp, ConvertToPaletteStrategy(r, 103, true)));
+  EXPECT_FALSE(ReducedPreviewImage(img, 0, 80, &ox, &oy));  // 0 % reduces to nothing
+  EXPECT_FALSE(ReducedPreviewImage(HDIB{}, 80, 80, &ox, &oy));
+}
+
+}  // namespace
+}  // namespace ochrel

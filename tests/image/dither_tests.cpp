@@ -1,0 +1,339 @@
+// Error diffusion, remapping and the ordered dithers, against their rules'
+// numbers and against plain per-pixel versions of the same rules.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "image/dither.h"
+#include "image/resample.h"
+#include "image/settings.h"
+#include "test_images.h"
+
+namespace ochrel {
+namespace {
+
+using test::RandomDib;
+using test::SameBlock;
+
+struct DitherSettings {
+  int b = DitherBrightness, c = DitherContrast;
+  DitherSettings(int brightness, int contrast) {
+    DitherBrightness = brightness;
+    DitherContrast = contrast;
+  }
+  ~DitherSettings() {
+    DitherBrightness = b;
+    DitherContrast = c;
+  }
+};
+
+COLORREF ColourAt(const BITMAPINFOHEADER* h, const BYTE* pal, int x, int y) {
+  std::uint32_t v = GetDibPixel(h, x, y);
+  return h->biBitCount > 8 ? (v & 0xFFFFFF) : RGB(pal[3 * v], pal[3 * v + 1], pal[3 * v + 2]);
+}
+
+int Clamp(int v) { return v < 0 ? 0 : v > 255 ? 255 : v; }
+
+// ---- Oracles -------------------------------------------------------------------
+
+HDIB OracleDither(const HDIB& image, const BYTE* palette, int bits) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  int w = s->biWidth, h = s->biHeight;
+  BYTE src[768];
+  GetDibPalette(s, src);
+  HDIB out = CreateDib(w, h, palette, bits);
+  BITMAPINFOHEADER* o = LockDib(out);
+  // Stored row sy is picture row h - 1 - sy.
+  if (bits == 1) {
+    BYTE table[256];
+    double d = 256 - 2 * DitherContrast;
+    if (d < 1) d = 1;
+    double step = 256 / d, value = DitherBrightness - DitherContrast;
+    for (int i = 0; i < 256; ++i, value += step) table[i] = BYTE(value > 254 ? 254 : value >= 1 ? int(value) : 1);
+    std::vector<std::vector<int>> work(h, std::vector<int>(w));
+    int lo = 255, hi = 0;
+    for (int sy = 0; sy < h; ++sy)
+      for (int x = 0; x < w; ++x) {
+        COLORREF c = ColourAt(s, src, x, h - 1 - sy);
+        work[sy][x] = GetRValue(c) * 30 / 100 + GetGValue(c) * 59 / 100 + GetBValue(c) * 11 / 100;
+        lo = std::min(lo, work[sy][x]);
+        hi = std::max(hi, work[sy][x]);
+      }
+    int threshold = (hi + lo) >> 1;
+    for (int sy = 0; sy < h; ++sy)
+      for (int x = 0; x < w; ++x) {
+        int v = table[work[sy][x]], err;
+        if (v <= threshold) err = v - lo;
+        else PutDibPixel(o, x, h - 1 - sy, 1), err = v - hi;
+        int e = err >> 4;
+        if (x + 1 < w && sy + 1 < h) work[sy + 1][x + 1] = Clamp(work[sy + 1][x + 1] + e);
+        if (x - 1 > 0 && sy + 1 < h) work[sy + 1][x - 1] = Clamp(work[sy + 1][x - 1] + 3 * e);
+        if (sy + 1 < h) work[sy + 1][x] = Clamp(work[sy + 1][x] + 5 * e);
+        if (x + 1 < w) work[sy][x + 1] = Clamp(work[sy][x + 1] + 7 * e);
+      }
+    return out;
+  }
+  std::vector<int> cur(3 * w), next(3 * w);
+  for (int sy = 0; sy < h; ++sy) {
+    for (int x = 0; x < w; ++x) {
+      COLORREF c = ColourAt(s, src, x, h - 1 - sy);
+      cur[3 * x] += GetRValue(c), cur[3 * x + 1] += GetGValue(c), cur[3 * x + 2] += GetBValue(c);
+    }
+    for (int x = 0; x < w; ++x) {
+      int v[3] = {Clamp(cur[3 * x]), Clamp(cur[3 * x + 1]), Clamp(cur[3 * x + 2])};
+      int idx = FindPaletteColour(v[0], v[1], v[2], palette, 1 << bits);
+      PutDibPixel(o, x, h - 1 - sy, std::uint32_t(idx));
+      for (int k = 0; k < 3; ++k) {
+        int e = v[k] - palette[3 * idx + k];
+        if (x + 1 < w) cur[3 * (x + 1) + k] += (7 * e) >> 4;
+        if (x - 1 > 0 && sy + 1 < h) next[3 * (x - 1) + k] += (3 * e) >> 4;
+        if (x + 1 < w && sy + 1 < h) next[3 * (x + 1) + k] += e >> 4;
+        if (sy + 1 < h) next[3 * x + k] += (5 * e) >> 4;
+      }
+    }
+    cur = next;
+    std::fill(next.begin(), next.end(), 0);
+  }
+  return out;
+}
+
+HDIB OracleRemap(const HDIB& image, const BYTE* palette, int bits) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  int w = s->biWidth, h = s->biHeight;
+  BYTE src[768];
+  GetDibPalette(s, src);
+  HDIB out = CreateDib(w, h, palette, bits);
+  BITMAPINFOHEADER* o = LockDib(out);
+  int n = 1 << bits;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      std::uint32_t v = GetDibPixel(s, x, y), idx;
+      if (s->biBitCount == 1) {
+        idx = bits == 1 ? v : std::uint32_t(v ? FindPaletteColour(255, 255, 255, palette, n) : FindPaletteColour(0, 0, 0, palette, n));
+      } else {
+        COLORREF c = ColourAt(s, src, x, y);
+        if (bits == 1) idx = Luminance(c) < 129 ? 0 : 1;
+        else idx = std::uint32_t(FindPaletteColour(GetRValue(c), GetGValue(c), GetBValue(c), palette, n));
+      }
+      PutDibPixel(o, x, y, idx);
+    }
+  return out;
+}
+
+HDIB Solid(int w, int h, COLORREF c) {
+  HDIB d = CreateDib(w, h, nullptr, 24);
+  InsetSolidRectangle(d, c, RECT{0, 0, w, h});
+  return d;
+}
+
+HDIB GreyImage(int w, int h, int level) {
+  BYTE pal[768];
+  GetDefaultPalette(pal, nullptr, 10);
+  HDIB d = CreateDib(w, h, pal, 8);
+  InsetSolidRectangle(d, std::uint32_t(level), RECT{0, 0, w, h});
+  return d;
+}
+
+int CountSet(const HDIB& d) {
+  const BITMAPINFOHEADER* h = LockDib(d);
+  int n = 0;
+  for (int y = 0; y < h->biHeight; ++y)
+    for (int x = 0; x < h->biWidth; ++x) n += GetDibPixel(h, x, y) ? 1 : 0;
+  return n;
+}
+
+BYTE Mono[768], Ortho[768], Vga[768];
+struct Palettes {
+  Palettes() {
+    GetDefaultPalette(Mono, nullptr, 0);
+    GetDefaultPalette(Ortho, nullptr, 8);
+    GetDefaultPalette(Vga, nullptr, 3);
+  }
+} palettesInit;
+
+// ---- 1 bit -------------------------------------------------------------------------
+
+TEST(DitherMono, TableFromTheSettings) {
+  BYTE t[256];
+  BuildDitherTable(25, 25, t);  // step 256 / 206
+  EXPECT_EQ(std::vector<int>(t, t + 7), (std::vector<int>{1, 1, 2, 3, 4, 6, 7}));
+  EXPECT_EQ(t[255], 254);
+  for (int i = 1; i < 256; ++i) ASSERT_GE(t[i], t[i - 1]);
+  BuildDitherTable(128, 60, t);  // d = 0 is taken as 1: a step of 256
+  EXPECT_EQ(t[0], 1);             // 60 - 128 is below 1
+  EXPECT_EQ(t[1], 188);
+  EXPECT_EQ(t[2], 254);
+  BuildDitherTable(1, 128, t);
+  EXPECT_EQ(t[0], 127);
+}
+
+TEST(DitherMono, UniformGreyDependsOnTheTableAlone) {
+  // Lowest, highest and threshold are all 30: the table's value decides.
+  {
+    DitherSettings s(25, 25);  // table[30] = 37 > 30: every pixel white
+    EXPECT_EQ(CountSet(DitherDib(GreyImage(16, 9, 30), Mono, 1, 0)), 16 * 9);
+  }
+  {
+    DitherSettings s(1, 25);  // table[30] = 13: black, and the error only darkens
+    EXPECT_EQ(CountSet(DitherDib(GreyImage(16, 9, 30), Mono, 1, 0)), 0);
+  }
+  // Even black comes out white with the default table (its entry 0 is 1).
+  DitherSettings s(25, 25);
+  EXPECT_EQ(CountSet(DitherDib(Solid(5, 5, RGB(0, 0, 0)), Mono, 1, 0)), 25);
+}
+
+TEST(DitherMono, MatchesTheLiteralRuleOnRandomImages) {
+  for (auto [b, c] : {std::pair{25, 25}, std::pair{1, 1}, std::pair{128, 60}, std::pair{40, 128}}) {
+    DitherSettings s(b, c);
+    for (int bits : {4, 8, 24})
+      for (int w : {1, 2, 3, 17, 64}) {
+        HDIB img = RandomDib(w, 13, bits, 300u + w + bits);
+        ASSERT_TRUE(SameBlock(DitherDib(img, Mono, 1, 0), OracleDither(img, Mono, 1))) << b << " " << c << " " << bits << " " << w;
+      }
+  }
+}
+
+TEST(DitherDib, OneBitSourcesAndBadDepthsAreRefused) {
+  HDIB mono = RandomDib(8, 8, 1, 4);
+  EXPECT_FALSE(DitherDib(mono, Mono, 1, 0));
+  EXPECT_FALSE(DitherDib(mono, Ortho, 8, 0));
+  EXPECT_FALSE(DitherDib(RandomDib(8, 8, 24, 4), Ortho, 24, 0));
+  EXPECT_FALSE(DitherDib(HDIB{}, Ortho, 8, 0));
+}
+
+// ---- 4 and 8 bits ------------------------------------------------------------------
+
+TEST(DitherColour, MatchesTheLiteralRuleAtEveryDepth) {
+  for (int bits : {4, 8, 24})
+    for (int target : {4, 8})
+      for (int w : {1, 2, 3, 29}) {
+        HDIB img = RandomDib(w, 11, bits, 500u + w * bits + target);
+        const BYTE* pal = target == 4 ? Vga : Ortho;
+        ASSERT_TRUE(SameBlock(DitherDib(img, pal, target, 0), OracleDither(img, pal, target))) << bits << " " << target << " " << w;
+      }
+}
+
+TEST(DitherColour, PaletteColoursPassThroughAndErrorsSpread) {
+  // A colour of the palette has no error, so the image maps exactly.
+  HDIB white = Solid(9, 4, RGB(255, 255, 255));
+  HDIB r = DitherDib(white, Vga, 4, 0);
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 9; ++x) ASSERT_EQ(GetDibPixel(LockDib(r), x, y), 15u);
+  // Mid grey 100 on the 3-3-2 palette: a single pixel would be 108's entry;
+  // diffusion must mix levels over a large area so the mean stays near 100.
+  HDIB grey = Solid(64, 64, RGB(100, 100, 100));
+  HDIB d = DitherDib(grey, Ortho, 8, 0);
+  long long sum = 0;
+  for (int y = 0; y < 64; ++y)
+    for (int x = 0; x < 64; ++x) sum += Ortho[3 * GetDibPixel(LockDib(d), x, y) + 1];
+  EXPECT_NEAR(sum / 4096.0, 100.0, 4.0);
+}
+
+// ---- Remap -------------------------------------------------------------------------
+
+TEST(RemapDib, MonoThresholdIs129) {
+  HDIB img = CreateDib(4, 1, nullptr, 24);
+  // Luminances 127, 128, 129, 130.
+  COLORREF c[4] = {RGB(128, 128, 128), RGB(129, 129, 129), RGB(130, 130, 130), RGB(131, 131, 131)};
+  for (int x = 0; x < 4; ++x) PutDibPixel(LockDib(img), x, 0, c[x]);
+  ASSERT_EQ(Luminance(c[1]), 128);
+  ASSERT_EQ(Luminance(c[2]), 129);
+  HDIB r = RemapDib(img, Mono, 1, 0);
+  std::vector<int> bits;
+  for (int x = 0; x < 4; ++x) bits.push_back(int(GetDibPixel(LockDib(r), x, 0)));
+  EXPECT_EQ(bits, (std::vector<int>{0, 0, 1, 1}));
+  // The same through a palette: an 8-bit image whose entries are those colours.
+  BYTE pal[768] = {};
+  for (int i = 0; i < 4; ++i) pal[3 * i] = pal[3 * i + 1] = pal[3 * i + 2] = BYTE(128 + i);
+  HDIB p = CreateDib(4, 1, pal, 8);
+  for (int x = 0; x < 4; ++x) PutDibPixel(LockDib(p), x, 0, std::uint32_t(x));
+  EXPECT_TRUE(SameBlock(RemapDib(p, Mono, 1, 0), r));
+}
+
+TEST(RemapDib, MonoSourceUsesOnlyBlackAndWhiteEntries) {
+  HDIB mono = RandomDib(23, 7, 1, 9);
+  // Give the mono source odd colours: they must not be looked at.
+  BYTE odd[768] = {};
+  odd[0] = 200, odd[3] = 10, odd[4] = 90;
+  PutDibPalette(LockDib(mono), odd);
+  HDIB r = RemapDib(mono, Vga, 4, 0);
+  const BITMAPINFOHEADER* h = LockDib(r);
+  for (int y = 0; y < 7; ++y)
+    for (int x = 0; x < 23; ++x) ASSERT_EQ(GetDibPixel(h, x, y), GetDibPixel(LockDib(mono), x, y) ? 15u : 0u);
+  EXPECT_TRUE(SameBlock(RemapDib(mono, Mono, 1, 0), [&] {
+    HDIB c = DuplicateObject(mono);
+    PutDibPalette(LockDib(c), Mono);
+    return c;
+  }()));
+}
+
+TEST(RemapDib, MatchesTheLiteralRuleAtEveryDepth) {
+  for (int bits : {1, 4, 8, 24})
+    for (int target : {1, 4, 8})
+      for (int w : {1, 5, 33}) {
+        HDIB img = RandomDib(w, 9, bits, 700u + w + bits * target);
+        const BYTE* pal = target == 1 ? Mono : target == 4 ? Vga : Ortho;
+        ASSERT_TRUE(SameBlock(RemapDib(img, pal, target, 0), OracleRemap(img, pal, target))) << bits << " " << target << " " << w;
+      }
+  // Big enough to be spread over the cores.
+  HDIB big = RandomDib(301, 257, 24, 42);
+  EXPECT_TRUE(SameBlock(RemapDib(big, Ortho, 8, 0), OracleRemap(big, Ortho, 8)));
+}
+
+// ---- Bayer ------------------------------------------------------------------------------
+
+TEST(Bayer, BlackAndWhiteAtTheThresholdsExtremes) {
+  HDIB white = Solid(16, 16, RGB(255, 255, 255)), black = Solid(16, 16, RGB(0, 0, 0));
+  EXPECT_EQ(CountSet(ConvertToBayerDither2(white)), 256);
+  EXPECT_EQ(CountSet(ConvertToBayerDither2(black)), 0);
+  HDIB w16 = ConvertToBayerDither16(white);
+  EXPECT_EQ(LockDib(w16)->biBitCount, 4);
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 16; ++x) ASSERT_EQ(GetDibPixel(LockDib(w16), x, y), 7u);
+  BYTE eight[768];
+  GetDefaultPalette(eight, nullptr, 2);
+  BYTE got[768];
+  GetDibPalette(LockDib(w16), got);
+  EXPECT_EQ(0, std::memcmp(eight, got, 768));
+  // White at 256 colours stays between the two top levels of each channel.
+  HDIB w256 = ConvertToBayerDither256(white);
+  for (int y = 0; y < 8; ++y)
+    for (int x = 0; x < 8; ++x) {
+      std::uint32_t v = GetDibPixel(LockDib(w256), x, y);
+      ASSERT_GE(v & 0xE0, 0xC0u);
+      ASSERT_GE(v & 0x1C, 0x18u);
+      ASSERT_GE(v & 0x03, 0x03u);
+    }
+}
+
+TEST(Bayer, ThresholdPositionsAndTheSwappedIndex) {
+  // Luminance 101 at 1 bit: set where the threshold is below 101.
+  HDIB grey = GreyImage(8, 8, 0);
+  BYTE pal[768];
+  for (int i = 0; i < 256; ++i) pal[3 * i] = pal[3 * i + 1] = pal[3 * i + 2] = 0;
+  pal[0] = 100, pal[1] = 102, pal[2] = 100;  // luminance 30 + 60 + 11 = 101
+  PutDibPalette(LockDib(grey), pal);
+  HDIB r = ConvertToBayerDither2(grey);
+  for (int y = 0; y < 8; ++y)
+    for (int x = 0; x < 8; ++x) ASSERT_EQ(GetDibPixel(LockDib(r), x, y), bayerPattern[y][x] * 4 < 101 ? 1u : 0u) << x << y;
+  // Grey 200 at 256 colours: (x 1, y 0) uses entry [1][0] = 48, threshold 192.
+  HDIB g = Solid(2, 2, RGB(200, 200, 200));
+  HDIB d = ConvertToBayerDither256(g);
+  EXPECT_EQ(GetDibPixel(LockDib(d), 1, 0), 0xDBu);  // 198: 0xC0 | 0x18 | 3
+  EXPECT_EQ(GetDibPixel(LockDib(d), 0, 1), 0xB6u);  // threshold 128 gives 182: 0xA0 | 0x14 | 2
+  EXPECT_EQ(GetDibPixel(LockDib(d), 0, 0), 0x92u);  // threshold 0 gives 150: 0x80 | 0x10 | 2
+}
+
+TEST(Bayer, FourBitNibbleOrder) {
+  HDIB img = Solid(3, 1, RGB(0, 0, 0));
+  PutDibPixel(LockDib(img), 0, 0, RGB(255, 255, 255));
+  PutDibPixel(LockDib(img), 2, 0, RGB(255, 0, 0));
+  HDIB r = ConvertToBayerDither16(img);
+  const BYTE* row = DibRow(LockDib(r), 0);
+  EXPECT_EQ(row[0], 0x70);  // pixel 0 in the high nibble
+  EXPECT_EQ(row[1], 0x10);
+}
+
+}  // namespace
+}  // namespace ochrel
