@@ -1,0 +1,201 @@
+#include "filters/geometry.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "image/resample.h"
+#include "test_images.h"
+
+namespace ochrel {
+namespace {
+
+using test::RandomDib;
+using test::SameBlock;
+
+FILTERPARAM Defaults(const HDIB& image) {
+  FILTERPARAM p;
+  RestoreFilterDefaults(&p);
+  p.ImageType = GetImageType(image);
+  return p;
+}
+
+void Size(const HDIB& d, int* w, int* h) { GetBitmapDimensions(d, w, h, nullptr, nullptr); }
+
+TEST(Rotate, RoutingCounterClockwiseOnTheFilterSide) {
+  HDIB src = RandomDib(30, 20, 24, 1);
+  FILTERPARAM p = Defaults(src);
+  p.FilterRotateAngle = 90;
+  EXPECT_TRUE(SameBlock(FilterRotateImage(src, &p), RotateImage270(src)));
+  p.FilterRotateDirection = 1;
+  EXPECT_TRUE(SameBlock(FilterRotateImage(src, &p), RotateImage90(src)));
+  p.FilterRotateAngle = 180;
+  EXPECT_TRUE(SameBlock(FilterRotateImage(src, &p), RotateImage180(src)));
+  p.FilterRotateAngle = 0;
+  p.FilterRotateDirection = 0;
+  EXPECT_TRUE(SameBlock(FilterRotateImage(src, &p), src));
+  EXPECT_FALSE(p.NewMask);
+  // Angle 0 turned the other way is 360: a free rotation with its mask.
+  p.FilterRotateDirection = 1;
+  HDIB full = FilterRotateImage(src, &p);
+  ASSERT_TRUE(full);
+  ASSERT_TRUE(p.NewMask);
+  EXPECT_EQ(LockDib(p.NewMask)->biBitCount, 4);
+  FilterFreeMasks(&p);
+  EXPECT_FALSE(p.NewMask);
+}
+
+TEST(Rotate, FortyFiveDegreesWithAndWithoutPreserve) {
+  HDIB src = RandomDib(100, 100, 24, 2);
+  FILTERPARAM p = Defaults(src);
+  p.FilterRotateAngle = 45;
+  p.PaperColour = RGB(1, 2, 3);
+  HDIB out = FilterRotateImage(src, &p);
+  int w = 0, h = 0;
+  Size(out, &w, &h);
+  EXPECT_NEAR(w, 141, 1);
+  EXPECT_NEAR(h, 141, 1);
+  const BITMAPINFOHEADER *o = LockDib(out), *m = LockDib(p.NewMask);
+  ASSERT_TRUE(m);
+  EXPECT_EQ(m->biWidth, w);
+  EXPECT_EQ(m->biHeight, h);
+  for (auto [x, y] : {std::pair{0, 0}, {w - 1, 0}, {0, h - 1}, {w - 1, h - 1}}) {
+    EXPECT_EQ(GetDibPixel(o, x, y), RGB(1, 2, 3));
+    EXPECT_EQ(GetDibPixel(m, x, y), 0u);
+  }
+  EXPECT_EQ(GetDibPixel(m, w / 2, h / 2), 1u);
+  // Every pixel the mask marks as background holds the paper colour.
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      if (GetDibPixel(m, x, y) == 0) ASSERT_EQ(GetDibPixel(o, x, y), RGB(1, 2, 3));
+  // Without interpolation the marked pixels are source pixels, unchanged.
+  p.FilterRotateInterpolate = 0;
+  p.FilterRotatePreserve = 1;
+  HDIB kept = FilterRotateImage(src, &p);
+  Size(kept, &w, &h);
+  EXPECT_EQ(w, 100);
+  EXPECT_EQ(h, 100);
+  m = LockDib(p.NewMask);
+  for (int y = 30; y < 70; ++y)
+    for (int x = 30; x < 70; ++x) ASSERT_EQ(GetDibPixel(m, x, y), 1u);
+  EXPECT_EQ(GetDibPixel(m, 0, 0), 0u);
+}
+
+TEST(Rotate, PalettedImagesNeverInterpolate) {
+  HDIB src = RandomDib(40, 30, 8, 3, 8);
+  FILTERPARAM p = Defaults(src);
+  p.FilterRotateAngle = 33;
+  p.PaperColour = 7;  // an index on a paletted image
+  p.FilterRotateInterpolate = 1;
+  HDIB a = FilterRotateImage(src, &p);
+  p.FilterRotateInterpolate = 0;
+  HDIB b = FilterRotateImage(src, &p);
+  EXPECT_TRUE(SameBlock(a, b));
+  EXPECT_EQ(GetDibPixel(LockDib(a), 0, 0), 7u);
+}
+
+TEST(Flip, DirectionPicksTheAxis) {
+  HDIB src = RandomDib(9, 5, 1, 4);
+  FILTERPARAM p = Defaults(src);
+  EXPECT_TRUE(SameBlock(FilterFlipImage(src, &p), FlipImageHorizontal(src)));
+  p.FilterFlipDirection = 1;
+  EXPECT_TRUE(SameBlock(FilterFlipImage(src, &p), FlipImageVertical(src)));
+}
+
+TEST(Resize, HundredBothWaysAndTheTwoPaths) {
+  for (int bits : {24, 8, 4, 1}) {
+    HDIB src = RandomDib(17, 9, bits, 5, bits == 8 ? 10 : 3);
+    FILTERPARAM p = Defaults(src);
+    EXPECT_TRUE(SameBlock(FilterResizeImage(src, &p), src)) << bits;
+    p.FilterResizeInterpolate = 0;
+    EXPECT_TRUE(SameBlock(FilterResizeImage(src, &p), src)) << bits;
+  }
+  HDIB src = RandomDib(20, 10, 24, 6);
+  FILTERPARAM p = Defaults(src);
+  p.ResizeHorizontal = 150;
+  p.ResizeVertical = 50;  // ignored while Constant is set
+  int w, h;
+  Size(FilterResizeImage(src, &p), &w, &h);
+  EXPECT_EQ(w, 30);
+  EXPECT_EQ(h, 15);
+  HDIB expect = ScaleUpVertical(ScaleUpHorizontal(src, 150), 150);
+  EXPECT_TRUE(SameBlock(FilterResizeImage(src, &p), expect));
+  p.FilterResizeConstant = 0;
+  Size(FilterResizeImage(src, &p), &w, &h);
+  EXPECT_EQ(h, 5);
+  // Paletted images take the nearest sample whatever the check box says.
+  HDIB pal = RandomDib(20, 10, 8, 7, 8);
+  FILTERPARAM q = Defaults(pal);
+  q.ResizeHorizontal = 173;
+  EXPECT_TRUE(SameBlock(FilterResizeImage(pal, &q), FilterScaleImage(pal, 173, 173)));
+  // 5 percent of 10 pixels is no pixel: a plain failure.
+  HDIB tiny = RandomDib(10, 10, 24, 8);
+  q = Defaults(tiny);
+  q.ResizeHorizontal = 5;
+  EXPECT_FALSE(FilterResizeImage(tiny, &q));
+}
+
+TEST(ScaleImage, NearestSampleTablesAtEveryDepth) {
+  for (int bits : {1, 4, 8, 24}) {
+    HDIB src = RandomDib(13, 7, bits, 9, 3);
+    HDIB out = FilterScaleImage(src, 200, 400);  // steps 0.5 and 0.25 add up exactly
+    const BITMAPINFOHEADER *s = LockDib(src), *o = LockDib(out);
+    ASSERT_EQ(o->biWidth, 26);
+    ASSERT_EQ(o->biHeight, 28);
+    for (int r = 0; r < 28; ++r)
+      for (int i = 0; i < 26; ++i)
+        // Stored row r takes stored row r / 4; GetDibPixel counts from the top.
+        ASSERT_EQ(GetDibPixel(o, i, 27 - r), GetDibPixel(s, i / 2, 6 - r / 4)) << bits;
+    EXPECT_EQ(LockDib(out)->biBitCount, s->biBitCount);
+  }
+}
+
+TEST(Swirl, ZeroDegreesOnlyResamplesAndThePlainRule) {
+  HDIB flat = CreateDib(21, 13, nullptr, 24);
+  InsetSolidRectangle(flat, RGB(40, 80, 120), RECT{0, 0, 21, 13});
+  FILTERPARAM p = Defaults(flat);
+  p.FilterSwirlDegrees = 0;
+  p.PaperColour = RGB(255, 255, 255);
+  HDIB out = FilterSwirl(flat, &p);
+  for (int y = 0; y < 12; ++y)
+    for (int x = 0; x < 20; ++x) ASSERT_EQ(GetDibPixel(LockDib(out), x, y), RGB(40, 80, 120));
+
+  HDIB src = RandomDib(37, 23, 24, 10);
+  for (int degrees : {45, -300, 1440}) {
+    p.FilterSwirlDegrees = degrees;
+    HDIB fast = FilterSwirl(src, &p);
+    HDIB plain = DuplicateObject(src);
+    double cx = 37 * 0.5, cy = 23 * 0.5, radius = std::max(cx, cy), ys = 37.0 / 23;
+    double angle = degrees * 3.141592653589793 * 0.005555555555555556;
+    for (int y = 0; y < 23; ++y)
+      for (int x = 0; x < 37; ++x) {
+        double dx = x - cx, dy = ys * (y - cy), dist = dx * dx + dy * dy;
+        if (radius * radius <= dist) continue;
+        double f = 1 - std::sqrt(dist) / radius, s = std::sin(angle * f * f), c = std::cos(angle * f * f);
+        PutDibPixel(LockDib(plain), x, y,
+                    InterpolateColor(src, c * dx - s * dy + cx, (s * dx + c * dy) / ys + cy, p.PaperColour));
+      }
+    EXPECT_TRUE(SameBlock(fast, plain)) << degrees;
+  }
+}
+
+TEST(InterpolateColor, CornersAndBackground) {
+  HDIB src = CreateDib(2, 2, nullptr, 24);
+  BITMAPINFOHEADER* h = LockDib(src);
+  PutDibPixel(h, 0, 0, RGB(0, 0, 0));
+  PutDibPixel(h, 1, 0, RGB(100, 0, 0));
+  PutDibPixel(h, 0, 1, RGB(0, 200, 0));
+  PutDibPixel(h, 1, 1, RGB(100, 200, 0));
+  // (x, y) = (-0.5, -0.5) lands exactly on pixel (0, 0).
+  EXPECT_EQ(InterpolateColor(src, -0.5, -0.5, RGB(9, 9, 9)), RGB(0, 0, 0));
+  // Halfway between all four.
+  EXPECT_EQ(InterpolateColor(src, 0.0, 0.0, RGB(9, 9, 9)), RGB(50, 100, 0));
+  // Beyond the last column: the background.
+  EXPECT_EQ(InterpolateColor(src, 1.6, 0.0, RGB(9, 9, 9)), RGB(9, 9, 9));
+  EXPECT_EQ(InterpolateColor(src, -1.6, 0.0, RGB(9, 9, 9)), RGB(9, 9, 9));
+  // Right column blends with the background.
+  EXPECT_EQ(InterpolateColor(src, 1.0, -0.5, RGB(0, 0, 0)), RGB(50, 0, 0));
+}
+
+}  // namespace
+}  // namespace ochrel
