@@ -211,7 +211,12 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   SetFileHooks(hooks);
 }
 
-MainFrame::~MainFrame() { SetFileHooks(FileHooks{}); }
+MainFrame::~MainFrame() {
+  // The document area outlives our members while Qt tears the children down.
+  client_->disconnect(this);
+  QGuiApplication::clipboard()->disconnect(this);
+  SetFileHooks(FileHooks{});
+}
 
 QAction* MainFrame::AddItem(QMenu* menu, const char* label, int id, bool grey) {
   QAction* a = menu->addAction(QString::fromUtf8(label));
@@ -321,6 +326,7 @@ void MainFrame::BuildAccelerators() {
 void MainFrame::RebuildRecentMenu() {
   for (QAction* a : recentActions_) {
     fileMenu_->removeAction(a);
+    a->setObjectName(QString());
     a->deleteLater();
   }
   recentActions_.clear();

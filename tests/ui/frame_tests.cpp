@@ -1,0 +1,464 @@
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QComboBox>
+#include <QFile>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSpinBox>
+#include <QStyle>
+#include <QTemporaryDir>
+#include <QToolButton>
+
+#include <cstring>
+#include <filesystem>
+#include <map>
+
+#include "files/imagefile.h"
+#include "frame/blockset.h"
+#include "frame/commands.h"
+#include "frame/config.h"
+#include "frame/paths.h"
+#include "frame/recentpaths.h"
+#include "frame/services.h"
+#include "frame/strings.h"
+#include "image/settings.h"
+#include "qt_app.h"
+#include "ui/documentwindow.h"
+#include "ui/mainframe.h"
+#include "ui/messages.h"
+#include "ui/newfiledialog.h"
+
+namespace ochrel {
+namespace {
+
+struct Prompt {
+  PromptKind kind;
+  QString text;
+};
+
+class FrameTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    test::EnsureQtApp();
+    RecentPathList().Clear();
+    prompts.clear();
+    answer = IDNO;
+    SetPromptAnswerer([this](PromptKind k, const QString& t) {
+      prompts.push_back({k, t});
+      return answer;
+    });
+    SetNewFileAnswerer([this](NewFileBox& box) {
+      box.typeList()->setCurrentIndex(newParam.type);
+      box.widthField()->setValue(newParam.width);
+      box.depthField()->setValue(newParam.depth);
+      return true;
+    });
+    frame = std::make_unique<MainFrame>();
+    frame->resize(1000, 800);
+    frame->show();
+  }
+  void TearDown() override {
+    SetPromptAnswerer({});
+    SetNewFileAnswerer({});
+    MainFrame::SetSavePathAnswerer({});
+    MainFrame::SetShiftOverride(-1);
+    answer = IDNO;
+    for (QMdiSubWindow* w : frame->client()->subWindowList())
+      if (auto* d = qobject_cast<DocumentWindow*>(w)) d->record()->Modified = 0;
+    frame.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  }
+  DocumentWindow* NewDocument(int type, int width = 40, int depth = 30) {
+    newParam = NEWFILEPARAM{width, depth, type, 0};
+    frame->Command(CM_NEW);
+    return frame->ActiveDocument();
+  }
+  bool Enabled(int id) { return frame->action(id)->isEnabled(); }
+
+  std::unique_ptr<MainFrame> frame;
+  std::vector<Prompt> prompts;
+  int answer = IDNO;
+  NEWFILEPARAM newParam;
+};
+
+TEST_F(FrameTest, MenuTreeLabelsNumbersAndGreyStates) {
+  const std::map<int, const char*> labels = {
+      {101, "&New\tCtrl+N"},      {58, "&Open\tCtrl+0"},
+      {57, "&Save\tCtrl+S"},      {104, "Save &as..."},
+      {106, "&Close"},            {54, "Set&up"},
+      {55, "E&xit"},              {50, "&Undo\tCtrl+U (Alt+Backspace)"},
+      {201, "Cu&t\tCtrl+X (Shift+Del)"}, {202, "&Copy\tCtrl+C (Ctrl+Ins)"},
+      {203, "&Paste\tCtrl+V (Shift+Ins)"}, {110, "Paste as &new document"},
+      {206, "C&lear"},            {205, "&Select All"},
+      {207, "Hide &tool bar"},    {208, "Hide &settings"},
+      {209, "Copy t&o"},          {210, "P&aste from"},
+      {51, "&Grid active"},       {212, "G&rid settings"},
+      {53, "Shado&ws"},           {301, "&Attributes"},
+      {302, "&True color"},       {303, "&Greyscale"},
+      {304, "&Paletted"},         {305, "&Mono"},
+      {801, "&Cascade\tShift+F5"}, {802, "&Tile\tShift+F4"},
+      {803, "&Arrange Icons"},    {804, "&Duplicate\tCtrl+D"},
+      {52, "&Contents"},          {902, "&About..."},
+      {903, "&System information"}, {136, "&Tip of the day"},
+      {62, "&Manual"},
+  };
+  for (const auto& [id, label] : labels) {
+    QAction* a = frame->action(id);
+    ASSERT_NE(a, nullptr) << id;
+    EXPECT_EQ(a->text(), QString::fromUtf8(label)) << id;
+  }
+  QStringList tops;
+  for (QAction* a : frame->menuBar()->actions()) tops << a->text();
+  EXPECT_EQ(tops, QStringList({"&File", "&Edit", "&Image", "&Window", "&Help"}));
+
+  // With no document only these are open.
+  for (int id : {101, 58, 54, 55, 52, 902, 903, 136, 62}) EXPECT_TRUE(Enabled(id)) << id;
+  for (int id : {57, 104, 106, 50, 201, 202, 206, 205, 207, 208, 209, 210, 51, 212, 53, 301, 302, 303, 304, 305,
+                 801, 802, 803, 804})
+    EXPECT_FALSE(Enabled(id)) << id;
+
+  NewDocument(1);
+  for (int id : {57, 104, 106, 205, 301, 801, 802, 803, 804, 207, 208, 210, 51, 212, 53}) EXPECT_TRUE(Enabled(id)) << id;
+  EXPECT_TRUE(Enabled(302));
+  EXPECT_FALSE(Enabled(303));  // already grey
+  EXPECT_TRUE(Enabled(304));
+  EXPECT_TRUE(Enabled(305));
+  EXPECT_FALSE(Enabled(50));
+  // The bar's buttons follow the same rule.
+  EXPECT_TRUE(frame->buttonBar()->button(CM_SAVE)->isEnabled());
+  EXPECT_FALSE(frame->buttonBar()->button(CM_UNDO)->isEnabled());
+}
+
+TEST_F(FrameTest, ButtonBarFollowsButtonList) {
+  ButtonBar* bar = frame->buttonBar();
+  EXPECT_EQ(bar->height(), 34);
+  EXPECT_EQ(bar->zoomList()->count(), 11);
+  EXPECT_EQ(bar->zoomList()->itemText(0), "10 percent");
+  EXPECT_EQ(bar->zoomList()->itemText(10), "1600 percent");
+  // 58, 57, 50, 51, 53, 62|0x80, 54, 55: 29 apart, 10 more after the manual.
+  const int order[] = {58, 57, 50, 51, 53, 62, 54, 55};
+  const int xs[] = {131, 160, 189, 218, 247, 276, 315, 344};
+  for (int i = 0; i < 8; ++i) {
+    QToolButton* b = bar->button(order[i]);
+    ASSERT_NE(b, nullptr) << order[i];
+    EXPECT_EQ(b->x(), xs[i]) << order[i];
+    EXPECT_EQ(b->toolTip(), QString::fromUtf8(FetchString(1651 + order[i])));
+    EXPECT_FALSE(b->toolTip().startsWith("String table error"));
+  }
+  EXPECT_EQ(frame->statusBar()->height(), 20);
+}
+
+TEST_F(FrameTest, NewOfEachKindGivesDepthPaletteAndPixels) {
+  struct Kind { int type, bits, imageType; } kinds[] = {{0, 24, 0}, {1, 8, 1}, {2, 8, 2}, {3, 1, 3}};
+  for (const Kind& k : kinds) {
+    SCOPED_TRACE(k.type);
+    DocumentWindow* d = NewDocument(k.type, 33, 17);
+    ASSERT_NE(d, nullptr);
+    const BITMAPINFOHEADER* h = LockDib(d->record()->Image);
+    ASSERT_NE(h, nullptr);
+    EXPECT_EQ(h->biBitCount, k.bits);
+    EXPECT_EQ(h->biWidth, 33);
+    EXPECT_EQ(h->biHeight, 17);
+    EXPECT_EQ(d->record()->ImageType, k.imageType);
+    EXPECT_EQ(d->record()->Modified, 1);
+    EXPECT_EQ(d->record()->HasFile, 0);
+    // The dialog's background: the stored default (white) for true colour,
+    // black (0) after a change of kind.
+    std::uint32_t want = k.type == 0 ? 0xFFFFFFu : 0u;
+    for (int y = 0; y < 17; y += 4)
+      for (int x = 0; x < 33; x += 4) ASSERT_EQ(GetDibPixel(h, x, y), want);
+    BYTE pal[768], expect[768];
+    GetDibPalette(h, pal);
+    GetDefaultPalette(expect, nullptr, k.type == 1 ? 10 : k.type == 3 ? 0 : 8);
+    if (k.bits <= 8) EXPECT_EQ(std::memcmp(pal, expect, 3u << k.bits), 0);
+  }
+  // A true-colour background colour fills every pixel.
+  HDIB white = CreateNewImage(NEWFILEPARAM{5, 5, 0, RGB(10, 20, 30)});
+  EXPECT_EQ(GetDibPixel(LockDib(white), 4, 4), RGB(10, 20, 30));
+}
+
+TEST_F(FrameTest, NewFileBoxTypeChangeResetsColour) {
+  NewFileBox box(NEWFILEPARAM{800, 600, 0, 0xFFFFFF});
+  EXPECT_EQ(box.param().colour, 0xFFFFFFu);
+  box.typeList()->setCurrentIndex(2);
+  EXPECT_EQ(box.param().colour, 0u);
+  EXPECT_EQ(box.widthField()->minimum(), 16);
+  EXPECT_EQ(box.widthField()->maximum(), 20000);
+  EXPECT_EQ(box.typeList()->itemText(3), "2-bit mono");
+}
+
+TEST_F(FrameTest, UndoRestoresImageToolColoursAndModified) {
+  DocumentWindow* d = NewDocument(0, 10, 10);
+  BLOCKSET* r = d->record();
+  r->Modified = 0;
+  r->Tool = 8;
+  CreateUndo(r);
+  frame->UpdateMenuStates();
+  EXPECT_TRUE(Enabled(CM_UNDO));
+  const std::uint32_t before = GetDibPixel(LockDib(r->Image), 3, 3);
+  PutDibPixel(LockDib(r->Image), 3, 3, RGB(255, 0, 0));
+  r->Tool = 5;
+  r->PaintColour = RGB(1, 2, 3);
+  r->Modified = 1;
+  frame->Command(CM_UNDO);
+  EXPECT_EQ(GetDibPixel(LockDib(r->Image), 3, 3), before);
+  EXPECT_EQ(r->Tool, 8);
+  EXPECT_EQ(r->PaintColour, static_cast<COLORREF>(DefaultPaintColour));
+  EXPECT_EQ(r->Modified, 0);
+  EXPECT_FALSE(Enabled(CM_UNDO));
+  EXPECT_FALSE(frame->buttonBar()->button(CM_UNDO)->isEnabled());
+  // An undo with no copy: the message, and the command greys.
+  r->UndoAvailable = 1;
+  r->UndoImage.reset();
+  frame->Command(CM_UNDO);
+  ASSERT_EQ(prompts.size(), 1u);
+  EXPECT_EQ(prompts[0].text, "Internal error in Undo -- this file will be discarded.");
+  EXPECT_FALSE(Enabled(CM_UNDO));
+}
+
+TEST_F(FrameTest, UntitledNumbersAndAFailedNewStillUsesItsNumber) {
+  ResetUntitledFileNumber();
+  DocumentWindow* a = NewDocument(0);
+  EXPECT_TRUE(QString::fromStdString(a->record()->FileName).endsWith("UntitledPicture1.bmp"));
+  SetAllocationLimit(64);
+  newParam = NEWFILEPARAM{100, 100, 0, 0};
+  frame->Command(CM_NEW);
+  SetAllocationLimit(0);
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  ASSERT_EQ(prompts.size(), 1u);
+  EXPECT_EQ(prompts[0].text, "Memory error");
+  EXPECT_EQ(frame->CountOpenDocuments(), 1);
+  DocumentWindow* c = NewDocument(0);
+  EXPECT_TRUE(QString::fromStdString(c->record()->FileName).endsWith("UntitledPicture3.bmp"));
+}
+
+TEST_F(FrameTest, DocumentsStepInAndTheEleventhStartsAgain) {
+  std::vector<QPoint> at;
+  for (int i = 0; i < 11; ++i) at.push_back(NewDocument(0)->pos());
+  int step = frame->style()->pixelMetric(QStyle::PM_TitleBarHeight) +
+             frame->style()->pixelMetric(QStyle::PM_MdiSubWindowFrameWidth);
+  EXPECT_EQ(at[1] - at[0], QPoint(step, step));
+  EXPECT_EQ(at[9] - at[0], QPoint(9 * step, 9 * step));
+  EXPECT_EQ(at[10], at[0]);
+}
+
+TEST_F(FrameTest, ClosePromptAnswers) {
+  const QString prompt = "The file\n%1\nhas not been saved.\n\nDo you wish to save it before closing?";
+  // Cancel keeps the document and its image.
+  DocumentWindow* d = NewDocument(0, 12, 12);
+  PutDibPixel(LockDib(d->record()->Image), 1, 1, 0x123456);
+  answer = IDCANCEL;
+  d->close();
+  ASSERT_EQ(prompts.size(), 1u);
+  EXPECT_EQ(prompts[0].kind, PROMPT_YESNOCANCEL);
+  EXPECT_EQ(prompts[0].text, prompt.arg(QString::fromStdString(d->record()->FileName)));
+  EXPECT_EQ(frame->CountOpenDocuments(), 1);
+  EXPECT_EQ(GetDibPixel(LockDib(d->record()->Image), 1, 1), 0x123456u);
+
+  // Yes on a document without a file goes to Save as; cancelling that keeps it open.
+  answer = IDYES;
+  MainFrame::SetSavePathAnswerer([](const std::string&, std::string*) { return false; });
+  d->close();
+  EXPECT_EQ(frame->CountOpenDocuments(), 1);
+
+  // Yes with a name: the file is written and the document goes.
+  QTemporaryDir dir;
+  std::string target = dir.filePath("saved.bmp").toStdString();
+  MainFrame::SetSavePathAnswerer([&](const std::string&, std::string* path) {
+    *path = target;
+    return true;
+  });
+  d->close();
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_EQ(frame->CountOpenDocuments(), 0);
+  EXPECT_TRUE(std::filesystem::exists(target));
+  HDIB back = LoadImage(target.c_str());
+  ASSERT_TRUE(back);
+  EXPECT_EQ(GetDibPixel(LockDib(back), 1, 1), 0x123456u);
+
+  // No closes without writing; an unmodified document asks nothing.
+  DocumentWindow* e = NewDocument(0);
+  answer = IDNO;
+  prompts.clear();
+  e->close();
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_EQ(prompts.size(), 1u);
+  EXPECT_EQ(frame->CountOpenDocuments(), 0);
+  DocumentWindow* f = NewDocument(0);
+  f->record()->Modified = 0;
+  prompts.clear();
+  f->close();
+  EXPECT_TRUE(prompts.empty());
+}
+
+TEST_F(FrameTest, ExitWithShiftSavesSettingsAndKeepsWindows) {
+  std::filesystem::remove(ConfigFilePath());
+  NewDocument(0);
+  MainFrame::SetShiftOverride(1);
+  frame->Command(CM_EXIT);
+  EXPECT_TRUE(std::filesystem::exists(ConfigFilePath()));
+  EXPECT_TRUE(frame->isVisible());
+  EXPECT_EQ(frame->CountOpenDocuments(), 1);
+  EXPECT_TRUE(prompts.empty());
+}
+
+TEST_F(FrameTest, RefusedCloseKeepsFrameWithSettingsWritten) {
+  NewDocument(0);
+  std::filesystem::remove(ConfigFilePath());
+  answer = IDCANCEL;
+  MainFrame::SetShiftOverride(0);
+  frame->Command(CM_EXIT);
+  EXPECT_TRUE(std::filesystem::exists(ConfigFilePath()));
+  EXPECT_TRUE(frame->isVisible());
+  EXPECT_EQ(frame->CountOpenDocuments(), 1);
+}
+
+TEST_F(FrameTest, DroppedFilesOpenByExtension) {
+  QTemporaryDir dir;
+  HDIB img = CreateNewImage(NEWFILEPARAM{8, 8, 0, RGB(200, 100, 50)});
+  std::string a = dir.filePath("one.bmp").toStdString(), b = dir.filePath("two.PNG").toStdString();
+  ASSERT_TRUE(WriteImage(a.c_str(), img));
+  ASSERT_TRUE(WriteImage(b.c_str(), img));
+  std::string unknown = dir.filePath("notes.txt").toStdString();
+  QFile(QString::fromStdString(unknown)).open(QIODevice::WriteOnly);
+  frame->DropFiles({QString::fromStdString(a), QString::fromStdString(b), QString::fromStdString(unknown)});
+  EXPECT_EQ(frame->CountOpenDocuments(), 2);
+  EXPECT_TRUE(prompts.empty());
+  DocumentWindow* d = frame->ActiveDocument();
+  ASSERT_NE(d, nullptr);
+  EXPECT_EQ(d->record()->HasFile, 1);
+  EXPECT_EQ(d->record()->Modified, 0);
+  EXPECT_EQ(GetDibPixel(LockDib(d->record()->Image), 7, 7), RGB(200, 100, 50));
+  // Both paths joined the recent list, newest first, as items 180 and 181.
+  ASSERT_NE(frame->findChild<QAction*>("180"), nullptr);
+  EXPECT_EQ(frame->findChild<QAction*>("180")->text().toStdString(), b);
+  EXPECT_EQ(frame->findChild<QAction*>("181")->text().toStdString(), a);
+}
+
+TEST_F(FrameTest, FailedOpenSaysErrorReadingAndLeavesNothing) {
+  QTemporaryDir dir;
+  std::string broken = dir.filePath("broken.bmp").toStdString();
+  QFile f(QString::fromStdString(broken));
+  f.open(QIODevice::WriteOnly);
+  f.write("BM not really");
+  f.close();
+  frame->OpenFile(broken);
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  ASSERT_EQ(prompts.size(), 1u);
+  EXPECT_EQ(prompts[0].text, "Error reading file");
+  EXPECT_EQ(frame->CountOpenDocuments(), 0);
+}
+
+TEST_F(FrameTest, DuplicateCopiesTheImageAsAModifiedUntitledDocument) {
+  DocumentWindow* d = NewDocument(2, 9, 9);
+  PutDibPixel(LockDib(d->record()->Image), 2, 2, 77);
+  frame->Command(CM_DUPLICATE);
+  DocumentWindow* copy = frame->ActiveDocument();
+  ASSERT_NE(copy, d);
+  EXPECT_EQ(GetDibPixel(LockDib(copy->record()->Image), 2, 2), 77u);
+  EXPECT_NE(copy->record()->Image.get(), d->record()->Image.get());
+  EXPECT_EQ(copy->record()->Modified, 1);
+  EXPECT_EQ(copy->record()->ImageType, IMAGE_PALETTED);
+  EXPECT_NE(copy->record()->FileName.find("UntitledPicture"), std::string::npos);
+}
+
+TEST(FrameServices, StickyPlacementClamps) {
+  StickyWindowLeft = StickyWindowTop = StickyWindowRight = StickyWindowBottom = -1;
+  RECT r;
+  EXPECT_FALSE(SetStickyWindows(1280, 1024, &r));
+  GetStickyWindows(RECT{-50, -20, 2000, 900}, false, 1280, 1024);
+  EXPECT_EQ(StickyWindowLeft, 0);
+  EXPECT_EQ(StickyWindowTop, 0);
+  EXPECT_EQ(StickyWindowRight, 1280);
+  EXPECT_EQ(StickyWindowBottom, 900);
+  GetStickyWindows(RECT{1, 1, 2, 2}, true, 1280, 1024);  // zoomed: nothing stored
+  EXPECT_EQ(StickyWindowLeft, 0);
+  // Partly off screen: at most screen width - 620 to the right, at least 620 wide.
+  StickyWindowLeft = 1000;
+  StickyWindowTop = 900;
+  StickyWindowRight = 1100;
+  StickyWindowBottom = 950;
+  ASSERT_TRUE(SetStickyWindows(1280, 1024, &r));
+  EXPECT_EQ(r.left, 660);
+  EXPECT_EQ(r.top, 564);
+  EXPECT_EQ(r.right - r.left, 620);
+  EXPECT_EQ(r.bottom - r.top, 460);
+  StickyWindowLeft = StickyWindowTop = StickyWindowRight = StickyWindowBottom = -1;
+}
+
+TEST(FrameServices, TextHelpers) {
+  EXPECT_EQ(formatlong(0), "0");
+  EXPECT_EQ(formatlong(999), "999");
+  EXPECT_EQ(formatlong(1000), "1,000");
+  EXPECT_EQ(formatlong(16777216), "16,777,216");
+  EXPECT_EQ(formatlong(-1234567), "-1,234,567");
+  EXPECT_EQ(CleanFileName("\"/tmp/a b/c.bmp\""), "/tmp/a b/c.bmp");
+  EXPECT_EQ(CleanFileName(std::string(300, 'x')).size(), 260u);
+  EXPECT_EQ(SubtractPath("/a/b/c.png"), "c.png");
+  EXPECT_EQ(FolderOf("/a/b/c.png"), "/a/b/");
+}
+
+TEST(FrameServices, SaveGoesToSaveAsForUntitledNames) {
+  BLOCKSET r;
+  CreateNewFile(&r);
+  r.HasFile = 1;
+  r.FileName = "/x/untitledpicture7.png";
+  EXPECT_TRUE(NeedsSaveAs(&r));
+  r.FileName = "/x/photo.png";
+  EXPECT_FALSE(NeedsSaveAs(&r));
+  r.HasFile = 0;
+  EXPECT_TRUE(NeedsSaveAs(&r));
+}
+
+TEST(FrameServices, RecordColoursFollowTheImage) {
+  BLOCKSET r;
+  CreateNewFile(&r);
+  EXPECT_EQ(r.PaperColour, 0xFFFFFFu);
+  EXPECT_EQ(r.FillColour, 0x808080u);
+  EXPECT_EQ(r.PreviousTool, -1);
+  EXPECT_EQ(r.ImageType, IMAGE_NONE);
+  // A paletted image: white paint becomes the nearest entry's index.
+  r.Image = CreateNewImage(NEWFILEPARAM{4, 4, 2, 0});
+  r.PaintColour = RGB(250, 250, 250);
+  SetImageType(&r);
+  AdjustToolColours(&r);
+  EXPECT_EQ(r.PaintColour, 255u);
+  EXPECT_EQ(GetPaintColour(&r), RGB(255, 255, 255));
+  // A grey document: a texture fill falls back to solid, a gradient stays.
+  BLOCKSET g;
+  CreateNewFile(&g);
+  g.Image = CreateNewImage(NEWFILEPARAM{4, 4, 1, 0});
+  g.FillType = 2;
+  SetImageType(&g);
+  EXPECT_EQ(g.FillType, 0);
+  g.FillType = 1;
+  SetImageType(&g);
+  EXPECT_EQ(g.FillType, 1);
+  g.PaintColour = 77;
+  EXPECT_EQ(GetPaintColour(&g), RGB(77, 77, 77));
+  EXPECT_EQ(AdjustPixel(&g, 5), RGB(5, 5, 5));
+  // Mono whatever its two entries.
+  BLOCKSET m;
+  CreateNewFile(&m);
+  BYTE pal[768] = {9, 9, 9, 200, 10, 10};
+  m.Image = CreateDib(4, 4, pal, 1);
+  SetImageType(&m);
+  EXPECT_EQ(m.ImageType, IMAGE_MONO);
+}
+
+TEST(FrameStrings, EveryIdTheProgramUsesExists) {
+  for (int id = 0; id <= 15; ++id) EXPECT_TRUE(HasString(id)) << id;
+  for (int id : {120, 122, 224, 243, 247, 306, 307, 309, 322, 323, 332}) EXPECT_TRUE(HasString(id)) << id;
+  for (int id = 3900; id <= 3917; ++id) EXPECT_TRUE(HasString(id)) << id;
+  // Every button command that ButtonList can hold by default has its tip.
+  for (int id : {50, 51, 52, 53, 54, 55, 57, 58, 62}) EXPECT_TRUE(HasString(1651 + id)) << id;
+  EXPECT_STREQ(FetchString(6), "Memory error");
+  EXPECT_STREQ(FetchString(99999), "String table error - this application may be damaged");
+  EXPECT_STREQ(FetchString(224), "Ochrel\u2122");
+}
+
+}  // namespace
+}  // namespace ochrel
