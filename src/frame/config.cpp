@@ -363,6 +363,33 @@ bool ParseSpinRange(const char* text, int* lowest, int* highest, int* start) {
   return true;
 }
 
+int ClampSpinValue(const CONFIGITEM& item, int typed) {
+  int lo, hi, start;
+  if (!(item.flags & CI_SPIN) || !ParseSpinRange(item.spin, &lo, &hi, &start) || lo > hi) return typed;
+  return typed < lo ? lo : typed > hi ? hi : typed;
+}
+
+int ConfigChoiceCount(const CONFIGITEM& item) {
+  int n = 0;
+  if (item.choices)
+    while (item.choices[n].text) ++n;
+  return n;
+}
+
+int ConfigChoiceSelection(const CONFIGITEM& item) {
+  if (!item.number) return -1;
+  int n = ConfigChoiceCount(item);
+  if (!(item.flags & CI_LISTVALUE)) return (*item.number >= 0 && *item.number < n) ? *item.number : -1;
+  for (int i = 0; i < n; ++i)
+    if (item.choices[i].value == *item.number) return i;
+  return -1;
+}
+
+void SetConfigChoice(const CONFIGITEM& item, int selection) {
+  if (!item.number || selection < 0 || selection >= ConfigChoiceCount(item)) return;
+  *item.number = (item.flags & CI_LISTVALUE) ? item.choices[selection].value : selection;
+}
+
 std::string FormatConfigValue(const CONFIGITEM& item) {
   if (item.text) return std::string(item.text, strnlen(item.text, kMaxText));
   if (item.number) return std::to_string(static_cast<std::uint32_t>(*item.number));

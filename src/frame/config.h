@@ -74,6 +74,16 @@ const CONFIGITEM* MatchConfigKey(std::string_view key);
 // A spin row's range text "%d,%d,%d" split into its three numbers.
 bool ParseSpinRange(const char* text, int* lowest, int* highest, int* start);
 
+// Setup's view of a row. A spin row clamps what the user typed to its range
+// (the value itself when the row has none).
+int ClampSpinValue(const CONFIGITEM& item, int typed);
+// A list row: the number of records, the record to select for the current
+// setting (-1 if none fits) and the setting for a selected record, which is
+// the index, or the record's value with CI_LISTVALUE.
+int ConfigChoiceCount(const CONFIGITEM& item);
+int ConfigChoiceSelection(const CONFIGITEM& item);
+void SetConfigChoice(const CONFIGITEM& item, int selection);
+
 // The value as the file holds it: "%u" for numbers and on/off, the text as is.
 std::string FormatConfigValue(const CONFIGITEM& item);
 // Stores a value given as text the way the file reader does: numbers read

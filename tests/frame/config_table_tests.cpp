@@ -298,6 +298,40 @@ TEST(ConfigTable, SetupControlsFollowTheTable) {
   EXPECT_FALSE(ParseSpinRange(nullptr, &lo, &hi, &start));
 }
 
+TEST(ConfigTable, SetupBindingHelpers) {
+  RestoreDefaultSettings();
+  const CONFIGITEM& jpeg = *FindConfigItem("JPEGQualityFactor");
+  EXPECT_EQ(ClampSpinValue(jpeg, 0), 1);
+  EXPECT_EQ(ClampSpinValue(jpeg, -50), 1);
+  EXPECT_EQ(ClampSpinValue(jpeg, 101), 100);
+  EXPECT_EQ(ClampSpinValue(jpeg, 55), 55);
+  EXPECT_EQ(ClampSpinValue(*FindConfigItem("NudgeSize"), 33), 32);
+  EXPECT_EQ(ClampSpinValue(*FindConfigItem("LogoDelay"), 123456), 123456);  // no spin, no range
+
+  const CONFIGITEM& view = *FindConfigItem("DefaultViewMode");
+  EXPECT_EQ(ConfigChoiceCount(view), 11);
+  EXPECT_EQ(ConfigChoiceSelection(view), 5);
+  SetConfigChoice(view, 9);
+  EXPECT_EQ(DefaultViewMode, 9);
+  SetConfigChoice(view, 11);  // past the end: ignored
+  SetConfigChoice(view, -1);
+  EXPECT_EQ(DefaultViewMode, 9);
+  DefaultViewMode = 40;
+  EXPECT_EQ(ConfigChoiceSelection(view), -1);
+  EXPECT_EQ(ConfigChoiceCount(jpeg), 0);
+
+  // A list whose setting is the record's value rather than its place.
+  static const CONFIGCHOICE kinds[] = {{"Fast", 101}, {"Fine", 7}, {"Best", -3}, {nullptr, 0}};
+  int setting = 7;
+  const CONFIGITEM byValue{"Kind", &setting, nullptr, CI_NUMBER | CI_LIST | CI_LISTVALUE, 900, kinds, nullptr, nullptr};
+  EXPECT_EQ(ConfigChoiceSelection(byValue), 1);
+  SetConfigChoice(byValue, 2);
+  EXPECT_EQ(setting, -3);
+  setting = 2;  // an index is no value here
+  EXPECT_EQ(ConfigChoiceSelection(byValue), -1);
+  RestoreDefaultSettings();
+}
+
 TEST(ConfigTable, ConstantsWithoutRows) {
   EXPECT_EQ(FileMenuRange, 10u);
   EXPECT_STREQ(ControlFontName, "Arial");
