@@ -462,3 +462,27 @@ TEST(FrameStrings, EveryIdTheProgramUsesExists) {
 
 }  // namespace
 }  // namespace ochrel
+
+namespace ochrel {
+namespace {
+
+// A person's-eye look: with OCHREL_SCREENSHOT_DIR set, the frame with two new
+// documents is saved as a picture. The test itself checks that the grab shows
+// the documents' pixels.
+TEST_F(FrameTest, GrabOfTwoDocuments) {
+  frame->resize(1024, 700);
+  DocumentWindow* a = NewDocument(0, 300, 200);
+  InsetSolidRectangle(a->record()->Image, RGB(30, 120, 200), RECT{20, 20, 150, 120});
+  a->view()->update();
+  DocumentWindow* b = NewDocument(1, 260, 180);
+  InsetSolidRectangle(b->record()->Image, 200, RECT{0, 0, 260, 90});
+  b->view()->update();
+  QImage shot = frame->grab().toImage();
+  ASSERT_FALSE(shot.isNull());
+  QPoint inB = b->view()->mapTo(frame.get(), QPoint(10, 10));
+  EXPECT_EQ(QColor(shot.pixel(inB)), QColor(200, 200, 200));
+  if (const char* dir = std::getenv("OCHREL_SCREENSHOT_DIR")) shot.save(QString(dir) + "/frame_two_documents.png");
+}
+
+}  // namespace
+}  // namespace ochrel
