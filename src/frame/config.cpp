@@ -248,6 +248,14 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
+// Only a regular file is read: a device or a pipe put in the file's place
+// would never end or never start.
+std::FILE* OpenForReading(const fs::path& file) {
+  std::error_code ec;
+  if (file.empty() || !fs::is_regular_file(file, ec)) return nullptr;
+  return std::fopen(file.c_str(), "r");
+}
+
 // Splits one piece of a line into key and value by the reader's rules.
 // False for comments and lines without a key.
 bool SplitLine(const char* line, std::string_view* key, std::string_view* value) {
@@ -270,8 +278,7 @@ bool SplitLine(const char* line, std::string_view* key, std::string_view* value)
 // Calls f(key, value) for every line of the file that has a key.
 template <typename F>
 void ForEachLine(const fs::path& file, F&& f) {
-  if (file.empty()) return;
-  File in(std::fopen(file.c_str(), "r"));
+  File in(OpenForReading(file));
   if (!in) return;
   char line[kLineBuffer];
   while (std::fgets(line, sizeof line, in.get())) {
@@ -469,8 +476,7 @@ void LoadMenuConfig() { LoadMenuConfigFile(ConfigFilePath(), RecentPathList()); 
 bool SaveConfig() { return SaveConfigFile(ConfigFilePath(), RecentPathList()); }
 
 int ReadProfileInt(const fs::path& file, std::string_view section, std::string_view key, int fallback) {
-  if (file.empty()) return fallback;
-  File in(std::fopen(file.c_str(), "r"));
+  File in(OpenForReading(file));
   if (!in) return fallback;
   char line[kLineBuffer];
   bool inSection = false;

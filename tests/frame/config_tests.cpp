@@ -437,6 +437,13 @@ TEST_F(ConfigFile, MissingOrHostileFileLeavesTheDefaults) {
   LoadConfigFile(dir_ / "none" / "OCHREL.INI");
   LoadConfigFile(fs::path());
   LoadConfigFile(dir_);  // a folder, not a file
+  LoadConfigFile("/dev/zero");  // endless: must not hang
+  ASSERT_EQ(mkfifo((dir_ / "fifo").c_str(), 0600), 0);
+  LoadConfigFile(dir_ / "fifo");  // nobody writes: must not block
+  EXPECT_EQ(ReadProfileInt(dir_ / "fifo", "Varnwick Studio Paint", "ShowStartupWindow", 4), 4);
+  RecentPaths recent;
+  LoadMenuConfigFile("/dev/zero", recent);
+  EXPECT_TRUE(recent.Items().empty());
   EXPECT_EQ(AllValues(), defaults);
 
   // Random bytes without any key of the table: nothing changes, nothing breaks.
