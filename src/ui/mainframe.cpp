@@ -26,6 +26,7 @@
 
 #include "files/imagefile.h"
 #include "frame/blockset.h"
+#include "image/convert.h"
 #include "frame/commands.h"
 #include "frame/config.h"
 #include "frame/menustate.h"
@@ -575,8 +576,24 @@ void MainFrame::DoDuplicate() {
 }
 
 void MainFrame::DoConvert(int id) {
-  // The depth conversions arrive with the conversion dialogs.
-  (void)id;
+  DocumentWindow* source = ActiveDocument();
+  if (!source || !source->record()->Image) return;
+  // The converted image comes first; the source is left as it is.
+  HDIB converted;
+  QApplication::setOverrideCursor(Qt::WaitCursor);
+  if (id == CM_TOTRUECOLOUR) converted = ConvertToTrueColour(source->record()->Image);
+  else if (id == CM_TOGREY) converted = ConvertToGrey(source->record()->Image);
+  QApplication::restoreOverrideCursor();
+  if (id == CM_TOPALETTE || id == CM_TOMONO) return;  // these ask first, in their own dialogs
+  if (!converted) {
+    DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+    return;
+  }
+  DocumentWindow* w = CreateNewTask(OpenPath);
+  BLOCKSET* r = w->record();
+  DoNew(r);
+  r->Image = std::move(converted);
+  FinishNewDocument(w);
 }
 
 bool MainFrame::WriteDocument(QWidget*, const std::string& path) {

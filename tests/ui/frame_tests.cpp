@@ -486,3 +486,28 @@ TEST_F(FrameTest, GrabOfTwoDocuments) {
 
 }  // namespace
 }  // namespace ochrel
+
+namespace ochrel {
+namespace {
+
+TEST_F(FrameTest, ConvertToGreyAndTrueColourOpenNewDocuments) {
+  DocumentWindow* src = NewDocument(0, 6, 4);
+  PutDibPixel(LockDib(src->record()->Image), 1, 1, RGB(0, 255, 0));
+  frame->Command(CM_TOGREY);
+  DocumentWindow* grey = frame->ActiveDocument();
+  ASSERT_NE(grey, src);
+  EXPECT_EQ(grey->record()->ImageType, IMAGE_GREY);
+  EXPECT_EQ(grey->record()->Modified, 1);
+  EXPECT_EQ(grey->record()->HasFile, 0);
+  EXPECT_EQ(GetDibPixel(LockDib(grey->record()->Image), 1, 1), 150u);  // grey of pure green
+  EXPECT_EQ(GetDibPixel(LockDib(src->record()->Image), 1, 1), RGB(0, 255, 0));
+  EXPECT_FALSE(Enabled(CM_TOGREY));
+  frame->Command(CM_TOTRUECOLOUR);
+  DocumentWindow* back = frame->ActiveDocument();
+  EXPECT_EQ(back->record()->ImageType, IMAGE_TRUECOLOUR);
+  EXPECT_EQ(GetDibPixel(LockDib(back->record()->Image), 1, 1), RGB(150, 150, 150));
+  EXPECT_EQ(frame->CountOpenDocuments(), 3);
+}
+
+}  // namespace
+}  // namespace ochrel
