@@ -10,14 +10,15 @@
 namespace ochrel::cli {
 namespace {
 
-int RunConfig(const Args& argsIn);
+int RunConfig(const Args& args);
 
-OCHREL_CLI_COMMAND("config", "write FILE | get NAME",
-                   "write the settings file as the program would, or print one setting", RunConfig);
+constexpr const char* kUsage = "write FILE | get NAME";
+constexpr const char* kSummary = "write the settings file as the program would, or print one setting";
+
+OCHREL_CLI_COMMAND("config", kUsage, kSummary, RunConfig);
 
 const Command& Self() {
-  static const Command c{"config", "write FILE | get NAME",
-                         "write the settings file as the program would, or print one setting", RunConfig};
+  static const Command c{"config", kUsage, kSummary, RunConfig};
   return c;
 }
 
