@@ -1,0 +1,179 @@
+// ochrel-cli filter and filters, run as a program on real files.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "files/imagefile.h"
+#include "filters/filterparam.h"
+#include "image/crand.h"
+#include "test_images.h"
+
+namespace ochrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Scratch {
+  fs::path path;
+  Scratch() {
+    std::string t = (fs::temp_directory_path() / "ochrel-cli-filter-XXXXXX").string();
+    path = mkdtemp(t.data());
+  }
+  ~Scratch() {
+    std::error_code ec;
+    fs::remove_all(path, ec);
+  }
+  std::string operator/(const std::string& n) const { return (path / n).string(); }
+};
+
+struct CliRun {
+  int status;
+  std::string out, err;
+};
+
+std::string Slurp(const std::string& p) {
+  std::ifstream f(p);
+  std::stringstream s;
+  s << f.rdbuf();
+  return s.str();
+}
+
+CliRun Cli(const Scratch& dir, const std::string& args) {
+  std::string out = dir / "stdout.txt", err = dir / "stderr.txt";
+  std::string cmd = std::string("'") + OCHREL_CLI + "' " + args + " >'" + out + "' 2>'" + err + "'";
+  int raw = std::system(cmd.c_str());
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(out), Slurp(err)};
+}
+
+std::string Q(const std::string& s) { return "'" + s + "'"; }
+
+bool SamePixels(const HDIB& a, const HDIB& b) {
+  const BITMAPINFOHEADER *ha = LockDib(a), *hb = LockDib(b);
+  if (!ha || !hb || ha->biWidth != hb->biWidth || ha->biHeight != hb->biHeight || ha->biBitCount != hb->biBitCount)
+    return false;
+  for (int y = 0; y < ha->biHeight; ++y)
+    for (int x = 0; x < ha->biWidth; ++x)
+      if (GetDibPixel(ha, x, y) != GetDibPixel(hb, x, y)) return false;
+  return true;
+}
+
+TEST(CliFilter, ResultsEqualTheEngineAtDefaultsAndWithSettings) {
+  Scratch dir;
+  HDIB src = test::RandomDib(41, 29, 24, 17);
+  ASSERT_EQ(WriteImage((dir / "in.bmp").c_str(), src), 1);
+  HDIB in = LoadImage((dir / "in.bmp").c_str());
+  struct Case {
+    const char* name;
+    const char* sets;
+    int (*adjust)(FILTERPARAM*);
+  } cases[] = {
+      {"Gaussian Blur", "", nullptr},
+      {"Gaussian Blur", "--set FilterGaussianRadius=200 --set FilterGaussianSigma=30",
+       [](FILTERPARAM* p) { return p->FilterGaussianRadius = 200, p->FilterGaussianSigma = 30; }},
+      {"Rotate", "--set FilterRotateAngle=17", [](FILTERPARAM* p) { return p->FilterRotateAngle = 17; }},
+      {"Resize", "--set ResizeHorizontal=173", [](FILTERPARAM* p) { return p->ResizeHorizontal = 173; }},
+      {"Vignette", "--set FilterVignetteLevel=40", [](FILTERPARAM* p) { return p->FilterVignetteLevel = 40; }},
+      {"Contrast and Brightness", "", nullptr},
+  };
+  for (const Case& c : cases) {
+    CliRun r = Cli(dir, std::string("filter ") + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " --filter " +
+                            Q(c.name) + " " + c.sets + " --paper 10,20,30");
+    ASSERT_EQ(r.status, 0) << c.name << ": " << r.err;
+    FILTERPARAM p;
+    RestoreFilterDefaults(&p);
+    p.ImageType = GetImageType(in);
+    p.PaperColour = RGB(10, 20, 30);
+    if (c.adjust) c.adjust(&p);
+    HDIB expect = filtertype[FindFilterType(c.name)].function(in, &p);
+    EXPECT_TRUE(SamePixels(LoadImage((dir / "out.bmp").c_str()), expect)) << c.name << " " << c.sets;
+  }
+}
+
+TEST(CliFilter, SeedMakesNoiseReproducible) {
+  Scratch dir;
+  ASSERT_EQ(WriteImage((dir / "in.png").c_str(), test::RandomDib(30, 20, 24, 3)), 1);
+  std::string base = "filter " + Q(dir / "in.png") + " ";
+  ASSERT_EQ(Cli(dir, base + Q(dir / "a.bmp") + " --filter 'Add Noise' --seed 42").status, 0);
+  ASSERT_EQ(Cli(dir, base + Q(dir / "b.bmp") + " --filter 'Add Noise' --seed 42").status, 0);
+  ASSERT_EQ(Cli(dir, base + Q(dir / "c.bmp") + " --filter 'Add Noise' --seed 43").status, 0);
+  HDIB a = LoadImage((dir / "a.bmp").c_str()), b = LoadImage((dir / "b.bmp").c_str()),
+       c = LoadImage((dir / "c.bmp").c_str());
+  EXPECT_TRUE(SamePixels(a, b));
+  EXPECT_FALSE(SamePixels(a, c));
+  HDIB in = LoadImage((dir / "in.png").c_str());
+  FILTERPARAM p;
+  RestoreFilterDefaults(&p);
+  srand(42);
+  EXPECT_TRUE(SamePixels(a, FilterAddNoise(in, &p)));
+}
+
+TEST(CliFilter, PaletteAndDepthAreKept) {
+  Scratch dir;
+  HDIB pal = test::RandomDib(20, 10, 8, 5, 8);
+  ASSERT_EQ(WriteImage((dir / "pal.bmp").c_str(), pal), 1);
+  CliRun r = Cli(dir, "filter " + Q(dir / "pal.bmp") + " " + Q(dir / "out.bmp") + " --filter 'Invert Colours'");
+  ASSERT_EQ(r.status, 0) << r.err;
+  HDIB out = LoadImage((dir / "out.bmp").c_str());
+  ASSERT_TRUE(out);
+  EXPECT_EQ(LockDib(out)->biBitCount, 8);
+  BYTE a[768], b[768];
+  GetDibPalette(LockDib(pal), a);
+  GetDibPalette(LockDib(out), b);
+  for (int i = 0; i < 768; ++i) ASSERT_EQ(b[i], a[i] ^ 255) << i;
+}
+
+TEST(CliFilter, BadInputGetsAClearMessage) {
+  Scratch dir;
+  ASSERT_EQ(WriteImage((dir / "mono.bmp").c_str(), test::RandomDib(8, 8, 1, 1, 0)), 1);
+  ASSERT_EQ(WriteImage((dir / "in.bmp").c_str(), test::RandomDib(8, 8, 24, 1)), 1);
+  std::string in = Q(dir / "in.bmp"), out = Q(dir / "out.bmp");
+  struct {
+    std::string args;
+    int status;
+    const char* text;
+  } cases[] = {
+      {"filter " + Q(dir / "mono.bmp") + " " + out + " --filter 'Gaussian Blur'", 1, "mono"},
+      {"filter " + in + " " + out + " --filter Blur", 1, "no filter named 'Blur'"},
+      {"filter " + in + " " + out + " --filter Emboss --set FilterEmbossWidth=16", 1, "3 to 15"},
+      {"filter " + in + " " + out + " --filter Emboss --set FilterEmbossWidth=x", 1, "3 to 15"},
+      {"filter " + in + " " + out + " --filter Emboss --set Nothing=3", 1, "no filter setting"},
+      {"filter " + in + " " + out + " --filter Emboss --set FilterEmbossWidth", 1, "Field=value"},
+      {"filter " + in + " " + out + " --filter Swirl --paper 1,2", 1, "--paper"},
+      {"filter " + in + " " + out + " --filter Swirl --paper 1,2,256", 1, "--paper"},
+      {"filter " + in + " " + out + " --filter Swirl --seed -1", 1, "--seed"},
+      {"filter " + in + " " + out, 2, ""},
+      {"filter " + in + " --filter Swirl", 2, ""},
+      {"filter " + Q(dir / "missing.bmp") + " " + out + " --filter Swirl", 1, "missing.bmp"},
+      {"filter " + in + " " + Q(dir / "out.xyz") + " --filter Swirl", 1, "out.xyz"},
+      {"filter " + in + " " + out + " --filter Resize --set ResizeHorizontal=5", 1, "Memory error"},
+  };
+  for (const auto& c : cases) {
+    CliRun r = Cli(dir, c.args);
+    EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
+    if (c.status == 1) {
+      EXPECT_EQ(r.err.rfind("ochrel-cli: ", 0), 0u) << r.err;
+      EXPECT_NE(r.err.find(c.text), std::string::npos) << r.err;
+      EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    }
+  }
+  EXPECT_FALSE(fs::exists(dir / "out.bmp"));
+}
+
+TEST(CliFilters, ListsEveryFilterAndSetting) {
+  Scratch dir;
+  CliRun r = Cli(dir, "filters");
+  ASSERT_EQ(r.status, 0);
+  for (int i = 0; i < FILTER_COUNT; ++i) EXPECT_NE(r.out.find(filtertype[i].name), std::string::npos);
+  EXPECT_NE(r.out.find("FilterGaussianRadius       10 to 990, default 40  (tenths: 1.0 to 99.0, default 4.0)"),
+            std::string::npos);
+  EXPECT_NE(r.out.find("ResizeHorizontal           5 to 5000, default 100"), std::string::npos);
+  EXPECT_NE(r.out.find("FilterSwirlDegrees         -1440 to 1440, default 45"), std::string::npos);
+  EXPECT_EQ(Cli(dir, "filters extra").status, 2);
+}
+
+}  // namespace
+}  // namespace ochrel
