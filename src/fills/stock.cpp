@@ -171,24 +171,29 @@ HDIB Waves() {
 }
 
 HDIB Hexagons() {
-  const double s = 12;  // side
-  const double w = std::sqrt(3.0) * s;
-  // Tile of 2 columns by 1 row of the offset lattice: w*2 by 3*s, rounded.
+  const double side = 12;
+  const double w = std::sqrt(3.0) * side;
+  // Two hexagons across and two rows down repeat; x is scaled a little so the
+  // period is a whole number of pixels.
   return Render(42, 36, [=](double x, double y) {
-    const double sx = x * (2 * w) / 42, sy = y * (3 * s) / 36;
-    double best = 1e9;
+    const double sx = x * (2 * w) / 42, sy = y;
+    double d1 = 1e9, d2 = 1e9;
     int which = 0;
-    for (int j = -1; j <= 2; ++j)
+    for (int j = -1; j <= 3; ++j)
       for (int i = -1; i <= 3; ++i) {
-        const double cx = i * w + ((j % 2 != 0) ? w / 2 : 0), cy = j * 1.5 * s;
+        const double cx = i * w + ((j & 1) ? w / 2 : 0), cy = j * 1.5 * side;
         const double d = std::hypot(sx - cx, sy - cy);
-        if (d < best) {
-          best = d;
-          which = ((i % 2) + 2 + j) % 3;
+        if (d < d1) {
+          d2 = d1;
+          d1 = d;
+          which = ((i % 2 + 2) % 2) + 2 * ((j % 2 + 2) % 2);
+        } else if (d < d2) {
+          d2 = d;
         }
       }
-    const Rgb colours[3] = {Hex(0xF2C14E), Hex(0xF78154), Hex(0x5FAD56)};
-    return Mix(colours[which], Hex(0x4D5061), Smooth(s * 0.78, s * 0.88, best));
+    const Rgb colours[4] = {Hex(0xF2C14E), Hex(0xF78154), Hex(0x5FAD56), Hex(0x4D9DE0)};
+    const Rgb face = Shade(colours[which], 0.85 + 0.15 * (1 - d1 / side));
+    return Mix(Hex(0x3D3F4E), face, Smooth(0.8, 2.2, d2 - d1));
   });
 }
 
@@ -313,8 +318,9 @@ TextureList StockTextures() {
     t.MatrixSize = 256;
     t.SeedValue1 = 4242;
     t.SeedValue2 = 777;
-    t.Power1 = 1.0f;
-    t.Power2 = 1.25f;
+    t.Power1 = 0.5f;
+    t.Power2 = 0.6f;
+    t.Dimension1 = 2.0f;
   });
   make("Marble", 1, [](TEXTURE& t) {
     t.BackColour = RGB(232, 226, 214);
@@ -323,10 +329,10 @@ TextureList StockTextures() {
     t.MatrixSize = 512;
     t.SeedValue1 = 31;
     t.SeedValue2 = 32;
-    t.Dimension1 = 2.6f;
-    t.Dimension2 = 2.8f;
-    t.Power1 = 1.3f;
-    t.Power2 = 1.5f;
+    t.Dimension1 = 2.4f;
+    t.Dimension2 = 2.7f;
+    t.Power1 = 0.45f;
+    t.Power2 = 0.6f;
   });
   make("Moss", 2, [](TEXTURE& t) {
     t.BackColour = RGB(40, 58, 24);
