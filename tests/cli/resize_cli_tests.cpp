@@ -1,0 +1,173 @@
+// ochrel-cli resize and the colour-depth options of convert, run as a program
+// on real files; results must equal the engine's, byte for byte.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <functional>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "files/imagefile.h"
+#include "frame/config.h"
+#include "frame/recentpaths.h"
+#include "image/convert.h"
+#include "image/resample.h"
+#include "image/settings.h"
+#include "test_images.h"
+
+namespace ochrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Dir {
+  fs::path path;
+  Dir() {
+    std::string t = (fs::temp_directory_path() / "ochrel-cli-img-XXXXXX").string();
+    path = mkdtemp(t.data());
+    fs::create_directories(path / "config");
+  }
+  ~Dir() {
+    std::error_code ec;
+    fs::remove_all(path, ec);
+  }
+  std::string operator/(const std::string& n) const { return (path / n).string(); }
+};
+
+struct CliRunResult {
+  int status;
+  std::string err;
+};
+
+CliRunResult Cli(const Dir& dir, const std::string& args) {
+  std::string err = dir / "stderr.txt";
+  std::string cmd = "OCHREL_CONFIG_DIR='" + (dir / "config") + "' '" + OCHREL_CLI + "' " + args + " >/dev/null 2>'" + err + "'";
+  int raw = std::system(cmd.c_str());
+  std::ifstream f(err);
+  std::stringstream s;
+  s << f.rdbuf();
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, s.str()};
+}
+
+std::string Q(const std::string& s) { return "'" + s + "'"; }
+
+// Writes src as BMP and returns what reading it back gives (the input the
+// program will see).
+HDIB Store(const HDIB& src, const std::string& path) {
+  EXPECT_EQ(WriteImage(path.c_str(), src), 1);
+  return LoadImage(path.c_str());
+}
+
+TEST(CliResize, EqualsResizeDibForEveryKind) {
+  Dir dir;
+  struct Case {
+    int bits, palette, percentage;
+  } cases[] = {{24, 8, 173}, {24, 8, 50}, {8, 10, 233}, {8, 8, 67}, {4, 3, 150}, {1, 0, 41}};
+  for (const Case& c : cases) {
+    HDIB in = Store(test::RandomDib(37, 23, c.bits, 9u + c.bits, c.palette), dir / "in.bmp");
+    ASSERT_TRUE(in);
+    CliRunResult r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " " + std::to_string(c.percentage));
+    ASSERT_EQ(r.status, 0) << r.err;
+    HDIB out = LoadImage((dir / "out.bmp").c_str());
+    EXPECT_TRUE(test::SameBlock(out, ResizeDib(in, c.percentage))) << c.bits << " " << c.percentage;
+  }
+}
+
+TEST(CliResize, BadArgumentsAreRefusedWithAMessage) {
+  Dir dir;
+  Store(test::RandomDib(10, 10, 24, 1), dir / "in.bmp");
+  CliRunResult r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " 5");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("leaves no pixels"), std::string::npos) << r.err;
+  r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " 0");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("PERCENT"), std::string::npos) << r.err;
+  r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " 12x");
+  EXPECT_EQ(r.status, 1);
+  r = Cli(dir, "resize " + Q(dir / "missing.bmp") + " " + Q(dir / "out.bmp") + " 50");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(Cli(dir, "resize " + Q(dir / "in.bmp") + " 50").status, 2);
+  // Far too large: a clear failure, not a crash.
+  r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " 2000000000");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("Memory error"), std::string::npos) << r.err;
+  EXPECT_FALSE(fs::exists(dir / "out.bmp"));
+}
+
+TEST(CliConvertTo, EachTargetEqualsTheEngine) {
+  Dir dir;
+  HDIB in = Store(test::RandomDib(45, 29, 24, 77), dir / "in.bmp");
+  struct Case {
+    std::string to;
+    std::function<HDIB(const HDIB&)> engine;
+  } cases[] = {
+      {"true", [](const HDIB& i) { return ConvertToTrueColour(i); }},
+      {"grey", [](const HDIB& i) { return ConvertToGrey(i); }},
+      {"paletted:101", [](const HDIB& i) { return ConvertToPaletteStrategy(i, 101); }},
+      {"paletted:102", [](const HDIB& i) { return ConvertToPaletteStrategy(i, 102); }},
+      {"paletted:107", [](const HDIB& i) { return ConvertToPaletteStrategy(i, 107); }},
+      {"paletted:108", [](const HDIB& i) { return ConvertToPaletteStrategy(i, 108); }},
+      {"paletted:109", [](const HDIB& i) { return ConvertToPaletteStrategy(i, 109); }},
+      {"mono:102", [](const HDIB& i) { return ConvertToMonoStrategy(i, 102); }},
+      {"mono:103", [](const HDIB& i) { return ConvertToMonoStrategy(i, 103); }},
+  };
+  for (const Case& c : cases) {
+    CliRunResult r = Cli(dir, "convert " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " --to " + c.to);
+    ASSERT_EQ(r.status, 0) << c.to << ": " << r.err;
+    EXPECT_TRUE(test::SameBlock(LoadImage((dir / "out.bmp").c_str()), c.engine(in))) << c.to;
+  }
+}
+
+TEST(CliConvertTo, BrightnessAndContrastFromTheCommandOrTheStoredSettings) {
+  Dir dir;
+  HDIB in = Store(test::RandomDib(40, 30, 24, 5), dir / "in.bmp");
+  auto engine = [&](int b, int c) {
+    int sb = DitherBrightness, sc = DitherContrast;
+    DitherBrightness = b, DitherContrast = c;
+    HDIB r = ConvertToMonoStrategy(in, 101);
+    DitherBrightness = sb, DitherContrast = sc;
+    return r;
+  };
+  auto run = [&](const std::string& extra) {
+    CliRunResult r = Cli(dir, "convert " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " --to mono:101" + extra);
+    EXPECT_EQ(r.status, 0) << r.err;
+    return LoadImage((dir / "out.bmp").c_str());
+  };
+  ASSERT_FALSE(test::SameBlock(engine(1, 25), engine(25, 25)));
+  EXPECT_TRUE(test::SameBlock(run(" --brightness 1 --contrast 25"), engine(1, 25)));
+  EXPECT_TRUE(test::SameBlock(run(" --brightness 90 --contrast 3"), engine(90, 3)));
+  // No settings file: the defaults, 25 and 25.
+  EXPECT_TRUE(test::SameBlock(run(""), engine(25, 25)));
+  // A stored setting counts where the command gives none.
+  int sb = DitherBrightness, sc = DitherContrast;
+  DitherBrightness = 60, DitherContrast = 40;
+  ASSERT_TRUE(SaveConfigFile(dir.path / "config" / "OCHREL.INI", RecentPaths()));
+  DitherBrightness = sb, DitherContrast = sc;
+  EXPECT_TRUE(test::SameBlock(run(""), engine(60, 40)));
+  EXPECT_TRUE(test::SameBlock(run(" --contrast 10"), engine(60, 10)));
+}
+
+TEST(CliConvertTo, BadValuesAndMonoSources) {
+  Dir dir;
+  Store(test::RandomDib(12, 12, 24, 5), dir / "in.bmp");
+  Store(test::RandomDib(12, 12, 1, 5), dir / "mono.bmp");
+  auto run = [&](const std::string& in, const std::string& opts) {
+    return Cli(dir, "convert " + Q(dir / in) + " " + Q(dir / "out.bmp") + " " + opts);
+  };
+  for (const char* bad : {"--to paletted:100", "--to paletted:110", "--to mono:104", "--to sepia", "--to mono:101 --brightness 0",
+                          "--to mono:101 --contrast 129", "--brightness 5", "--to"}) {
+    CliRunResult r = run("in.bmp", bad);
+    EXPECT_NE(r.status, 0) << bad;
+    EXPECT_NE(r.err.find("ochrel-cli"), std::string::npos) << bad;
+  }
+  CliRunResult r = run("mono.bmp", "--to paletted:105");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("can't be dithered"), std::string::npos) << r.err;
+  EXPECT_EQ(run("mono.bmp", "--to paletted:103").status, 0);
+  EXPECT_FALSE(fs::exists(dir / "never.bmp"));
+}
+
+}  // namespace
+}  // namespace ochrel
