@@ -1,59 +1,178 @@
 #include "ui/documentwindow.h"
 
+#include <QAction>
 #include <QCloseEvent>
+#include <QComboBox>
+#include <QGridLayout>
 #include <QMdiArea>
+#include <QMenu>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStyle>
 
+#include "frame/attributes.h"
 #include "frame/commands.h"
 #include "frame/services.h"
-#include "ui/icons.h"
 #include "frame/strings.h"
-#include "render/screen.h"
+#include "image/settings.h"
+#include "ui/attributesdialog.h"
+#include "ui/griddialog.h"
+#include "ui/icons.h"
 #include "ui/mainframe.h"
 #include "ui/messages.h"
 
 namespace ochrel {
 
-DocumentView::DocumentView(BLOCKSET* record, QWidget* parent) : QWidget(parent), record_(record) {
+// ---- View ---------------------------------------------------------------------------
+
+DocumentView::DocumentView(BLOCKSET* record, QScrollBar* h, QScrollBar* v, QWidget* parent)
+    : QWidget(parent), record_(record), hbar_(h), vbar_(v) {
   setMouseTracking(true);
   setAttribute(Qt::WA_OpaquePaintEvent);
+  setMinimumSize(1, 1);
+  for (QScrollBar* bar : {hbar_, vbar_}) {
+    bar->setSingleStep(1);
+    connect(bar, &QScrollBar::valueChanged, this, [this] {
+      if (settingBars_) return;
+      scrollX_ = hbar_->value();
+      scrollY_ = vbar_->value();
+      InvalidateAll();
+    });
+  }
 }
 
-QSize DocumentView::sizeHint() const {
+ViewRender DocumentView::RenderParams() const {
+  ViewRender v;
+  v.percent = ViewPercent(record_->ViewMode);
+  v.scrollX = scrollX_;
+  v.scrollY = scrollY_;
+  v.grid = v.percent >= 100 && record_->GridShow && record_->GridActive && record_->GridHorizontal > 0 &&
+           record_->GridVertical > 0;
+  v.gridHorizontal = std::max(1, record_->GridHorizontal);
+  v.gridVertical = std::max(1, record_->GridVertical);
+  v.background = palette().color(QPalette::Button).rgb();
+  return v;
+}
+
+void DocumentView::SetScrollBars(int x, int y) {
   const BITMAPINFOHEADER* h = LockDib(record_->Image);
-  return h ? QSize(h->biWidth, h->biHeight) : QSize(128, 128);
+  settingBars_ = true;
+  if (!h) {
+    hbar_->setRange(0, 0);
+    vbar_->setRange(0, 0);
+    scrollX_ = scrollY_ = 0;
+  } else {
+    int hmax = ScrollRange(record_, h->biWidth, width());
+    int vmax = ScrollRange(record_, h->biHeight, height());
+    // Nothing to scroll: the bar stays, disabled.
+    hbar_->setRange(0, std::max(0, hmax));
+    vbar_->setRange(0, std::max(0, vmax));
+    hbar_->setEnabled(hmax > 0);
+    vbar_->setEnabled(vmax > 0);
+    hbar_->setPageStep(std::max(1, ScrollPage(hmax)));
+    vbar_->setPageStep(std::max(1, ScrollPage(vmax)));
+    hbar_->setValue(std::max(0, x));
+    vbar_->setValue(std::max(0, y));
+    scrollX_ = hbar_->value();
+    scrollY_ = vbar_->value();
+  }
+  settingBars_ = false;
+  InvalidateAll();
+}
+
+void DocumentView::InvalidateAll() {
+  canvasValid_ = false;
+  update();
+}
+
+void DocumentView::InvalidateImageRect(RECT r) {
+  NormalizeRect(&r);
+  const int pc = ViewPercent(record_->ViewMode);
+  // The view pixels whose image pixel lies in r: round outward by one pixel.
+  int x0 = ZoomPercent(pc, r.left - scrollX_) - 1, y0 = ZoomPercent(pc, r.top - scrollY_) - 1;
+  int x1 = ZoomPercent(pc, r.right - scrollX_) + 2, y1 = ZoomPercent(pc, r.bottom - scrollY_) + 2;
+  QRect vr = QRect(QPoint(x0, y0), QPoint(x1, y1)) & rect();
+  if (vr.isEmpty()) return;
+  if (canvasValid_) RenderInto(vr);
+  update(vr);
+}
+
+void DocumentView::RenderInto(const QRect& vr) {
+  const BITMAPINFOHEADER* h = LockDib(record_->Image);
+  auto* base = reinterpret_cast<std::uint32_t*>(canvas_.bits());
+  std::size_t stride = static_cast<std::size_t>(canvas_.bytesPerLine());
+  std::uint32_t* at = reinterpret_cast<std::uint32_t*>(reinterpret_cast<BYTE*>(base) + stride * vr.y()) + vr.x();
+  RenderView(h, RenderParams(), vr.x(), vr.y(), vr.width(), vr.height(), at, stride);
+}
+
+POINT DocumentView::ImagePoint(QPoint p) const {
+  const int pc = ViewPercent(record_->ViewMode);
+  return POINT{UnZoomPercent(pc, p.x()) + scrollX_, UnZoomPercent(pc, p.y()) + scrollY_};
 }
 
 void DocumentView::paintEvent(QPaintEvent* event) {
+  if (canvas_.size() != size()) {
+    canvas_ = QImage(size(), QImage::Format_RGB32);
+    canvasValid_ = false;
+  }
+  if (!canvasValid_) {
+    RenderInto(rect());
+    canvasValid_ = true;
+  }
   QPainter p(this);
-  const QColor face = palette().color(QPalette::Button);
-  const BITMAPINFOHEADER* h = LockDib(record_->Image);
-  QRect imageRect = h ? QRect(0, 0, h->biWidth, h->biHeight) : QRect();
-  QRect dirty = event->rect();
-  QRect part = dirty & imageRect;
-  if (!part.isEmpty()) p.drawImage(part.topLeft(), DibToQImage(h, part.x(), part.y(), part.width(), part.height()));
-  QRegion outside = QRegion(dirty) - QRegion(imageRect);
-  for (const QRect& r : outside) p.fillRect(r, face);
+  p.drawImage(event->rect().topLeft(), canvas_, event->rect());
+}
+
+void DocumentView::resizeEvent(QResizeEvent*) {
+  // A resize brings the view back to the top left.
+  SetScrollBars(-1, -1);
 }
 
 void DocumentView::mouseMoveEvent(QMouseEvent* event) {
-  if (auto* w = qobject_cast<DocumentWindow*>(parentWidget()))
-    if (auto* frame = qobject_cast<MainFrame*>(w->mdiArea() ? w->mdiArea()->window() : nullptr))
-      frame->StatusText(QString::asprintf("(%d,%d)", event->position().toPoint().x(), event->position().toPoint().y()));
+  POINT p = ImagePoint(event->position().toPoint());
+  emit imagePosition(p.x, p.y);
   QWidget::mouseMoveEvent(event);
 }
+
+// ---- Window -------------------------------------------------------------------------
 
 DocumentWindow::DocumentWindow(MainFrame* frame, const std::string& path) : frame_(frame) {
   CreateNewFile(&record_);
   record_.FileName = path;
   setAttribute(Qt::WA_DeleteOnClose);
   setObjectName("VarnwickStudioPaintTask");
-  view_ = new DocumentView(&record_, this);
-  setWidget(view_);
+  auto* body = new QWidget(this);
+  auto* grid = new QGridLayout(body);
+  grid->setContentsMargins(0, 0, 0, 0);
+  grid->setSpacing(0);
+  hbar_ = new QScrollBar(Qt::Horizontal, body);
+  vbar_ = new QScrollBar(Qt::Vertical, body);
+  view_ = new DocumentView(&record_, hbar_, vbar_, body);
+  grid->addWidget(view_, 0, 0);
+  grid->addWidget(vbar_, 0, 1);
+  grid->addWidget(hbar_, 1, 0);
+  setWidget(body);
   setWindowIcon(DocumentIcon());
+  connect(view_, &DocumentView::imagePosition, frame_,
+          [this](int x, int y) { frame_->StatusText(QString::asprintf("(%d,%d)", x, y)); });
+  // The eleven scales in the window's own menu, in step with the zoom list.
+  QMenu* menu = systemMenu();
+  if (menu) {
+    menu->addSeparator();
+    for (int i = 0; i < kViewModes; ++i) {
+      QAction* a = menu->addAction(QString::asprintf("%u percent", static_cast<unsigned>(viewmodetable[i])));
+      a->setObjectName(QString::number(1600 + i));
+      a->setCheckable(true);
+      connect(a, &QAction::triggered, this, [this, i] {
+        frame_->buttonBar()->zoomList()->setCurrentIndex(i);
+        frame_->Command(CM_ZOOMLIST);
+      });
+      scaleActions_.push_back(a);
+    }
+  }
   resize(180, 180);
   UpdateTitle();
+  CheckScaleEntry();
 }
 
 DocumentWindow::~DocumentWindow() {
@@ -63,15 +182,52 @@ DocumentWindow::~DocumentWindow() {
 
 void DocumentWindow::UpdateTitle() { setWindowTitle(QString::fromStdString(record_.FileName)); }
 
-void DocumentWindow::AdjustTaskWindow() {
+void DocumentWindow::CheckScaleEntry() {
+  for (int i = 0; i < static_cast<int>(scaleActions_.size()); ++i)
+    scaleActions_[static_cast<std::size_t>(i)]->setChecked(i == record_.ViewMode);
+}
+
+QSize DocumentWindow::FittedSize() const {
   const BITMAPINFOHEADER* h = LockDib(record_.Image);
-  if (!h || !mdiArea()) return;
-  if (isMaximized()) return;
-  QSize chrome = size() - (widget() ? widget()->size() : size());
-  QSize area = mdiArea()->viewport()->size();
-  int w = std::max(128, std::min(h->biWidth + chrome.width(), area.width() - x()));
-  int d = std::max(128, std::min(h->biHeight + chrome.height(), area.height() - y()));
-  resize(w, d);
+  if (!h) return size();
+  // The frame around the view: caption, borders and the two bars.
+  QSize chrome = size() - view_->size();
+  return QSize(Zoom(&record_, h->biWidth) + chrome.width(), Zoom(&record_, h->biHeight) + chrome.height());
+}
+
+void DocumentWindow::SetBrowserSize() {
+  if (!record_.Image || !mdiArea()) return;
+  QSize fit = FittedSize(), area = mdiArea()->viewport()->size();
+  resize(std::min(fit.width(), area.width()), std::min(fit.height(), area.height()));
+}
+
+bool DocumentWindow::AdjustTaskWindow() {
+  if (!AutoAdjustTaskWindow || !record_.Image || !mdiArea() || isMaximized()) return false;
+  QSize fit = FittedSize(), area = mdiArea()->viewport()->size();
+  int w = std::max(128, std::min(fit.width(), area.width() - x()));
+  int h = std::max(128, std::min(fit.height(), area.height() - y()));
+  resize(w, h);
+  return true;
+}
+
+void DocumentWindow::ImageReplaced() {
+  SetImageType(&record_);
+  AdjustTaskWindow();
+  view_->SetScrollBars(view_->scrollX(), view_->scrollY());
+}
+
+void DocumentWindow::ChangeScale(int viewMode) {
+  viewMode = std::clamp(viewMode, 0, kViewModes - 1);
+  int oldPercent = ViewPercent(record_.ViewMode), newPercent = ViewPercent(viewMode);
+  bool positions = record_.Image != nullptr;
+  int x = positions ? RescaleScrollPosition(ZoomPercent(oldPercent, view_->scrollX()), oldPercent, newPercent) : 0;
+  int y = positions ? RescaleScrollPosition(ZoomPercent(oldPercent, view_->scrollY()), oldPercent, newPercent) : 0;
+  record_.ViewMode = viewMode;
+  frame_->buttonBar()->zoomList()->setCurrentIndex(viewMode);
+  CheckScaleEntry();
+  view_->SetScrollBars(x, y);
+  AdjustTaskWindow();
+  view_->SetScrollBars(x, y);
 }
 
 bool DocumentWindow::Command(int id) {
@@ -79,14 +235,21 @@ bool DocumentWindow::Command(int id) {
     case CM_UNDO:
       if (!record_.UndoAvailable) return true;
       if (!DoUndo(&record_)) DoMessage(this, "Internal error in Undo -- this file will be discarded.");
-      SetImageType(&record_);
-      view_->update();
-      AdjustTaskWindow();
+      ImageReplaced();
       return true;
     case CM_GRIDACTIVE:
       record_.GridActive = !record_.GridActive;
-      view_->update();
+      if (QAction* a = frame_->action(CM_GRIDACTIVE)) a->setChecked(record_.GridActive);
+      view_->InvalidateAll();
       return true;
+    case CM_GRIDSETTINGS:
+      if (DoSetGrid(this, &record_)) view_->InvalidateAll();
+      if (QAction* a = frame_->action(CM_GRIDACTIVE)) a->setChecked(record_.GridActive);
+      return true;
+    case CM_ATTRIBUTES:
+      if (DoImageAttributes(this, &record_)) ImageReplaced();
+      return true;
+    case CM_ZOOMLIST: ChangeScale(frame_->buttonBar()->zoomList()->currentIndex()); return true;
     case CM_SAVE: Save(); return true;
     case CM_SAVEAS: SaveAs(); return true;
     case CM_CLOSE:
@@ -140,6 +303,13 @@ void DocumentWindow::moveEvent(QMoveEvent* event) {
   // A window dragged above the top of the area snaps back to it.
   if (y() < 0) move(x(), 0);
   QMdiSubWindow::moveEvent(event);
+}
+
+void DocumentWindow::resizeEvent(QResizeEvent* event) {
+  QMdiSubWindow::resizeEvent(event);
+  // Never smaller than 128 by 128, nor larger than the area when maximized.
+  if (!isMaximized() && !isMinimized() && (width() < 128 || height() < 128))
+    resize(std::max(width(), 128), std::max(height(), 128));
 }
 
 }  // namespace ochrel

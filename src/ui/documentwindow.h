@@ -1,27 +1,55 @@
 #pragma once
 
+#include <QImage>
 #include <QMdiSubWindow>
 #include <QWidget>
 
 #include "frame/blockset.h"
+#include "frame/view.h"
+
+class QScrollBar;
 
 namespace ochrel {
 
 class MainFrame;
 
-// What a document window shows: its image, with the button-face colour around it.
+// What a document window shows: the visible part of its image at the
+// document's scale, scrolled by two bars whose positions are image pixels.
+// It keeps the converted picture and redoes only the parts that change.
 class DocumentView : public QWidget {
   Q_OBJECT
  public:
-  explicit DocumentView(BLOCKSET* record, QWidget* parent = nullptr);
-  QSize sizeHint() const override;
+  DocumentView(BLOCKSET* record, QScrollBar* horizontal, QScrollBar* vertical, QWidget* parent);
+
+  int scrollX() const { return scrollX_; }
+  int scrollY() const { return scrollY_; }
+  // Positions in image pixels; a negative one means 0. Ranges follow the image.
+  void SetScrollBars(int x, int y);
+  // The image changed inside this rectangle (image coordinates).
+  void InvalidateImageRect(RECT rect);
+  // Everything changed (scale, scroll, grid, a new image).
+  void InvalidateAll();
+  // The image point under a view point.
+  POINT ImagePoint(QPoint viewPoint) const;
+  ViewRender RenderParams() const;
+
+ signals:
+  void imagePosition(int x, int y);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
 
  private:
+  void RenderInto(const QRect& viewRect);
   BLOCKSET* record_;
+  QScrollBar* hbar_;
+  QScrollBar* vbar_;
+  int scrollX_ = 0, scrollY_ = 0;
+  QImage canvas_;
+  bool canvasValid_ = false;
+  bool settingBars_ = false;
 };
 
 // One open image: a child of the multiple-document area owning its record.
@@ -37,23 +65,35 @@ class DocumentWindow : public QMdiSubWindow {
 
   // Commands that the frame forwards; true when the number was one of ours.
   bool Command(int id);
-  // Sizes the window to its image, at least 128 by 128 and inside the area.
-  void AdjustTaskWindow();
+  // Fits a new window to its zoomed image, inside the document area.
+  void SetBrowserSize();
+  // The same after a change of image or scale, when AutoAdjustTaskWindow is set.
+  bool AdjustTaskWindow();
   void UpdateTitle();
+  // The change of scale of the zoom list and the window's menu.
+  void ChangeScale(int viewMode);
   // Save (57) and Save as (104); false when nothing was written.
   bool Save();
   bool SaveAs();
   // Closes without asking (a document that failed to come up).
   void Discard();
+  // Redraws after the image block was replaced.
+  void ImageReplaced();
 
  protected:
   void closeEvent(QCloseEvent* event) override;
   void moveEvent(QMoveEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
 
  private:
+  QSize FittedSize() const;
+  void CheckScaleEntry();
   MainFrame* frame_;
   BLOCKSET record_;
   DocumentView* view_;
+  QScrollBar* hbar_;
+  QScrollBar* vbar_;
+  std::vector<QAction*> scaleActions_;
   bool discarding_ = false;
 };
 

@@ -30,6 +30,8 @@
 #include "frame/commands.h"
 #include "frame/config.h"
 #include "frame/menustate.h"
+#include "frame/view.h"
+#include "frame/paths.h"
 #include "frame/recentpaths.h"
 #include "frame/services.h"
 #include "frame/strings.h"
@@ -42,7 +44,6 @@
 namespace ochrel {
 
 namespace {
-const unsigned viewmodetable[11] = {10, 20, 25, 50, 75, 100, 200, 400, 800, 1200, 1600};
 MainFrame::SavePathAnswerer g_saveAnswerer;
 MainFrame::OpenPathAnswerer g_openAnswerer;
 int g_shiftOverride = -1;
@@ -58,7 +59,7 @@ ButtonBar::ButtonBar(QWidget* parent) : QWidget(parent) {
   setAutoFillBackground(true);
   zoom_ = new QComboBox(this);
   zoom_->setObjectName("701");
-  for (unsigned v : viewmodetable) zoom_->addItem(QString::asprintf("%u percent", v));
+  for (int v : viewmodetable) zoom_->addItem(QString::asprintf("%u percent", static_cast<unsigned>(v)));
   zoom_->setCurrentIndex(0);
   zoom_->setGeometry(3, 4, 120, 26);
   zoom_->setFocusPolicy(Qt::NoFocus);
@@ -152,10 +153,8 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   // The settings come first: the bar reads ButtonList, the documents their defaults.
   LoadConfig();
   LoadMenuConfig();
-  if (!ApplicationPath[0]) {
-    std::string app = QCoreApplication::applicationDirPath().toStdString() + "/";
-    std::snprintf(ApplicationPath, sizeof ApplicationPath, "%s", app.c_str());
-  }
+  // The application folder is where the colour tables, libraries and help live.
+  ComputeApplicationPath();
   if (!OpenPath[0]) std::snprintf(OpenPath, sizeof OpenPath, "%s", ApplicationPath);
 
   auto* central = new QWidget(this);
@@ -481,11 +480,11 @@ void MainFrame::FinishNewDocument(DocumentWindow* w) {
   BLOCKSET* r = w->record();
   SetImageType(r);
   AdjustToolColours(r);
-  w->AdjustTaskWindow();
+  w->SetBrowserSize();
+  w->view()->SetScrollBars(-1, -1);
   w->UpdateTitle();
   bar_->zoomList()->setCurrentIndex(std::clamp(r->ViewMode, 0, 10));
   if (QAction* grid = action(CM_GRIDACTIVE)) grid->setChecked(r->GridActive);
-  w->view()->update();
   UpdateMenuStates();
   RefreshStatus();
 }
