@@ -80,7 +80,7 @@ HDIB BmpDecode(ByteSpan data, bool infoOnly) {
   if (topDown) height = -height;
   if (!ImageSizeAllowed(width, height)) return nullptr;
 
-  std::uint32_t rmask = 0, gmask = 0, bmask = 0;
+  std::uint32_t rmask = 0, gmask = 0, bmask = 0, amask = 0;
   std::size_t palettePos = 14 + hsize;
   if (compression == kBitFields || compression == kAlphaBitFields) {
     if (bits != 16 && bits != 32) return nullptr;
@@ -88,12 +88,14 @@ HDIB BmpDecode(ByteSpan data, bool infoOnly) {
       rmask = Le32(h + 40);
       gmask = Le32(h + 44);
       bmask = Le32(h + 48);
+      if (hsize >= 56) amask = Le32(h + 52);
     } else {
       std::size_t count = compression == kAlphaBitFields ? 16 : 12;
       if (palettePos + 12 > n) return nullptr;
       rmask = Le32(p + palettePos);
       gmask = Le32(p + palettePos + 4);
       bmask = Le32(p + palettePos + 8);
+      if (compression == kAlphaBitFields && palettePos + 16 <= n) amask = Le32(p + palettePos + 12);
       palettePos += count;
     }
   } else if (bits == 16) {
@@ -199,7 +201,7 @@ HDIB BmpDecode(ByteSpan data, bool infoOnly) {
       for (int x = 0; x < w; ++x) PutIndex(dst, x, 4, (src[x >> 2] >> (6 - 2 * (x & 3))) & 3);
       continue;
     }
-    if (bits == 32 && rmask == 0xFF0000 && gmask == 0xFF00 && bmask == 0xFF) {
+    if (bits == 32 && rmask == 0xFF0000 && gmask == 0xFF00 && bmask == 0xFF && !amask) {
       for (int x = 0; x < w; ++x) {
         dst[3 * x] = src[4 * x];
         dst[3 * x + 1] = src[4 * x + 1];
@@ -207,12 +209,14 @@ HDIB BmpDecode(ByteSpan data, bool infoOnly) {
       }
       continue;
     }
-    Mask r(rmask), g(gmask), b(bmask);
+    // A declared alpha channel is laid over white, as with PNG.
+    Mask r(rmask), g(gmask), b(bmask), a(amask);
     for (int x = 0; x < w; ++x) {
       std::uint32_t v = bits == 16 ? Le16(src + 2 * x) : Le32(src + 4 * x);
-      dst[3 * x] = b.Get(v);
-      dst[3 * x + 1] = g.Get(v);
-      dst[3 * x + 2] = r.Get(v);
+      unsigned alpha = amask ? a.Get(v) : 255;
+      dst[3 * x] = OverWhite(b.Get(v), alpha);
+      dst[3 * x + 1] = OverWhite(g.Get(v), alpha);
+      dst[3 * x + 2] = OverWhite(r.Get(v), alpha);
     }
   }
   return out;

@@ -38,6 +38,9 @@ const BYTE* GreyPalette();
 // True when the DIB is 8-bit and its palette is the grey ramp.
 bool IsGreyDib(const BITMAPINFOHEADER* h);
 
+// A colour channel with coverage a laid over white paper.
+inline BYTE OverWhite(unsigned c, unsigned a) { return static_cast<BYTE>((c * a + 255 * (255 - a) + 127) / 255); }
+
 // ---- Little- and big-endian fields ----------------------------------------------
 inline std::uint16_t Le16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] | (p[1] << 8)); }
 inline std::uint32_t Le32(const std::uint8_t* p) {

@@ -28,7 +28,6 @@ void ReadData(png_structp png, png_bytep out, png_size_t size) {
 [[noreturn]] void OnError(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 void OnWarning(png_structp, png_const_charp) {}
 
-inline BYTE OverWhite(unsigned c, unsigned a) { return static_cast<BYTE>((c * a + 255 * (255 - a) + 127) / 255); }
 
 struct ReadGuard {
   png_structp png = nullptr;

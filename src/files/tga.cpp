@@ -106,6 +106,8 @@ HDIB TgaDecode(ByteSpan data, bool infoOnly) {
     return nullptr;
   }
   const bool topFirst = descriptor & 0x20, rightToLeft = descriptor & 0x10;
+  // 32-bit pixels with declared alpha bits are laid over white, as with PNG.
+  const bool alpha = px == 4 && (descriptor & 15) != 0;
   const std::uint8_t* s = p;
   unsigned packetLeft = 0;
   bool packetRun = false;
@@ -152,6 +154,10 @@ HDIB TgaDecode(ByteSpan data, bool infoOnly) {
         row[x] = q[0];
       } else if (px == 2) {
         Expand555(Le16(q), row + 3 * x);
+      } else if (alpha) {
+        row[3 * x] = OverWhite(q[0], q[3]);
+        row[3 * x + 1] = OverWhite(q[1], q[3]);
+        row[3 * x + 2] = OverWhite(q[2], q[3]);
       } else {
         row[3 * x] = q[0];
         row[3 * x + 1] = q[1];
