@@ -130,57 +130,89 @@ int FractalMeshSize(int matrixSize) {
 namespace {
 
 // Spectral synthesis into `mesh` (n * n complex values, zeroed), then the
-// inverse transform.
-void SpectralSynthesis(float* mesh, int n, double h) {
+// inverse transform. The random numbers are drawn first, in their fixed
+// order; the arithmetic on them is independent per cell and runs on all cores.
+// No two cells write the same place except a cell and its own mirror, so the
+// result does not depend on how the work is split.
+struct Draw {
+  int phase;     // rand() & 0x7FFF
+  double gauss;  // FractalGauss(), unused at the origin
+};
+
+bool SpectralSynthesis(float* mesh, int n, double h) {
   auto cell = [&](int i, int j) { return mesh + (static_cast<std::size_t>(i) * n + j) * 2; };
   const double exponent = -(h + 1.0) * 0.5;
   const int half = n / 2;
-  for (int i = 0; i <= half; ++i) {
-    for (int j = 0; j <= half; ++j) {
-      const double phase = (ochrel::rand() & 0x7FFF) / arand * kTwoPi;
-      double rad = 0.0;
-      if (i != 0 || j != 0) rad = std::pow(static_cast<double>(i * i + j * j), exponent) * FractalGauss();
-      const double rcos = rad * std::cos(phase), rsin = rad * std::sin(phase);
-      float* a = cell(i, j);
-      a[0] = static_cast<float>(rcos);
-      a[1] = static_cast<float>(rsin);
-      float* b = cell(i == 0 ? 0 : n - i, j == 0 ? 0 : n - j);
-      b[0] = static_cast<float>(rcos);
-      b[1] = static_cast<float>(-rsin);
-    }
+  const std::size_t first = static_cast<std::size_t>(half + 1) * (half + 1);
+  const std::size_t inner = half > 1 ? static_cast<std::size_t>(half - 1) * (half - 1) : 0;
+  auto draws = fills::AllocScratch<Draw>(first + inner);
+  if (!draws) return false;
+  Draw* d = draws.data();
+  for (std::size_t k = 0; k < first; ++k) {
+    d[k].phase = ochrel::rand() & 0x7FFF;
+    d[k].gauss = k == 0 ? 0.0 : FractalGauss();  // cell (0, 0) draws its phase only
   }
+  for (std::size_t k = first; k < first + inner; ++k) {
+    d[k].phase = ochrel::rand() & 0x7FFF;
+    d[k].gauss = FractalGauss();
+  }
+  ParallelBands(half + 1, 16, [&](int begin, int end) {
+    for (int i = begin; i < end; ++i) {
+      for (int j = 0; j <= half; ++j) {
+        const Draw& r = d[static_cast<std::size_t>(i) * (half + 1) + j];
+        const double phase = r.phase / arand * kTwoPi;
+        double rad = 0.0;
+        if (i != 0 || j != 0) rad = std::pow(static_cast<double>(i * i + j * j), exponent) * r.gauss;
+        const double rcos = rad * std::cos(phase), rsin = rad * std::sin(phase);
+        float* a = cell(i, j);
+        a[0] = static_cast<float>(rcos);
+        a[1] = static_cast<float>(rsin);
+        float* b = cell(i == 0 ? 0 : n - i, j == 0 ? 0 : n - j);
+        b[0] = static_cast<float>(rcos);
+        b[1] = static_cast<float>(-rsin);
+      }
+    }
+  });
   cell(half, 0)[1] = 0.0f;
   cell(0, half)[1] = 0.0f;
   cell(half, half)[1] = 0.0f;
-  for (int i = 1; i < half; ++i) {
-    for (int j = 1; j < half; ++j) {
-      const double phase = (ochrel::rand() & 0x7FFF) / arand * kTwoPi;
-      const double rad = std::pow(static_cast<double>(i * i + j * j), exponent) * FractalGauss();
-      const double rcos = rad * std::cos(phase), rsin = rad * std::sin(phase);
-      float* a = cell(i, n - j);
-      a[0] = static_cast<float>(rcos);
-      a[1] = static_cast<float>(rsin);
-      float* b = cell(n - i, j);
-      b[0] = static_cast<float>(rcos);
-      b[1] = static_cast<float>(-rsin);
+  ParallelBands(half > 1 ? half - 1 : 0, 16, [&](int begin, int end) {
+    for (int i = begin + 1; i < end + 1; ++i) {
+      for (int j = 1; j < half; ++j) {
+        const Draw& r = d[first + static_cast<std::size_t>(i - 1) * (half - 1) + (j - 1)];
+        const double phase = r.phase / arand * kTwoPi;
+        const double rad = std::pow(static_cast<double>(i * i + j * j), exponent) * r.gauss;
+        const double rcos = rad * std::cos(phase), rsin = rad * std::sin(phase);
+        float* a = cell(i, n - j);
+        a[0] = static_cast<float>(rcos);
+        a[1] = static_cast<float>(rsin);
+        float* b = cell(n - i, j);
+        b[0] = static_cast<float>(rcos);
+        b[1] = static_cast<float>(-rsin);
+      }
     }
-  }
+  });
   FourierTransform2D(mesh, n, -1);
+  return true;
 }
 
 }  // namespace
 
-void SpectralSynthesisMesh(int n, std::uint32_t seed, double dimension, float* mesh) {
+bool SpectralSynthesisMesh(int n, std::uint32_t seed, double dimension, float* mesh) {
   InitFractalRandom(seed);
-  SpectralSynthesis(mesh, n, 3.0 - dimension);
+  return SpectralSynthesis(mesh, n, 3.0 - dimension);
 }
 
 void ApplyFractalPower(float* mesh, std::size_t cells, double power) {
   if (power == 1.0) return;
-  for (std::size_t k = 0; k < cells; ++k) {
-    float& r = mesh[k * 2];
-    if (r > 0.0f) r = static_cast<float>(std::pow(static_cast<double>(r), power));
-  }
+  const std::size_t chunk = 4096;
+  ParallelBands(static_cast<int>((cells + chunk - 1) / chunk), 4, [&](int begin, int end) {
+    const std::size_t stop = std::min(cells, static_cast<std::size_t>(end) * chunk);
+    for (std::size_t k = static_cast<std::size_t>(begin) * chunk; k < stop; ++k) {
+      float& r = mesh[k * 2];
+      if (r > 0.0f) r = static_cast<float>(std::pow(static_cast<double>(r), power));
+    }
+  });
 }
 
 void NormaliseFractalMesh(const float* mesh, std::size_t cells, float* out) {
@@ -202,7 +234,7 @@ bool MakeFractalMesh(int n, std::uint32_t seed, double power, double dimension, 
   const std::size_t cells = static_cast<std::size_t>(n) * n;
   auto mesh = fills::AllocScratch<float>(cells * 2);
   if (!mesh) return false;
-  SpectralSynthesisMesh(n, seed, dimension, mesh.data());
+  if (!SpectralSynthesisMesh(n, seed, dimension, mesh.data())) return false;
   ApplyFractalPower(mesh.data(), cells, power);
   NormaliseFractalMesh(mesh.data(), cells, out);
   return true;

@@ -67,7 +67,7 @@ inline int FractalExtent(int width, int depth) { return ((width > depth ? width 
 // The array is addressed [i * n + j].
 bool MakeFractalMesh(int n, std::uint32_t seed, double power, double dimension, float* out);
 // The steps of MakeFractalMesh on n * n interleaved complex values.
-void SpectralSynthesisMesh(int n, std::uint32_t seed, double dimension, float* mesh);
+bool SpectralSynthesisMesh(int n, std::uint32_t seed, double dimension, float* mesh);
 void ApplyFractalPower(float* mesh, std::size_t cells, double power);
 void NormaliseFractalMesh(const float* mesh, std::size_t cells, float* out);
 // The in-place complex transform on n x n interleaved single-precision values.
