@@ -101,7 +101,15 @@ HDIB RenderLine(const WRAPPERBLOCK& b) {
     PreparePainter(p, b.Antialias != 0);
     const bool flat = L.LineCap == LINECAP_FLAT;
     // Ends at pixel centres, so that a line of odd thickness covers whole rows.
-    const QPointF a(L.X0 + k + 0.5, L.Y0 + k + 0.5), e(L.X1 + k + 0.5, L.Y1 + k + 0.5);
+    QPointF a(L.X0 + k + 0.5, L.Y0 + k + 0.5), e(L.X1 + k + 0.5, L.Y1 + k + 0.5);
+    if (flat && a != e) {
+      // Flat ends reach to the outer edge of the end pixels, so that a line
+      // from pixel 0 to pixel n covers n + 1 pixels, its ends included.
+      const QPointF d = e - a;
+      const QPointF half = d * (0.5 / std::hypot(d.x(), d.y()));
+      a -= half;
+      e += half;
+    }
     if (a == e) {
       // A click without a drag still leaves a dot of the pen's size.
       p.setPen(Qt::NoPen);

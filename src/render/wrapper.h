@@ -10,6 +10,11 @@
 // Where a mask sits: its pixel (0, 0) lies 4 pixels left of and above the
 // shape's rectangle for ellipses and rectangles, and of the polygon frame for
 // polygons; for a line, LineThickness / 2 + 4 pixels.
+//
+// Characters need the font database, which lives in the QGuiApplication: with
+// no such object they fail (no mask, value 0); everything else works anywhere.
+// Start and end may be called any number of times and in any order; the end
+// only lets go of the font cache.
 #pragma once
 
 #include <cstdint>

@@ -132,13 +132,11 @@ TEST(WrapperLine, MaskOriginAndExtentFollowThicknessAndCap) {
     EXPECT_EQ(e.bottom, 18) << aa;
     for (int y = 14; y <= 18; ++y)
       for (int x = 8; x <= 25; ++x) ASSERT_EQ(Px(h, x, y), 255) << x << "," << y << " aa " << aa;
-    // Flat ends stop at the end points' centres (6.5 and 26.5).
-    EXPECT_GE(e.left, 6);
-    EXPECT_LE(e.right, 26);
-    if (aa) {
-      EXPECT_NEAR(Px(h, 6, 16), 128, 2);
-      EXPECT_NEAR(Px(h, 26, 16), 128, 2);
-    }
+    // Flat ends stop at the outer edges of the end pixels, 6 and 26.
+    EXPECT_EQ(e.left, 6);
+    EXPECT_EQ(e.right, 26);
+    EXPECT_EQ(Px(h, 6, 16), 255);
+    EXPECT_EQ(Px(h, 26, 16), 255);
   }
 }
 
@@ -204,6 +202,23 @@ TEST(WrapperLine, ZeroThicknessIsOnePixelAndAClickLeavesADot) {
   Extent e = InkExtent(h);
   EXPECT_EQ(e.top, 4);
   EXPECT_EQ(e.bottom, 4);
+
+  // A sloping hairline: its ends land at (4, 4) and (34, 14), not mirrored.
+  WRAPPERBLOCK slope = LineBlock({0, 0, 31, 11}, 0, 0, 30, 10, 1, LINECAP_FLAT, 0);
+  WRAPPERRESULT rs = OCHLWRPR_proc(&slope);
+  const BITMAPINFOHEADER* hs = LockDib(rs.Dib);
+  ASSERT_NE(hs, nullptr);
+  EXPECT_EQ(hs->biWidth, 31 + 8);
+  EXPECT_EQ(hs->biHeight, 11 + 8);
+  EXPECT_EQ(Px(hs, 4, 4), 255);
+  EXPECT_EQ(Px(hs, 34, 14), 255);
+  EXPECT_EQ(Px(hs, 4, 14), 0);
+  EXPECT_EQ(Px(hs, 34, 4), 0);
+  Extent es = InkExtent(hs);
+  EXPECT_EQ(es.left, 4);
+  EXPECT_EQ(es.right, 34);
+  EXPECT_EQ(es.top, 4);
+  EXPECT_EQ(es.bottom, 14);
 
   WRAPPERBLOCK click = LineBlock({5, 5, 6, 6}, 0, 0, 0, 0, 7, LINECAP_ROUND, 1);
   WRAPPERRESULT c = OCHLWRPR_proc(&click);
