@@ -1,5 +1,6 @@
 #include "render/wrapper.h"
 
+#include <QCoreApplication>
 #include <QFont>
 #include <QFontInfo>
 #include <QFontMetrics>
@@ -247,6 +248,14 @@ struct FontEntry {
 std::mutex fontMutex;
 std::map<std::tuple<std::string, int, int, int, int, int>, FontEntry> fontCache;
 bool substitutionsInstalled = false;
+bool cleanupRegistered = false;
+
+// Fonts belong to the application object's font database; let them go with it.
+void DropFontsWithApplication() {
+  std::lock_guard<std::mutex> lock(fontMutex);
+  fontCache.clear();
+  cleanupRegistered = false;
+}
 
 // Faces the program's settings name by default, and their metric twins.
 void InstallSubstitutions() {
@@ -288,6 +297,10 @@ const FontEntry* FindFont(const char* name, int size, int bold, int italic, int 
   auto it = fontCache.find(k);
   if (it != fontCache.end()) return &it->second;
   if (fontCache.size() > 64) fontCache.clear();
+  if (!cleanupRegistered) {
+    qAddPostRoutine(DropFontsWithApplication);
+    cleanupRegistered = true;
+  }
 
   const QString family = FamilyOf(name);
   QFont font = MakeFont(family, bold, italic, underline, antialias);
