@@ -52,8 +52,11 @@ HDIB ConvertOntoPalette(const HDIB& image, const BYTE* palette, int bits) {
   BYTE src[768];
   GetDibPalette(s, src);
   bool failed = false;
+  std::unique_ptr<NearestColour> shared(new (std::nothrow) NearestColour(
+      palette, 1 << bits, NearestColour::kEuclidean, static_cast<std::size_t>(s->biWidth) * s->biHeight));
+  if (!shared || !shared->ok()) return nullptr;
   ParallelBands(s->biHeight, kBand, [&](int y0, int y1) {
-    std::unique_ptr<NearestColour> nearest(new (std::nothrow) NearestColour(palette, 1 << bits, NearestColour::kEuclidean));
+    std::unique_ptr<NearestColour> nearest(new (std::nothrow) NearestColour(*shared));
     if (!nearest || !nearest->ok()) {
       failed = true;
       return;

@@ -145,7 +145,7 @@ HDIB DitherColour(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE*
   HDIB out = CreateDib(w, h, palette, bits);
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;
-  NearestColour nearest(palette, 1 << bits, NearestColour::kWeighted);
+  NearestColour nearest(palette, 1 << bits, NearestColour::kWeighted, static_cast<std::size_t>(w) * h);
   std::vector<int> cur, next;
   std::vector<BYTE> rgb;
   if (!nearest.ok() || !Resize(cur, static_cast<std::size_t>(w) * 3) || !Resize(next, static_cast<std::size_t>(w) * 3) ||
@@ -223,10 +223,15 @@ HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/
       monoOf[i] = Luminance(srcPalette[3 * i], srcPalette[3 * i + 1], srcPalette[3 * i + 2]) < 129 ? 0 : 1;
 
   bool failed = false;
+  std::unique_ptr<NearestColour> shared;
+  if (sbits > 8 && bits != 1) {
+    shared.reset(new (std::nothrow) NearestColour(palette, entries, NearestColour::kWeighted, static_cast<std::size_t>(w) * h));
+    if (!shared || !shared->ok()) return nullptr;
+  }
   ParallelBands(h, kBand, [&](int y0, int y1) {
     std::unique_ptr<NearestColour> nearest;
-    if (sbits > 8 && bits != 1) {
-      nearest.reset(new (std::nothrow) NearestColour(palette, entries, NearestColour::kWeighted));
+    if (shared) {
+      nearest.reset(new (std::nothrow) NearestColour(*shared));
       if (!nearest || !nearest->ok()) {
         failed = true;
         return;

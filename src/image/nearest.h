@@ -1,9 +1,10 @@
 // Nearest-palette-colour searches with a cache keyed by colour. A search's
 // answer depends on the colour alone, so the cache returns exactly what the
-// full scan would; it only saves scanning the palette again for each pixel.
+// full scan would; it only saves searching the palette again for each pixel.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "image/dib.h"
@@ -17,28 +18,51 @@ class NearestColour {
     kEuclidean,  // plain distance in red, green, blue, lowest index on a tie
   };
   // palette: red, green, blue triples; count entries are searched (1 to 256).
-  NearestColour(const BYTE* palette, int count, Metric metric);
+  // `pixels` is how many lookups are coming: a whole photograph gets a table
+  // over every colour (shared by copies of this object, safe across threads),
+  // small work a small cache of its own.
+  NearestColour(const BYTE* palette, int count, Metric metric, std::size_t pixels = 0);
+  // A copy for another thread: its own small cache, the same full table.
+  NearestColour(const NearestColour& other);
+  NearestColour& operator=(const NearestColour&) = delete;
   bool ok() const { return !keys_.empty(); }
 
   int Find(int r, int g, int b) {
-    std::uint32_t key = static_cast<std::uint32_t>(r) | (static_cast<std::uint32_t>(g) << 8) | (static_cast<std::uint32_t>(b) << 16);
-    std::uint32_t slot = ((key * 2654435761u) >> (32 - kBits));
+    const std::uint32_t key = static_cast<std::uint32_t>(r) | (static_cast<std::uint32_t>(g) << 8) |
+                              (static_cast<std::uint32_t>(b) << 16);
+    if (table_) {
+      std::uint16_t* slot = reinterpret_cast<std::uint16_t*>(table_->data()) + key;
+      // Every writer stores the same value for a colour, so relaxed order is enough.
+      std::uint16_t v = __atomic_load_n(slot, __ATOMIC_RELAXED);
+      if (v) return v - 1;
+      int found = Search(r, g, b);
+      __atomic_store_n(slot, static_cast<std::uint16_t>(found + 1), __ATOMIC_RELAXED);
+      return found;
+    }
+    const std::uint32_t slot = (key * 2654435761u) >> (32 - kBits);
     if (keys_[slot] == key) return values_[slot];
-    int v = Scan(r, g, b);
+    int v = Search(r, g, b);
     keys_[slot] = key;
     values_[slot] = static_cast<BYTE>(v);
     return v;
   }
-  // The full scan, without the cache.
+  // The plain scan over the palette in index order.
   int Scan(int r, int g, int b) const;
+  // The same answer by a search outward from the colour's green level.
+  int Search(int r, int g, int b) const;
 
  private:
   static constexpr int kBits = 16;
   int count_;
-  Metric metric_;
+  int wr_, wg_, wb_;
   int pr_[256], pg_[256], pb_[256];
+  // Entries ordered by green, then index: position -> index.
+  int byGreen_[256];
+  int greenOf_[256];
+  std::shared_ptr<MemBlock> table_;
   std::vector<std::uint32_t> keys_;
   std::vector<BYTE> values_;
+  void AllocateCache();
 };
 
 }  // namespace ochrel

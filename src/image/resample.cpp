@@ -47,13 +47,25 @@ bool Plan(F f) {
 // overwrites the copy the previous step left at its position), so the result
 // of every output sample is worked out once per axis; rows are then independent.
 struct UpStep {
-  int a = 0;   // source index of the left sample (the right one is a + 1)
-  int n = -1;  // segment length; 0 means a plain copy of source a, -1 untouched
-  int j = 0;   // position in the segment
+  int a = 0;       // source index of the left sample (the right one is a + 1)
+  int n = -1;      // segment length; 0 means a plain copy of source a, -1 untouched
+  int j = 0;       // position in the segment
+  int table = -1;  // offset of the step's two 256-entry tables, -1 for none
 };
 
-std::vector<UpStep> PlanScaleUp(int length, int newLength, int percentage, bool copyLast) {
-  std::vector<UpStep> plan(static_cast<std::size_t>(newLength));
+// The two truncated terms of a step as lookup tables, for the short segments
+// that any sensible percentage makes; long ones divide.
+constexpr int kTabledSegment = 64;
+
+struct UpPlan {
+  std::vector<UpStep> steps;
+  std::vector<BYTE> tables;
+};
+
+UpPlan PlanScaleUp(int length, int newLength, int percentage, bool copyLast) {
+  UpPlan up;
+  std::vector<UpStep>& plan = up.steps;
+  plan.resize(static_cast<std::size_t>(newLength));
   // The adjusted percentage pushes the last source sample past the end, so
   // that no gap stays at the far side.
   long long P = percentage % 100 ? percentage + percentage / 100 + 1 : percentage + percentage / 100;
@@ -68,11 +80,31 @@ std::vector<UpStep> PlanScaleUp(int length, int newLength, int percentage, bool 
     prev = pos;
   }
   if (copyLast) plan[static_cast<std::size_t>(newLength - 1)] = UpStep{length - 1, 0, 0};
-  return plan;
+
+  std::vector<int> offset((kTabledSegment + 1) * kTabledSegment, -1);
+  for (UpStep& st : plan) {
+    if (st.n <= 0 || st.n > kTabledSegment) continue;
+    int& o = offset[static_cast<std::size_t>(st.n * kTabledSegment + st.j)];
+    if (o < 0) {
+      o = static_cast<int>(up.tables.size());
+      for (int v = 0; v < 256; ++v) up.tables.push_back(static_cast<BYTE>((st.n - st.j - 1) * v / st.n));
+      for (int v = 0; v < 256; ++v) up.tables.push_back(static_cast<BYTE>((st.j + 1) * v / st.n));
+    }
+    st.table = o;
+  }
+  return up;
 }
 
 inline int UpValue(const UpStep& s, int a, int b) {
   return ((s.n - s.j - 1) * a / s.n + (s.j + 1) * b / s.n) & 255;
+}
+
+// The same value through the step's tables: the two terms never add up to
+// more than the larger sample, so no wrap is possible there.
+inline int UpValue(const UpStep& s, const BYTE* tables, int a, int b) {
+  if (s.table < 0) return UpValue(s, a, b);
+  const BYTE* t = tables + s.table;
+  return t[a] + t[256 + b];
 }
 
 // ---- Averaging scale-down ------------------------------------------------------
@@ -105,8 +137,10 @@ HDIB ScaleUpHorizontal(const HDIB& image, int percentage) {
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;
   const int ch = s->biBitCount / 8;
-  std::vector<UpStep> plan;
-  if (!Plan([&] { plan = PlanScaleUp(w, nw, percentage, true); })) return nullptr;
+  UpPlan up;
+  if (!Plan([&] { up = PlanScaleUp(w, nw, percentage, true); })) return nullptr;
+  const std::vector<UpStep>& plan = up.steps;
+  const BYTE* tables = up.tables.data();
   ParallelBands(h, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const BYTE* S = DibRow(s, y);
@@ -117,7 +151,7 @@ HDIB ScaleUpHorizontal(const HDIB& image, int percentage) {
           std::memcpy(D, S + static_cast<std::size_t>(p.a) * ch, static_cast<std::size_t>(ch));
         } else if (p.n > 0) {
           const BYTE* A = S + static_cast<std::size_t>(p.a) * ch;
-          for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(UpValue(p, A[c], A[c + ch]));
+          for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], A[c + ch]));
         }
       }
     }
@@ -137,8 +171,10 @@ HDIB ScaleUpVertical(const HDIB& image, int percentage) {
   // True-colour columns end with what the last interpolation left; only the
   // single-value branch copies the last sample.
   const bool trueColour = bits > 8;
-  std::vector<UpStep> plan;
-  if (!Plan([&] { plan = PlanScaleUp(h, nh, percentage, !trueColour); })) return nullptr;
+  UpPlan up;
+  if (!Plan([&] { up = PlanScaleUp(h, nh, percentage, !trueColour); })) return nullptr;
+  const std::vector<UpStep>& plan = up.steps;
+  const BYTE* tables = up.tables.data();
   ParallelBands(nh, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const UpStep& p = plan[static_cast<std::size_t>(y)];
@@ -152,18 +188,24 @@ HDIB ScaleUpVertical(const HDIB& image, int percentage) {
         const BYTE* B = DibRow(s, p.a + 1);
         BYTE* D = DibRow(o, y);
         const int n = w * (bits / 8);
-        for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(UpValue(p, A[i], B[i]));
+        if (p.table >= 0) {
+          const BYTE* ta = tables + p.table;
+          const BYTE* tb = ta + 256;
+          for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(ta[A[i]] + tb[B[i]]);
+        } else {
+          for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(UpValue(p, A[i], B[i]));
+        }
       } else if (bits == 32) {
         // Pixel values carry three channels; the fourth byte stays zero.
         const BYTE* A = DibRow(s, p.a);
         const BYTE* B = DibRow(s, p.a + 1);
         BYTE* D = DibRow(o, y);
         for (int x = 0; x < w; ++x, A += 4, B += 4, D += 4)
-          for (int c = 0; c < 3; ++c) D[c] = static_cast<BYTE>(UpValue(p, A[c], B[c]));
+          for (int c = 0; c < 3; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], B[c]));
       } else {
         for (int x = 0; x < w; ++x) {
           int a = static_cast<int>(GetDibPixel(s, x, p.a)), b = static_cast<int>(GetDibPixel(s, x, p.a + 1));
-          PutDibPixel(o, x, y, static_cast<std::uint32_t>(UpValue(p, a, b)));
+          PutDibPixel(o, x, y, static_cast<std::uint32_t>(UpValue(p, tables, a, b)));
         }
       }
     }
@@ -383,6 +425,20 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, int flags, COLORREF bac
   const bool interpolate = flags & ROTATE_INTERPOLATE;
   const int hw = w / 2, hh = h / 2, hnw = nw / 2, hnh = nh / 2;
 
+  // Pixel reads without a call per pixel for the byte depths.
+  const BYTE* const base = DibBits(s);
+  const std::size_t stride = DibStride(s);
+  auto read = [&](int x, int y) -> std::uint32_t {
+    if (x < 0 || y < 0 || x >= w || y >= h) return NOPIXEL;
+    const BYTE* row = base + stride * static_cast<std::size_t>(h - 1 - y);
+    if (bits == 24) {
+      const BYTE* p = row + 3 * static_cast<std::size_t>(x);
+      return RGB(p[2], p[1], p[0]);
+    }
+    if (bits == 8) return row[x];
+    return GetDibPixel(s, x, y);
+  };
+
   auto channel = [](int A, int B, int C, int D, double fx, double fy) {
     double top = A + (B - A) * fx;
     double bottom = C + (D - C) * fx;
@@ -404,7 +460,7 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, int flags, COLORREF bac
           continue;
         }
         const int ix = static_cast<int>(sx), iy = static_cast<int>(sy);
-        std::uint32_t A = GetDibPixel(s, ix, iy);
+        std::uint32_t A = read(ix, iy);
         if (!interpolate) {
           std::uint32_t v = A == NOPIXEL ? bg : A;
           if (bits == 8) D[x] = static_cast<BYTE>(v);
@@ -416,9 +472,9 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, int flags, COLORREF bac
         if (A == NOPIXEL) {
           A = B = C = Dp = bg;
         } else if (ix + 1 < w && iy + 1 < h) {
-          B = GetDibPixel(s, ix + 1, iy);
-          C = GetDibPixel(s, ix, iy + 1);
-          Dp = GetDibPixel(s, ix + 1, iy + 1);
+          B = read(ix + 1, iy);
+          C = read(ix, iy + 1);
+          Dp = read(ix + 1, iy + 1);
         } else {
           B = C = Dp = A;
         }
@@ -428,7 +484,14 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, int flags, COLORREF bac
           int r = channel(GetRValue(A), GetRValue(B), GetRValue(C), GetRValue(Dp), fx, fy);
           int g = channel(GetGValue(A), GetGValue(B), GetGValue(C), GetGValue(Dp), fx, fy);
           int b = channel(GetBValue(A), GetBValue(B), GetBValue(C), GetBValue(Dp), fx, fy);
-          PutDibPixel(o, x, y, RGB(r, g, b));
+          if (bits == 24) {
+            BYTE* q = D + 3 * static_cast<std::size_t>(x);
+            q[0] = static_cast<BYTE>(b);
+            q[1] = static_cast<BYTE>(g);
+            q[2] = static_cast<BYTE>(r);
+          } else {
+            PutDibPixel(o, x, y, RGB(r, g, b));
+          }
         }
       }
     }
