@@ -1,0 +1,57 @@
+// Writes the seed corpus of the fuzz targets: for each format a folder of small
+// files of every depth its writer takes, at odd sizes.
+#include <cstdio>
+#include <filesystem>
+#include <random>
+#include <string>
+
+#include "files/codec.h"
+
+using namespace ochrel;
+
+namespace {
+HDIB Picture(int w, int h, int bits, unsigned seed, bool grey) {
+  BYTE pal[768];
+  GetDefaultPalette(pal, nullptr, grey ? 10 : (bits == 1 ? 0 : 8));
+  HDIB dib = CreateDib(w, h, pal, bits);
+  BITMAPINFOHEADER* hd = LockDib(dib);
+  std::mt19937 rng(seed);
+  // Runs of equal bytes as well as noise, so that run-length paths are seeded.
+  for (std::size_t i = 0; i < hd->biSizeImage; ++i) DibBits(hd)[i] = static_cast<BYTE>(i % 7 < 3 ? 0x33 : rng());
+  return dib;
+}
+
+void Save(const std::filesystem::path& dir, const std::string& name, const VectorSink& sink) {
+  std::FILE* f = std::fopen((dir / name).c_str(), "wb");
+  if (!f) return;
+  std::fwrite(sink.bytes.data(), 1, sink.bytes.size(), f);
+  std::fclose(f);
+}
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: make_seeds FOLDER\n");
+    return 2;
+  }
+  std::filesystem::path root(argv[1]);
+  const char* formats[] = {"bmp", "pcx", "tga", "png", "jpg"};
+  for (const char* f : formats) std::filesystem::create_directories(root / f);
+  int n = 0;
+  for (int bits : {1, 4, 8, 24})
+    for (bool grey : {false, true}) {
+      if (grey && bits != 8) continue;
+      for (auto [w, h] : {std::pair{1, 1}, std::pair{7, 3}, std::pair{33, 17}}) {
+        HDIB dib = Picture(w, h, bits, static_cast<unsigned>(++n), grey);
+        const BITMAPINFOHEADER* hd = LockDib(dib);
+        std::string name = std::to_string(bits) + (grey ? "g_" : "_") + std::to_string(w) + "x" + std::to_string(h);
+        VectorSink b, p, t, g, j;
+        if (BmpEncode(hd, b)) Save(root / "bmp", name + ".bmp", b);
+        if (PcxEncode(hd, p)) Save(root / "pcx", name + ".pcx", p);
+        if (TgaEncode(hd, t)) Save(root / "tga", name + ".tga", t);
+        if (PngEncode(hd, g)) Save(root / "png", name + ".png", g);
+        if (JpgEncode(hd, 50, j)) Save(root / "jpg", name + ".jpg", j);
+      }
+    }
+  return 0;
+}
