@@ -482,6 +482,16 @@ TEST_F(FrameTest, GrabOfTwoDocuments) {
   QPoint inB = b->view()->mapTo(frame.get(), QPoint(10, 10));
   EXPECT_EQ(QColor(shot.pixel(inB)), QColor(200, 200, 200));
   if (const char* dir = std::getenv("OCHREL_SCREENSHOT_DIR")) shot.save(QString(dir) + "/frame_two_documents.png");
+  // The first at 400 percent with the grid, the second at 50 percent.
+  frame->client()->setActiveSubWindow(a);
+  a->record()->GridActive = 1;
+  frame->buttonBar()->zoomList()->setCurrentIndex(7);
+  frame->Command(CM_ZOOMLIST);
+  frame->client()->setActiveSubWindow(b);
+  frame->buttonBar()->zoomList()->setCurrentIndex(3);
+  frame->Command(CM_ZOOMLIST);
+  if (const char* dir = std::getenv("OCHREL_SCREENSHOT_DIR"))
+    frame->grab().toImage().save(QString(dir) + "/frame_zoomed.png");
 }
 
 }  // namespace
@@ -507,6 +517,160 @@ TEST_F(FrameTest, ConvertToGreyAndTrueColourOpenNewDocuments) {
   EXPECT_EQ(back->record()->ImageType, IMAGE_TRUECOLOUR);
   EXPECT_EQ(GetDibPixel(LockDib(back->record()->Image), 1, 1), RGB(150, 150, 150));
   EXPECT_EQ(frame->CountOpenDocuments(), 3);
+}
+
+}  // namespace
+}  // namespace ochrel
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QScrollBar>
+
+#include "frame/attributes.h"
+#include "test_images.h"
+
+#include "frame/view.h"
+#include "ui/attributesdialog.h"
+#include "ui/dialogrunner.h"
+#include "ui/griddialog.h"
+
+namespace ochrel {
+namespace {
+
+TEST_F(FrameTest, PaintedViewEqualsTheScaledPicture) {
+  for (int type : {0, 2, 3}) {
+    DocumentWindow* d = NewDocument(type, 53, 41);
+    HDIB noise = test::RandomDib(53, 41, type == 0 ? 24 : type == 3 ? 1 : 8, 5 + type);
+    d->record()->Image = std::move(noise);
+    d->ImageReplaced();
+    for (int mode : {0, 3, 5, 6, 8}) {
+      SCOPED_TRACE(testing::Message() << "type " << type << " mode " << mode);
+      frame->buttonBar()->zoomList()->setCurrentIndex(mode);
+      frame->Command(CM_ZOOMLIST);
+      QImage shot = d->view()->grab().toImage().convertToFormat(QImage::Format_RGB32);
+      ASSERT_GT(shot.width(), 20);
+      ASSERT_GT(shot.height(), 20);
+      ViewRender v = d->view()->RenderParams();
+      ASSERT_EQ(v.percent, viewmodetable[mode]);
+      const BITMAPINFOHEADER* h = LockDib(d->record()->Image);
+      BYTE pal[768];
+      GetDibPalette(h, pal);
+      for (int j = 0; j < shot.height(); j += 3)
+        for (int i = 0; i < shot.width(); i += 3) {
+          int x = UnZoomPercent(v.percent, i) + v.scrollX, y = UnZoomPercent(v.percent, j) + v.scrollY;
+          QRgb want = v.background;
+          if (x < h->biWidth && y < h->biHeight && !(h->biBitCount == 1 && v.percent < 100)) {
+            std::uint32_t px = GetDibPixel(h, x, y);
+            want = h->biBitCount <= 8 ? qRgb(pal[3 * px], pal[3 * px + 1], pal[3 * px + 2])
+                                      : qRgb(GetRValue(px), GetGValue(px), GetBValue(px));
+          } else if (x < h->biWidth && y < h->biHeight) {
+            continue;  // shrunk mono is checked in the model tests
+          }
+          ASSERT_EQ(shot.pixel(i, j), want | 0xFF000000u) << i << "," << j;
+        }
+    }
+  }
+}
+
+TEST_F(FrameTest, ZoomListAndWindowMenuAgree) {
+  DocumentWindow* d = NewDocument(0, 200, 150);
+  frame->buttonBar()->zoomList()->setCurrentIndex(7);
+  frame->Command(CM_ZOOMLIST);
+  EXPECT_EQ(d->record()->ViewMode, 7);
+  QAction* entry = d->systemMenu()->findChild<QAction*>("1607");
+  ASSERT_NE(entry, nullptr);
+  EXPECT_TRUE(entry->isChecked());
+  EXPECT_FALSE(d->systemMenu()->findChild<QAction*>("1605")->isChecked());
+  // From the window's menu: the list follows.
+  d->systemMenu()->findChild<QAction*>("1603")->trigger();
+  EXPECT_EQ(d->record()->ViewMode, 3);
+  EXPECT_EQ(frame->buttonBar()->zoomList()->currentIndex(), 3);
+  EXPECT_TRUE(d->systemMenu()->findChild<QAction*>("1603")->isChecked());
+  EXPECT_FALSE(entry->isChecked());
+  // Another document keeps its own scale; activating it shows it in the list.
+  DocumentWindow* e = NewDocument(0, 20, 20);
+  EXPECT_EQ(frame->buttonBar()->zoomList()->currentIndex(), e->record()->ViewMode);
+  frame->client()->setActiveSubWindow(d);
+  EXPECT_EQ(frame->buttonBar()->zoomList()->currentIndex(), 3);
+}
+
+TEST_F(FrameTest, ScrollingAt400PercentStepsOneImagePixel) {
+  DocumentWindow* d = NewDocument(0, 300, 300);
+  frame->buttonBar()->zoomList()->setCurrentIndex(7);
+  frame->Command(CM_ZOOMLIST);
+  d->resize(300, 300);
+  QScrollBar* h = d->findChildren<QScrollBar*>().at(0)->orientation() == Qt::Horizontal
+                      ? d->findChildren<QScrollBar*>().at(0)
+                      : d->findChildren<QScrollBar*>().at(1);
+  int client = d->view()->width();
+  EXPECT_EQ(h->maximum(), (1200 - client) * 100 / 400);
+  EXPECT_TRUE(h->isEnabled());
+  EXPECT_EQ(h->pageStep(), h->maximum() / 8);
+  h->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+  EXPECT_EQ(d->view()->scrollX(), 1);
+  // The view now starts one image pixel (four view pixels) further right.
+  EXPECT_EQ(d->view()->ImagePoint(QPoint(0, 0)).x, 1);
+  EXPECT_EQ(d->view()->ImagePoint(QPoint(4, 0)).x, 2);
+  // A resize returns to the top left; a small image disables the bars.
+  d->resize(320, 320);
+  EXPECT_EQ(d->view()->scrollX(), 0);
+  DocumentWindow* small = NewDocument(0, 20, 20);
+  for (QScrollBar* bar : small->findChildren<QScrollBar*>()) {
+    EXPECT_TRUE(bar->isVisible());
+    EXPECT_FALSE(bar->isEnabled());
+  }
+}
+
+TEST_F(FrameTest, GridIsDrawnAndTheImageStaysUnchanged) {
+  DocumentWindow* d = NewDocument(0, 64, 64);
+  HDIB before = DuplicateObject(d->record()->Image);
+  SetDialogAnswerer([](QDialog& dlg) {
+    auto& box = static_cast<GridBox&>(dlg);
+    EXPECT_FALSE(box.visible()->isEnabled() && !box.active()->isChecked());
+    box.active()->setChecked(true);
+    EXPECT_TRUE(box.visible()->isEnabled());
+    box.visible()->setChecked(true);
+    box.horizontal()->setValue(8);
+    box.vertical()->setValue(16);
+    return true;
+  });
+  frame->Command(CM_GRIDSETTINGS);
+  SetDialogAnswerer({});
+  EXPECT_EQ(d->record()->GridActive, 1);
+  EXPECT_EQ(d->record()->GridVertical, 16);
+  EXPECT_TRUE(frame->action(CM_GRIDACTIVE)->isChecked());
+  QImage shot = d->view()->grab().toImage();
+  EXPECT_EQ(QColor(shot.pixel(8, 16)), QColor(0, 0, 0));      // white inverted
+  EXPECT_EQ(QColor(shot.pixel(9, 16)), QColor(255, 255, 255));
+  EXPECT_EQ(QColor(shot.pixel(8, 8)), QColor(255, 255, 255));  // not a grid point
+  EXPECT_TRUE(test::SameBlock(before, d->record()->Image));
+  // Command 51 turns it off: no points drawn, the check mark follows.
+  frame->Command(CM_GRIDACTIVE);
+  EXPECT_FALSE(frame->action(CM_GRIDACTIVE)->isChecked());
+  EXPECT_EQ(QColor(d->view()->grab().toImage().pixel(8, 16)), QColor(255, 255, 255));
+}
+
+TEST_F(FrameTest, AttributesDialogChangesTheCanvas) {
+  DocumentWindow* d = NewDocument(0, 100, 100);
+  InsetSolidRectangle(d->record()->Image, RGB(9, 9, 9), RECT{50, 50, 100, 100});
+  SetDialogAnswerer([](QDialog& dlg) {
+    auto& box = static_cast<ImageAttributesBox&>(dlg);
+    EXPECT_EQ(box.colours()->text(), "16,777,216");
+    EXPECT_EQ(box.widthField()->value(), 100);
+    EXPECT_EQ(box.widthField()->maximum(), 32760);
+    box.widthField()->setValue(50);
+    box.heightField()->setValue(50);
+    box.anchorButton(ANCHOR_LOWERRIGHT)->click();
+    return true;
+  });
+  frame->Command(CM_ATTRIBUTES);
+  SetDialogAnswerer({});
+  const BITMAPINFOHEADER* h = LockDib(d->record()->Image);
+  ASSERT_EQ(h->biWidth, 50);
+  EXPECT_EQ(GetDibPixel(h, 0, 0), RGB(9, 9, 9));  // the lower right part stayed
+  EXPECT_TRUE(Enabled(CM_UNDO));
+  frame->Command(CM_UNDO);
+  EXPECT_EQ(LockDib(d->record()->Image)->biWidth, 100);
 }
 
 }  // namespace
