@@ -236,3 +236,24 @@ TEST(TextureLibrary, FieldsByKey) {
   EXPECT_TRUE(IsTextureFloatKey("dimension1"));
   EXPECT_FALSE(IsTextureFloatKey("SeedValue1"));
 }
+
+#include "fills/spin.h"
+
+TEST(SpinValue, LimitsFromTheSpinTextAndClamping) {
+  EXPECT_EQ(GetSpinValue("32,1024,64", "100"), 100);
+  EXPECT_EQ(GetSpinValue("32,1024,64", "5"), 32);
+  EXPECT_EQ(GetSpinValue("32,1024,64", "99999"), 1024);
+  EXPECT_EQ(GetSpinValue("-360,360,0", "-5"), 0);     // not unsigned: reads as 0
+  EXPECT_EQ(GetSpinValue("5,100,15", "abc"), 5);      // 0, clamped up
+  EXPECT_EQ(GetSpinValue("", "250"), 100);            // no text: 0..100
+  EXPECT_EQ(GetSpinValue(nullptr, "42"), 42);
+  EXPECT_EQ(GetSpinValue("0,255,0", "99999999999"), 0);
+  EXPECT_EQ(GetSpinValue("0,255,0", " 17 "), 17);
+  const SPINLIMITS s = ParseSpinText("1,32760,10000");
+  EXPECT_TRUE(s.hasRange && s.hasPosition);
+  EXPECT_EQ(s.maximum, 32760);
+  EXPECT_EQ(s.position, 10000);
+  const SPINLIMITS r = ParseSpinText("7,9");
+  EXPECT_TRUE(r.hasRange);
+  EXPECT_FALSE(r.hasPosition);
+}

@@ -309,3 +309,33 @@ TEST(StockContent, TilesAndTexturesAreWellFormed) {
   }
   for (bool s : seen) EXPECT_TRUE(s);
 }
+
+#include "files/imagefile.h"
+
+TEST(Matrix, DefaultTileFromTheDataFolder) {
+  TempDir dir;
+  const std::string savedPath = ApplicationPath, savedTile = MatrixDefaultTile;
+  std::snprintf(ApplicationPath, kSettingTextSize, "%s/", dir.path.c_str());
+  // A small paletted image is converted to true colour.
+  HDIB small = test::RandomDib(20, 10, 8, 3);
+  ASSERT_EQ(WriteImage((dir / "small.bmp").c_str(), small), 1);
+  std::snprintf(MatrixDefaultTile, kSettingTextSize, "%s", "small.bmp");
+  MATRIX m;
+  ASSERT_EQ(CreateDefaultMatrix(&m), 1);
+  const BITMAPINFOHEADER* h = LockDib(m.Tile);
+  EXPECT_EQ(h->biBitCount, 24);
+  EXPECT_EQ(h->biWidth, 20);
+  const BITMAPINFOHEADER* s = LockDib(small);
+  const BYTE* pal = DibPaletteEntries(s);
+  const std::uint32_t i = GetDibPixel(s, 4, 6);
+  EXPECT_EQ(GetDibPixel(h, 4, 6), RGB(pal[4 * i + 2], pal[4 * i + 1], pal[4 * i]));
+  // A large one is taken as it is, whatever its depth.
+  HDIB large = test::RandomDib(300, 4, 8, 4);
+  ASSERT_EQ(WriteImage((dir / "large.bmp").c_str(), large), 1);
+  std::snprintf(MatrixDefaultTile, kSettingTextSize, "%s", "large.bmp");
+  ASSERT_EQ(CreateDefaultMatrix(&m), 1);
+  EXPECT_EQ(LockDib(m.Tile)->biBitCount, 8);
+  EXPECT_EQ(LockDib(m.Tile)->biWidth, 300);
+  std::snprintf(ApplicationPath, kSettingTextSize, "%s", savedPath.c_str());
+  std::snprintf(MatrixDefaultTile, kSettingTextSize, "%s", savedTile.c_str());
+}
