@@ -1,0 +1,357 @@
+#include "tools/toolsession.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <vector>
+
+#include "frame/strings.h"
+#include "frame/view.h"
+#include "image/settings.h"
+
+namespace ochrel {
+
+// ---- Shared rules ----------------------------------------------------------------------
+
+bool IsPressTool(int tool) {
+  return tool == TOOL_RECTSELECT || tool == TOOL_LINE || tool == TOOL_RECTANGLE || tool == TOOL_ELLIPSE ||
+         tool == TOOL_TEXT;
+}
+bool IsStandingTool(int tool) { return tool >= 0 && tool < kToolCount && !IsPressTool(tool); }
+
+std::uint32_t CoverageBlend(std::uint32_t pixel, std::uint32_t colour, int m) {
+  std::uint32_t out = 0;
+  for (int shift = 0; shift < 24; shift += 8) {
+    int c = static_cast<int>((pixel >> shift) & 255), k = static_cast<int>((colour >> shift) & 255);
+    out |= static_cast<std::uint32_t>(BlendChannel(c, k, m)) << shift;
+  }
+  return out;
+}
+
+int GetLineAngle(POINT a, POINT b) {
+  long long dx = a.x - b.x, dy = a.y - b.y;
+  long long r = static_cast<long long>(std::sqrt(static_cast<double>(dx * dx + dy * dy)));
+  if (r == 0) return 0;
+  int v = static_cast<int>(dy * dy * 90 / (r * r));
+  if (b.x < a.x && b.y < a.y) return 180 - v;
+  if (b.x < a.x && b.y >= a.y) return 180 + v;
+  if (b.x >= a.x && b.y >= a.y) return 360 - v;
+  return v;
+}
+
+int& CurrentTool() {
+  static int tool = -1;
+  return tool;
+}
+
+void SetDocumentCursor(BLOCKSET* record, int tool) {
+  static const std::pair<int, int> cursors[] = {{0, 6008}, {1, 6022}, {2, 6023}, {12, 6012}, {13, 6011}, {16, 6010}};
+  for (const auto& [t, resource] : cursors)
+    if (t == tool) record->Cursor = resource;
+}
+
+// ---- The queue ----------------------------------------------------------------------------
+
+MessageQueue& MessageQueue::Instance() {
+  static MessageQueue queue;
+  return queue;
+}
+
+void MessageQueue::Post(const ToolMessage& m) {
+  queue_.push_back(m);
+  if (wakeup_ && queue_.size() == 1) wakeup_();
+}
+
+void MessageQueue::Drain() {
+  while (!queue_.empty()) {
+    ToolMessage m = queue_.front();
+    queue_.pop_front();
+    Deliver(m);
+  }
+}
+
+void MessageQueue::Forget(const ToolSession* tool) {
+  queue_.erase(std::remove_if(queue_.begin(), queue_.end(),
+                              [tool](const ToolMessage& m) { return m.receiver == RECV_TOOL && m.tool == tool; }),
+               queue_.end());
+}
+
+void MessageQueue::Forget(const DocumentTools* document) {
+  queue_.erase(std::remove_if(queue_.begin(), queue_.end(),
+                              [document](const ToolMessage& m) {
+                                return m.document == document && (m.receiver == RECV_TOOL || m.receiver == RECV_DOCUMENT);
+                              }),
+               queue_.end());
+}
+
+void MessageQueue::SetSink(Receiver receiver, Sink sink) { sinks_[receiver] = std::move(sink); }
+
+void MessageQueue::Deliver(const ToolMessage& m) {
+  switch (m.receiver) {
+    case RECV_TOOL: {
+      if (!m.document || m.document->session() != m.tool || !m.tool) return;
+      ToolSession* t = m.tool;
+      int x = static_cast<std::int16_t>(m.lParam & 0xFFFF), y = static_cast<std::int16_t>((m.lParam >> 16) & 0xFFFF);
+      unsigned keys = static_cast<unsigned>(m.wParam);
+      switch (m.message) {
+        case WM_LBUTTONDOWN: t->OnLButtonDown(x, y, keys); break;
+        case WM_MBUTTONDOWN: t->OnMButtonDown(x, y, keys); break;
+        case WM_RBUTTONDOWN: t->OnRButtonDown(x, y, keys); break;
+        case WM_LBUTTONUP: t->OnLButtonUp(x, y, keys); break;
+        case WM_MOUSEMOVE: t->OnMouseMove(x, y, keys); break;
+        case UM_REFRESH: t->OnRefresh(static_cast<unsigned>(m.lParam)); break;
+        default: t->OnMessage(m.message, m.wParam, m.lParam); break;
+      }
+      return;
+    }
+    case RECV_DOCUMENT:
+      if (m.document) m.document->OnDocumentMessage(m.message, m.wParam, m.lParam);
+      return;
+    default:
+      if (sinks_[m.receiver]) sinks_[m.receiver](m);
+      return;
+  }
+}
+
+// ---- Sessions -----------------------------------------------------------------------------
+
+void ToolSession::FitToLimitRect() {
+  if (document) window = document->GetLimitRect();
+}
+
+namespace {
+// Sessions ended inside their own handlers live until the event is over.
+std::vector<std::unique_ptr<ToolSession>>& Graveyard() {
+  static std::vector<std::unique_ptr<ToolSession>> dead;
+  return dead;
+}
+std::int64_t PackPoint(int x, int y) {
+  return static_cast<std::int64_t>((static_cast<std::uint32_t>(y & 0xFFFF) << 16) | static_cast<std::uint32_t>(x & 0xFFFF));
+}
+}  // namespace
+
+DocumentTools::~DocumentTools() {
+  if (session_) {
+    MessageQueue::Instance().Forget(session_.get());
+    if (record_) record_->ToolWindow = nullptr;
+    session_.reset();
+  }
+  MessageQueue::Instance().Forget(this);
+}
+
+std::function<void(int)>& DocumentTools::ToolboxCommand() {
+  static std::function<void(int)> command;
+  return command;
+}
+
+namespace {
+ToolFactory& FactoryOverride() {
+  static ToolFactory factory;
+  return factory;
+}
+}  // namespace
+
+void SetToolFactoryOverride(ToolFactory factory) { FactoryOverride() = std::move(factory); }
+
+std::unique_ptr<ToolSession> DocumentTools::Create(int tool, RECT window) {
+  auto s = FactoryOverride() ? FactoryOverride()(tool) : CreateToolSession(tool);
+  s->document = this;
+  s->window = window;
+  return s;
+}
+
+RECT DocumentTools::GetLimitRect() const {
+  RECT r{0, 0, host_->ClientWidth(), host_->ClientHeight()};
+  const BITMAPINFOHEADER* h = LockDib(record_->Image);
+  if (h) {
+    r.right = std::min(r.right, Zoom(record_, h->biWidth));
+    r.bottom = std::min(r.bottom, Zoom(record_, h->biHeight));
+  }
+  return r;
+}
+
+POINT DocumentTools::ImagePointOfView(int viewX, int viewY) const {
+  return POINT{UnZoom(record_, viewX) + host_->ScrollX(), UnZoom(record_, viewY) + host_->ScrollY()};
+}
+
+POINT DocumentTools::SnapPoint(POINT p) const {
+  if (!record_->GridActive || Zoom(record_, 100) < 100) return p;
+  auto snap = [](int v, int g) {
+    if (g <= 0) return v;  // a spacing of 0 has no lines to snap to
+    int lo = v - (((v % g) + g) % g), hi = lo + g;
+    return std::abs(v - lo) >= std::abs(hi - v) ? hi : lo;
+  };
+  int ox = Zoom(record_, host_->ScrollX()), oy = Zoom(record_, host_->ScrollY());
+  return POINT{snap(p.x + ox, Zoom(record_, record_->GridHorizontal)) - ox,
+               snap(p.y + oy, Zoom(record_, record_->GridVertical)) - oy};
+}
+
+int DocumentTools::PrepareToolFunction(int tool) {
+  if (!IsStandingTool(tool)) return 1;
+  if (!session_) {
+    session_ = Create(tool, RECT{0, 0, 1, 1});
+    record_->ToolWindow = session_.get();
+    session_->OnCreate(0, 0);
+    Send(UM_REFRESH, 0, 0);
+  } else {
+    DestroyToolParam();
+  }
+  return 1;
+}
+
+int DocumentTools::BeginToolFunction(int x, int y, int tool, unsigned flags) {
+  if (!record_) {
+    host_->ShowMessage(FetchString(IDS_BLOCK_ERROR));
+    return 0;
+  }
+  if (IsPressTool(tool)) {
+    if (session_) {
+      Send(UM_REFRESH, 0, flags);
+      DestroyToolParam();
+    } else {
+      session_ = Create(tool, RECT{x, y, x, y});
+      record_->ToolWindow = session_.get();
+      session_->OnCreate(x, y);
+      // The drag starts at once: the press reaches the new window after this handler.
+      Post(RECV_TOOL, WM_LBUTTONDOWN, MK_LBUTTON | (flags & 0xFF), PackPoint(0, 0));
+      CreateUndo(record_);
+      host_->UpdateMenuStates();
+      Send(UM_REFRESH, 0, flags);
+    }
+  } else if ((tool == TOOL_LASSO || tool == TOOL_WAND) && session_) {
+    Send(UM_ENDSELECTION);
+  }
+  return 1;
+}
+
+int DocumentTools::Unselect() {
+  if (!session_) return 0;
+  int t = session_->param.Tool;
+  if (t == TOOL_RECTSELECT || t == TOOL_TEXT) {
+    DestroyToolParam();
+    return 1;
+  }
+  if ((t == TOOL_LASSO || t == TOOL_WAND) && session_->param.Fragment) Send(UM_ENDSELECTION);
+  return 0;
+}
+
+void DocumentTools::DestroyToolParam() {
+  if (!session_) return;
+  std::unique_ptr<ToolSession> s = std::move(session_);
+  const int t = s->param.Tool;
+  const bool selectorOrText = t == TOOL_RECTSELECT || t == TOOL_LASSO || t == TOOL_WAND || t == TOOL_TEXT;
+  // Selectors and text commit while the document still names them.
+  if (!selectorOrText) record_->ToolWindow = nullptr;
+  s->Commit();
+  record_->ToolWindow = nullptr;
+  if (t == TOOL_SPRAYCAN || t == TOOL_AIRBRUSH) host_->StopTimer(s.get(), 3);
+  if ((selectorOrText || t == TOOL_LINE || t == TOOL_RECTANGLE || t == TOOL_ELLIPSE) && s->ChangesImage())
+    Post(RECV_DOCUMENT, UM_TOOLFINISHED);
+  if (capture_ == s.get()) {
+    capture_ = nullptr;
+    host_->ReleaseMouse();
+  }
+  MessageQueue::Instance().Forget(s.get());
+  host_->StatusText("");
+  Graveyard().push_back(std::move(s));
+}
+
+void DocumentTools::Send(int message, std::int64_t wParam, std::int64_t lParam) {
+  if (!session_) return;
+  MessageQueue::Instance().Deliver(ToolMessage{RECV_TOOL, this, session_.get(), message, wParam, lParam});
+}
+
+void DocumentTools::Post(Receiver receiver, int message, std::int64_t wParam, std::int64_t lParam) {
+  MessageQueue::Instance().Post(ToolMessage{receiver, this, receiver == RECV_TOOL ? session_.get() : nullptr, message,
+                                            wParam, lParam});
+}
+
+void DocumentTools::OnDocumentMessage(int message, std::int64_t, std::int64_t) {
+  if (message == UM_TOOLFINISHED) record_->Modified = 1;
+  if (message == UM_IMAGECHANGED || message == UM_TOOLFINISHED) host_->UpdateMenuStates();
+}
+
+void DocumentTools::MouseEvent(int event, int vx, int vy, unsigned keys) {
+  Graveyard().clear();
+  ToolSession* target = capture_;
+  if (!target && session_) {
+    const RECT& w = session_->window;
+    if (vx >= w.left && vx < w.right && vy >= w.top && vy < w.bottom) target = session_.get();
+  }
+  if (!target) {
+    if (event == WM_LBUTTONDOWN) BeginToolFunction(vx, vy, CurrentTool(), keys);
+    return;
+  }
+  const int x = vx - target->window.left, y = vy - target->window.top;
+  switch (event) {
+    case WM_LBUTTONDOWN: target->OnLButtonDown(x, y, keys); break;
+    case WM_LBUTTONUP: target->OnLButtonUp(x, y, keys); break;
+    case WM_LBUTTONDBLCLK: target->OnLButtonDblClk(x, y, keys); break;
+    case WM_RBUTTONDOWN: target->OnRButtonDown(x, y, keys); break;
+    case WM_MBUTTONDOWN: target->OnMButtonDown(x, y, keys); break;
+    case WM_MOUSEMOVE: target->OnMouseMove(x, y, keys); break;
+    default: break;
+  }
+}
+
+void DocumentTools::KeyEvent(int event, int key) {
+  Graveyard().clear();
+  if (!session_) return;
+  if (event == WM_KEYDOWN) session_->OnKeyDown(key);
+  else if (event == WM_CHAR) session_->OnChar(key);
+}
+
+void DocumentTools::TimerEvent(ToolSession* tool, int id) {
+  Graveyard().clear();
+  if (tool && tool == session_.get()) tool->OnTimer(id);
+}
+
+void DocumentTools::TakeColour(int vx, int vy, bool paper) {
+  POINT p = ImagePointOfView(vx, vy);
+  std::uint32_t value = GetDibPixel(LockDib(record_->Image), p.x, p.y);
+  if (value != NOPIXEL) {
+    value = AdjustPixel(record_, value);
+    (paper ? record_->PaperColour : record_->PaintColour) = value;
+  }
+  Post(RECV_STATUSBAR, UM_REFRESH);
+  const int code = paper ? COLOUR_PAPER : COLOUR_PAINT;
+  const auto v = static_cast<std::int64_t>(value == NOPIXEL ? -1 : static_cast<std::int64_t>(value));
+  Post(RECV_TOOL, UM_COLOURCHANGED, code, v);
+  Post(RECV_SETTINGS, UM_COLOURCHANGED, code, v);
+}
+
+void DocumentTools::FailSession(bool releaseFirst) {
+  if (releaseFirst && session_) session_->OnLButtonUp(0, 0, 0);
+  host_->ShowMessage(FetchString(IDS_MEMORY_ERROR));
+  DestroyToolParam();
+  if (ToolboxCommand()) ToolboxCommand()(0);
+}
+
+// ---- The toolbox side -------------------------------------------------------------------
+
+bool ChangeTool(DocumentTools* top, int tool) {
+  if (tool < 0 || tool >= kToolCount || tool == CurrentTool()) return false;
+  if (!top) return false;
+  BLOCKSET* r = top->record();
+  // Ends the standing tool; with none standing there is nothing to end.
+  if (top->session() && IsStandingTool(CurrentTool())) top->PrepareToolFunction(CurrentTool());
+  if (CurrentTool() != TOOL_EYEDROPPER) r->PreviousTool = CurrentTool();
+  r->Tool = tool;
+  top->Unselect();
+  SetDocumentCursor(r, tool);
+  top->PrepareToolFunction(tool);
+  CurrentTool() = tool;
+  top->Post(RECV_TOOLBOX, UM_SELECTTOOL, tool);
+  top->Post(RECV_SETTINGS, UM_REFRESH, 0, tool);
+  return true;
+}
+
+void SelectTool(DocumentTools* top, int tool) {
+  if (top) {
+    top->record()->Tool = tool;
+    SetDocumentCursor(top->record(), tool);
+  }
+  CurrentTool() = tool;
+}
+
+}  // namespace ochrel
