@@ -91,7 +91,8 @@ void gencraters(BITMAPINFOHEADER* h, COLORREF colour, long craters, double depth
           cz = std::max(cz, -10.0);
         cz = cz * depth;
         // The very centre always moves, so that even a shallow crater leaves a mark.
-        if (dx == 0.0 && dy == 0.0 && static_cast<long long>(cz) == 0) cz = cz < 0.0 ? -1.0 : 1.0;
+        // (|cz| < 1 is "truncates to 0", and stays false for a value that is no number.)
+        if (dx == 0.0 && dy == 0.0 && std::fabs(cz) < 1.0) cz = cz < 0.0 ? -1.0 : 1.0;
         const double roll =
             ((1.0 / (1.0 - std::min(0.9, cd))) * 0.09999999999999998 - 0.09999999999999998) * 1.1111111111111112;
         const double iroll = 1.0 - roll;

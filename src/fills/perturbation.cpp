@@ -56,12 +56,15 @@ void BuildOctaveWeights() {
 struct Knots {
   float k[6];
 };
+// Clamped to 0..1; a value that is no number (a damaged library) counts as 0.
+float Unit(float v) { return v >= 0.0f ? std::min(v, 1.0f) : 0.0f; }
+
 Knots MakeKnots(float a, float b, float c, float d) {
   Knots n;
-  n.k[1] = std::clamp(a, 0.0f, 1.0f);
-  n.k[2] = std::clamp(b, 0.0f, 1.0f);
-  n.k[3] = std::clamp(c, 0.0f, 1.0f);
-  n.k[4] = std::clamp(d, 0.0f, 1.0f);
+  n.k[1] = Unit(a);
+  n.k[2] = Unit(b);
+  n.k[3] = Unit(c);
+  n.k[4] = Unit(d);
   n.k[0] = 2 * n.k[1] - n.k[2];
   n.k[5] = 2 * n.k[4] - n.k[3];
   return n;
@@ -72,7 +75,7 @@ void MakeColours(BYTE (*colours)[3], const Knots* channel) {
     const float t = static_cast<float>(i * 0.00392156862745098);
     for (int c = 0; c < 3; ++c) {
       const float v = texture_detail::ColourSpline(t, channel[c].k) * 255;
-      colours[i][c] = static_cast<BYTE>(static_cast<int>(std::clamp(v, 0.0f, 255.0f)));
+      colours[i][c] = static_cast<BYTE>(v >= 0.0f ? static_cast<int>(std::min(v, 255.0f)) : 0);
     }
   }
 }
@@ -169,7 +172,7 @@ float FractalNoiseSum(float x, float y, float count) {
 }
 
 float ColourSpline(float x, const float* knots) {
-  x = std::clamp(x, 0.0f, 1.0f);
+  x = x >= 0.0f ? std::min(x, 1.0f) : 0.0f;
   x = x * 3;
   int span = std::min(static_cast<int>(x), 2);
   x = x - static_cast<float>(span);

@@ -475,3 +475,32 @@ TEST(Perturbation, NoiseTablesComeFromTheFirstTextureOfTheRun) {
   HDIB bubbly = CreateTexture(&b);
   EXPECT_FALSE(test::SameBlock(first, bubbly));
 }
+
+// A hand-edited library can hold any number, or none: every generator must
+// come back with a picture or nothing, never with undefined arithmetic.
+TEST(TextureHostile, NonsenseNumbersGiveSoundResults) {
+  const float bad[] = {std::nanf(""), INFINITY, -INFINITY, 1e30f, -1e30f};
+  for (float v : bad) {
+    for (int type = 0; type < 6; ++type) {
+      TEXTURE t = Texture(type, 24, 18);
+      t.MatrixSize = 32;
+      t.CreaterCount = 200;
+      t.Power1 = t.Power2 = t.Power3 = t.Power4 = v;
+      t.Dimension1 = t.Dimension3 = v;
+      t.CreaterDepth = v;
+      t.ColorRed1 = t.ColorGreen2 = t.ColorBlue3 = v;
+      t.BubblePower = v;
+      t.PerturbationPower = v;
+      HDIB dib = CreateTexture(&t);
+      if (dib) EXPECT_TRUE(PaddingClean(dib)) << type;
+    }
+  }
+  TEXTURE t = Texture(4, 30, 30);
+  t.CreaterCount = -5;
+  EXPECT_TRUE(CreateTexture(&t));
+  t.TextureType = 5;
+  t.BubbleCount = -3;
+  t.BubbleSize = -9;
+  t.MatrixSize = -100000;
+  EXPECT_TRUE(CreateTexture(&t));
+}
