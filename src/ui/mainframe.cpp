@@ -36,6 +36,7 @@
 #include "frame/services.h"
 #include "frame/strings.h"
 #include "image/settings.h"
+#include "ui/convertdialogs.h"
 #include "ui/documentwindow.h"
 #include "ui/icons.h"
 #include "ui/messages.h"
@@ -579,14 +580,21 @@ void MainFrame::DoConvert(int id) {
   if (!source || !source->record()->Image) return;
   // The converted image comes first; the source is left as it is.
   HDIB converted;
-  QApplication::setOverrideCursor(Qt::WaitCursor);
-  if (id == CM_TOTRUECOLOUR) converted = ConvertToTrueColour(source->record()->Image);
-  else if (id == CM_TOGREY) converted = ConvertToGrey(source->record()->Image);
-  QApplication::restoreOverrideCursor();
-  if (id == CM_TOPALETTE || id == CM_TOMONO) return;  // these ask first, in their own dialogs
-  if (!converted) {
-    DoMessage(this, FetchString(IDS_MEMORY_ERROR));
-    return;
+  if (id == CM_TOPALETTE || id == CM_TOMONO) {
+    // These ask first; a cancelled dialog opens nothing, and the dialog has
+    // already said "Memory error" when the conversion failed.
+    const HDIB& image = source->record()->Image;
+    converted = id == CM_TOPALETTE ? ConvertToPalette(this, image) : ConvertToMono(this, image);
+    if (!converted) return;
+  } else {
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    if (id == CM_TOTRUECOLOUR) converted = ConvertToTrueColour(source->record()->Image);
+    else if (id == CM_TOGREY) converted = ConvertToGrey(source->record()->Image);
+    QApplication::restoreOverrideCursor();
+    if (!converted) {
+      DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      return;
+    }
   }
   DocumentWindow* w = CreateNewTask(OpenPath);
   BLOCKSET* r = w->record();
