@@ -147,6 +147,10 @@ HDIB TgaDecode(ByteSpan data, bool infoOnly) {
     }
     int y = topFirst ? fy : h - 1 - fy;
     BYTE* row = DibRow(dib, y);
+    if (!rightToLeft && !alpha && (px == 1 || (px == 3 && outBits == 24))) {
+      std::memcpy(row, src, rowBytes);  // already our byte order
+      continue;
+    }
     for (int fx = 0; fx < w; ++fx) {
       int x = rightToLeft ? w - 1 - fx : fx;
       const std::uint8_t* q = src + static_cast<std::size_t>(fx) * px;
