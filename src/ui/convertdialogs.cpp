@@ -44,9 +44,10 @@ ConvertPreview::ConvertPreview(Maker maker, QWidget* parent) : QFrame(parent), m
 }
 
 void ConvertPreview::setBoxSize(QSize size) {
-  QMargins m = contentsMargins();
-  int frame = frameWidth();
-  setFixedSize(size.width() + m.left() + m.right() + 2 * frame, size.height() + m.top() + m.bottom() + 2 * frame);
+  // The style decides the frame's width, so measure it once polished.
+  ensurePolished();
+  QSize frame = this->size() - contentsRect().size();
+  setFixedSize(size + frame);
   Invalidate();
 }
 
@@ -62,6 +63,7 @@ void ConvertPreview::Make() {
   shown_ = QImage();
   offset_ = QPoint();
   QSize box = boxSize();
+  madeFor_ = box;
   if (box.isEmpty() || !maker_) return;
   int ox = 0, oy = 0;
   dib_ = maker_(box.width(), box.height(), &ox, &oy);
@@ -70,29 +72,26 @@ void ConvertPreview::Make() {
   offset_ = QPoint(ox, oy);
 }
 
+bool ConvertPreview::OutOfDate() const { return dirty_ || madeFor_ != boxSize(); }
+
 const HDIB& ConvertPreview::previewDib() {
-  if (dirty_) Make();
+  if (OutOfDate()) Make();
   return dib_;
 }
 
 QPoint ConvertPreview::previewOffset() {
-  if (dirty_) Make();
+  if (OutOfDate()) Make();
   return offset_;
 }
 
 void ConvertPreview::paintEvent(QPaintEvent* event) {
   QFrame::paintEvent(event);
-  if (dirty_) Make();
+  if (OutOfDate()) Make();
   if (shown_.isNull()) return;
   QPainter p(this);
   QRect r = contentsRect();
   p.setClipRect(r);
   p.drawImage(r.topLeft() + offset_, shown_);
-}
-
-void ConvertPreview::resizeEvent(QResizeEvent* event) {
-  QFrame::resizeEvent(event);
-  dirty_ = true;
 }
 
 // ---- ConvertBox -------------------------------------------------------------

@@ -43,13 +43,16 @@ class ConvertPreview : public QFrame {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
 
  private:
+  // Made again after a change, or when the box no longer has the size the
+  // kept image was fitted to.
+  bool OutOfDate() const;
   void Make();
 
   Maker maker_;
   bool dirty_ = true;
+  QSize madeFor_;
   int makes_ = 0;
   HDIB dib_;
   QImage shown_;
