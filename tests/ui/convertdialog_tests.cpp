@@ -117,6 +117,9 @@ TEST_F(ConvertDialogTest, MonoBoxTextsAndIds) {
   EXPECT_EQ(buddies["Contrast:"], "106");
   EXPECT_TRUE(box.buttons()->button(QDialogButtonBox::Ok)->isDefault());
   EXPECT_TRUE(box.buttons()->button(QDialogButtonBox::Help));
+  box.show();
+  EXPECT_EQ(box.focusWidget(), box.buttons()->button(QDialogButtonBox::Ok));
+  box.reject();
 }
 
 TEST_F(ConvertDialogTest, PaletteBoxTextsAndIds) {
@@ -278,6 +281,13 @@ TEST_F(ConvertDialogTest, EightPercentPreviewCentredInItsBox) {
   EXPECT_EQ(m->biWidth, 80);
   EXPECT_EQ(m->biHeight, 20);
   EXPECT_EQ(mono.preview()->previewOffset(), QPoint(0, 30));
+
+  // A strip so thin that it reduces to nothing in the box draws nothing.
+  HDIB strip = RampImage(1, 9000);
+  ConvertToPaletteBox thin(strip);
+  thin.preview()->setBoxSize(QSize(80, 80));
+  EXPECT_FALSE(thin.preview()->previewDib());
+  thin.preview()->grab();
 }
 
 TEST_F(ConvertDialogTest, PreviewRemadeOnlyWhenSomethingChanges) {
