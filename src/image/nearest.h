@@ -30,21 +30,27 @@ class NearestColour {
   int Find(int r, int g, int b) {
     const std::uint32_t key = static_cast<std::uint32_t>(r) | (static_cast<std::uint32_t>(g) << 8) |
                               (static_cast<std::uint32_t>(b) << 16);
-    if (table_) {
-      std::uint16_t* slot = reinterpret_cast<std::uint16_t*>(table_->data()) + key;
-      // Every writer stores the same value for a colour, so relaxed order is enough.
-      std::uint16_t v = __atomic_load_n(slot, __ATOMIC_RELAXED);
-      if (v) return v - 1;
-      int found = Search(r, g, b);
-      __atomic_store_n(slot, static_cast<std::uint16_t>(found + 1), __ATOMIC_RELAXED);
-      return found;
-    }
+    // A small cache that stays in the processor's cache answers most pixels
+    // of a photograph, whose neighbours are alike; the full table the rest.
     const std::uint32_t slot = (key * 2654435761u) >> (32 - kBits);
     if (keys_[slot] == key) return values_[slot];
-    int v = Search(r, g, b);
+    int found;
+    if (table_) {
+      std::uint16_t* entry = reinterpret_cast<std::uint16_t*>(table_->data()) + key;
+      // Every writer stores the same value for a colour, so relaxed order is enough.
+      std::uint16_t v = __atomic_load_n(entry, __ATOMIC_RELAXED);
+      if (v) {
+        found = v - 1;
+      } else {
+        found = Search(r, g, b);
+        __atomic_store_n(entry, static_cast<std::uint16_t>(found + 1), __ATOMIC_RELAXED);
+      }
+    } else {
+      found = Search(r, g, b);
+    }
     keys_[slot] = key;
-    values_[slot] = static_cast<BYTE>(v);
-    return v;
+    values_[slot] = static_cast<BYTE>(found);
+    return found;
   }
   // The plain scan over the palette in index order.
   int Scan(int r, int g, int b) const;
@@ -52,7 +58,7 @@ class NearestColour {
   int Search(int r, int g, int b) const;
 
  private:
-  static constexpr int kBits = 16;
+  static constexpr int kBits = 14;
   int count_;
   int wr_, wg_, wb_;
   int pr_[256], pg_[256], pb_[256];
