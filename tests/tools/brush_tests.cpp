@@ -1,0 +1,755 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+#include "frame/blockset.h"
+#include "image/settings.h"
+#include "test_images.h"
+#include "tools/airbrush.h"
+#include "tools/brushsettings.h"
+#include "tools/brushstamp.h"
+#include "tools/brushstroke.h"
+
+namespace ochrel {
+namespace {
+
+int Px(const HDIB& dib, int x, int y) { return static_cast<int>(GetDibPixel(LockDib(dib), x, y)); }
+int Width(const HDIB& dib) { return LockDib(dib)->biWidth; }
+int Height(const HDIB& dib) { return LockDib(dib)->biHeight; }
+
+BLOCKSET Document(HDIB image, int tool = TOOL_BRUSH) {
+  BLOCKSET d;
+  CreateNewFile(&d);
+  d.Image = std::move(image);
+  SetImageType(&d);
+  d.Tool = tool;
+  return d;
+}
+
+HDIB Blank(int w, int h, COLORREF colour, int type = 0) {
+  NEWFILEPARAM p;
+  p.width = w;
+  p.depth = h;
+  p.type = type;
+  p.colour = colour;
+  return CreateNewImage(p);
+}
+
+// A stamp drawn by hand: values given row by row from the top.
+HDIB HandStamp(int w, int h, const std::vector<int>& values) {
+  BYTE grey[768];
+  GetDefaultPalette(grey, nullptr, 10);
+  HDIB s = CreateDib(w, h, grey, 8);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) PutDibPixel(LockDib(s), x, y, static_cast<std::uint32_t>(values[y * w + x]));
+  return s;
+}
+
+// Bounding box of the stamp's non-zero pixels (right, bottom exclusive).
+RECT Extent(const HDIB& s) {
+  RECT r{Width(s), Height(s), 0, 0};
+  for (int y = 0; y < Height(s); ++y)
+    for (int x = 0; x < Width(s); ++x)
+      if (Px(s, x, y)) {
+        r.left = std::min(r.left, x);
+        r.top = std::min(r.top, y);
+        r.right = std::max(r.right, x + 1);
+        r.bottom = std::max(r.bottom, y + 1);
+      }
+  return r;
+}
+
+int MaxValue(const HDIB& s) {
+  int m = 0;
+  for (int y = 0; y < Height(s); ++y)
+    for (int x = 0; x < Width(s); ++x) m = std::max(m, Px(s, x, y));
+  return m;
+}
+
+// ---- Stamps ---------------------------------------------------------------------
+
+TEST(BrushStamp, SmallThicknessesAreFilledSquaresWhateverShapeAndType) {
+  BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255)));
+  d.Opacity = 200;
+  for (int t = 1; t <= 3; ++t)
+    for (int shape : {0, 1})
+      for (int type : {0, 1}) {
+        d.BrushThickness = t;
+        d.BrushShape = shape;
+        d.BrushSoftness = 50;
+        HDIB s = CreateSoftBrush(d, 0, StampForeground(d.Opacity), type);
+        ASSERT_TRUE(s);
+        ASSERT_EQ(Width(s), t + 4);
+        ASSERT_EQ(Height(s), t + 4);
+        for (int y = 0; y < t + 4; ++y)
+          for (int x = 0; x < t + 4; ++x) {
+            const bool inside = x >= 2 && x < 2 + t && y >= 2 && y < 2 + t;
+            ASSERT_EQ(Px(s, x, y), inside ? 200 : 0) << "t " << t << " at " << x << "," << y;
+          }
+      }
+}
+
+TEST(BrushStamp, SoftStampsAreSymmetricWithTheOpacityAtTheirCore) {
+  BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255)));
+  d.Opacity = 173;
+  for (int t : {5, 6, 7, 8, 9, 10, 12, 16, 23, 32, 47, 64})
+    for (int softness : {1, 20, 50, 80, 100})
+      for (int shape : {0, 1}) {
+        d.BrushThickness = t;
+        d.BrushSoftness = softness;
+        d.BrushShape = shape;
+        HDIB s = CreateSoftBrush(d, 0, StampForeground(d.Opacity), 0);
+        ASSERT_TRUE(s);
+        const int w = Width(s);
+        ASSERT_EQ(w, t + 4);
+        for (int y = 0; y < w; ++y)
+          for (int x = 0; x < w; ++x) {
+            const int v = Px(s, x, y);
+            ASSERT_EQ(v, Px(s, w - 1 - x, y)) << "t " << t << " s " << softness << " shape " << shape;
+            ASSERT_EQ(v, Px(s, x, w - 1 - y)) << "t " << t << " s " << softness << " shape " << shape;
+            ASSERT_EQ(v, Px(s, y, x)) << "t " << t << " s " << softness << " shape " << shape;
+          }
+        // Nothing beyond the opacity. Once the innermost ring is wide enough to
+        // hold a 3 by 3 block (5 pixels: from 23 up at softness 20 and more;
+        // at softness 1 the ramp leaves only 4), the blur keeps its middle at
+        // the opacity.
+        const int top = MaxValue(s);
+        ASSERT_LE(top, 173);
+        if (t >= 23 && softness >= 20) {
+          ASSERT_EQ(top, 173) << "t " << t << " s " << softness;
+        }
+        ASSERT_EQ(Px(s, w / 2, w / 2), top);
+        // The outermost ring is the background level; the blur spreads the
+        // next one by a pixel, back to the shape's T pixels.
+        ASSERT_EQ(Extent(s), (RECT{2, 2, w - 2, w - 2})) << "t " << t << " s " << softness;
+      }
+}
+
+TEST(BrushStamp, SofterStampsRampLonger) {
+  // The solid core widens with the softness setting: count the pixels at full
+  // opacity along the middle row.
+  BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255)));
+  d.Opacity = 255;
+  d.BrushThickness = 64;
+  auto core = [&](int softness) {
+    d.BrushSoftness = softness;
+    HDIB s = CreateSoftBrush(d, 0, StampForeground(255), 0);
+    int n = 0;
+    for (int x = 0; x < Width(s); ++x) n += Px(s, x, 34) == 255;
+    return n;
+  };
+  const int c1 = core(1), c50 = core(50), c100 = core(100);
+  EXPECT_LT(c1, c50);
+  EXPECT_LT(c50, c100);
+  // At 100 there are the minimum of 8 one-pixel rings, the last of them the
+  // foreground: a core 64 - 2 * 7 wide before the blur, which eats one pixel
+  // on each side.
+  EXPECT_EQ(c100, 64 - 2 * 7 - 2);
+}
+
+TEST(BrushStamp, HardTypeIsOneShapeAtTheOpacity) {
+  BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255)));
+  d.Opacity = 90;
+  d.BrushThickness = 20;
+  d.BrushShape = 1;
+  HDIB square = CreateSoftBrush(d, 0, StampForeground(90), 1);
+  EXPECT_EQ(Extent(square), (RECT{2, 2, 22, 22}));
+  for (int y = 2; y < 22; ++y)
+    for (int x = 2; x < 22; ++x) ASSERT_EQ(Px(square, x, y), 90);
+  d.BrushShape = 0;
+  HDIB round = CreateSoftBrush(d, 0, StampForeground(90), 1);
+  EXPECT_EQ(Extent(round), (RECT{2, 2, 22, 22}));
+  EXPECT_EQ(Px(round, 2, 2), 0);     // corners cut
+  EXPECT_EQ(Px(round, 2, 12), 90);   // edges touched
+  EXPECT_EQ(Px(round, 12, 12), 90);
+  for (int y = 0; y < 24; ++y)
+    for (int x = 0; x < 24; ++x) ASSERT_TRUE(Px(round, x, y) == 0 || Px(round, x, y) == 90);
+}
+
+TEST(BrushStamp, PalettedAndMonoImagesGetHardStamps) {
+  for (int type : {2, 3}) {
+    BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255), type));
+    ASSERT_EQ(d.ImageType, type);
+    d.Opacity = 255;
+    d.BrushThickness = 16;
+    d.BrushShape = 1;
+    HDIB s = CreateSoftBrush(d, 0, StampForeground(255), 0);
+    EXPECT_EQ(Extent(s), (RECT{2, 2, 18, 18}));
+    EXPECT_EQ(Px(s, 2, 2), 255);  // a blurred corner would be weaker
+  }
+}
+
+TEST(BrushStamp, SettingsRowFollowsTheTool) {
+  BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255)));
+  d.BrushThickness = 10;
+  d.EraserBrushThickness = 11;
+  d.AirBrushThickness = 12;
+  d.UndoThickness = 13;
+  const std::pair<int, int> expect[] = {{TOOL_BRUSH, 10}, {TOOL_PEN, 10},     {TOOL_ERASER, 11},
+                                        {TOOL_AIRBRUSH, 12}, {TOOL_LOCALUNDO, 13}};
+  for (auto [tool, thickness] : expect) {
+    d.Tool = tool;
+    HDIB s = CreateSoftBrush(d, 0, StampForeground(255), 0);
+    EXPECT_EQ(Width(s), thickness + 4) << "tool " << tool;
+  }
+  // The settings window's sample: black on white.
+  d.Tool = TOOL_BRUSH;
+  d.BrushThickness = 16;
+  HDIB sample = CreateSoftBrush(d, RGB(255, 255, 255), RGB(0, 0, 0), 0);
+  EXPECT_EQ(Px(sample, 0, 0), 255);
+  int darkest = 255;
+  for (int y = 0; y < 20; ++y)
+    for (int x = 0; x < 20; ++x) darkest = std::min(darkest, Px(sample, x, y));
+  EXPECT_EQ(Px(sample, 10, 10), darkest);
+  EXPECT_LT(darkest, 64);
+}
+
+TEST(BrushStamp, HardStampFlatnessAndShape) {
+  BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255)), TOOL_PEN);
+  d.Opacity = 255;
+  d.HardBrushAngle = 0;
+  // Square, flat 0: T by T.
+  d.HardBrushThickness = 10;
+  d.HardBrushShape = 1;
+  d.HardBrushFlat = 0;
+  EXPECT_EQ(Extent(CreateHardBrush(d, 0, StampForeground(255))), (RECT{2, 2, 12, 12}));
+  // Flat 50 at T 16: h = 50 * 19 / 100 = 9, off = 5, rows 7 to 12.
+  d.HardBrushThickness = 16;
+  d.HardBrushFlat = 50;
+  EXPECT_EQ(Extent(CreateHardBrush(d, 0, StampForeground(255))), (RECT{2, 7, 18, 13}));
+  // The flattest pen is still one pixel high, in the middle row.
+  for (int t : {1, 2, 5, 16, 64})
+    for (int shape : {0, 1}) {
+      d.HardBrushThickness = t;
+      d.HardBrushShape = shape;
+      d.HardBrushFlat = 100;
+      HDIB s = CreateHardBrush(d, 0, StampForeground(255));
+      ASSERT_EQ(Width(s), t + 4);
+      const RECT e = Extent(s);
+      EXPECT_EQ(e.bottom - e.top, 1) << "t " << t << " shape " << shape;
+      EXPECT_EQ(e.top, (t + 4) / 2) << "t " << t;
+      EXPECT_EQ(e.right - e.left, t) << "t " << t;
+    }
+  // Pens of 1 and 2 are squares even when round.
+  d.HardBrushShape = 0;
+  d.HardBrushFlat = 0;
+  d.HardBrushThickness = 2;
+  HDIB two = CreateHardBrush(d, 0, StampForeground(255));
+  EXPECT_EQ(Extent(two), (RECT{2, 2, 4, 4}));
+  EXPECT_EQ(Px(two, 2, 2), 255);
+}
+
+TEST(BrushStamp, HardStampRotation) {
+  BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255)), TOOL_PEN);
+  d.Opacity = 255;
+  d.HardBrushThickness = 16;
+  // Round with flatness 0 ignores the angle altogether.
+  d.HardBrushShape = 0;
+  d.HardBrushFlat = 0;
+  d.HardBrushAngle = 0;
+  HDIB upright = CreateHardBrush(d, 0, StampForeground(255));
+  for (int angle : {33, 90, 200, 359}) {
+    d.HardBrushAngle = angle;
+    EXPECT_TRUE(test::SameBlock(CreateHardBrush(d, 0, StampForeground(255)), upright)) << angle;
+  }
+  // A flat pen turned by a right angle stands upright: 16 wide, 6 high becomes
+  // 6 wide, 16 high, in a stamp of the same size.
+  d.HardBrushShape = 1;
+  d.HardBrushFlat = 50;
+  d.HardBrushAngle = 90;
+  HDIB turned = CreateHardBrush(d, 0, StampForeground(255));
+  ASSERT_EQ(Width(turned), 20);
+  const RECT e = Extent(turned);
+  EXPECT_EQ(e.right - e.left, 6);
+  EXPECT_EQ(e.bottom - e.top, 16);
+  d.HardBrushAngle = 180;
+  EXPECT_EQ(Extent(CreateHardBrush(d, 0, StampForeground(255))).bottom -
+                Extent(CreateHardBrush(d, 0, StampForeground(255))).top,
+            6);
+  // 0 and 360 leave it; any other angle turns it freely into a bigger stamp.
+  d.HardBrushAngle = 0;
+  HDIB flat0 = CreateHardBrush(d, 0, StampForeground(255));
+  d.HardBrushAngle = 360;
+  EXPECT_TRUE(test::SameBlock(CreateHardBrush(d, 0, StampForeground(255)), flat0));
+  d.HardBrushAngle = 45;
+  HDIB free = CreateHardBrush(d, 0, StampForeground(255));
+  ASSERT_TRUE(free);
+  EXPECT_GT(Width(free), 20);
+  EXPECT_EQ(MaxValue(free), 255);
+}
+
+TEST(BrushStamp, DamagedSettingsStillGiveSaneStamps) {
+  BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255)));
+  d.BrushThickness = -7;
+  d.BrushSoftness = 1000;
+  HDIB s = CreateSoftBrush(d, 0, StampForeground(255), 0);
+  ASSERT_TRUE(s);
+  EXPECT_EQ(Width(s), 5);
+  d.BrushThickness = 1 << 30;
+  s = CreateSoftBrush(d, 0, StampForeground(255), 0);
+  ASSERT_TRUE(s);
+  EXPECT_EQ(Width(s), kMaxStampThickness + 4);
+  d.Tool = TOOL_PEN;
+  d.HardBrushThickness = 0;
+  d.HardBrushFlat = -50;
+  ASSERT_TRUE(CreateHardBrush(d, 0, StampForeground(255)));
+}
+
+TEST(BrushStamp, OutOfMemoryGivesNull) {
+  BLOCKSET d = Document(Blank(8, 8, RGB(255, 255, 255)));
+  d.BrushThickness = 64;
+  SetAllocationLimit(1000);
+  EXPECT_FALSE(CreateSoftBrush(d, 0, StampForeground(255), 0));
+  d.Tool = TOOL_PEN;
+  d.HardBrushThickness = 64;
+  EXPECT_FALSE(CreateHardBrush(d, 0, StampForeground(255)));
+  SetAllocationLimit(0);
+}
+
+// ---- The line of stamps ------------------------------------------------------------
+
+std::vector<POINT> Steps(POINT a, POINT b) {
+  std::vector<POINT> out;
+  StepBrushLine(a, b, [&](int x, int y) { out.push_back({x, y}); });
+  return out;
+}
+
+TEST(BrushLine, StepsOnePixelApartWithBothEnds) {
+  EXPECT_EQ(Steps({0, 0}, {4, 2}), (std::vector<POINT>{{0, 0}, {1, 0}, {2, 1}, {3, 1}, {4, 2}}));
+  // Oblique lines run from their lower end along the major axis.
+  EXPECT_EQ(Steps({4, 2}, {0, 0}), (std::vector<POINT>{{0, 0}, {1, 0}, {2, 1}, {3, 1}, {4, 2}}));
+  EXPECT_EQ(Steps({3, 0}, {0, 6}), (std::vector<POINT>{{3, 0}, {3, 1}, {2, 2}, {2, 3}, {1, 4}, {1, 5}, {0, 6}}));
+  // Straight lines run in the direction of travel.
+  EXPECT_EQ(Steps({2, 5}, {2, 1}), (std::vector<POINT>{{2, 5}, {2, 4}, {2, 3}, {2, 2}, {2, 1}}));
+  EXPECT_EQ(Steps({3, 7}, {1, 7}), (std::vector<POINT>{{3, 7}, {2, 7}, {1, 7}}));
+  EXPECT_EQ(Steps({9, 9}, {9, 9}), (std::vector<POINT>{{9, 9}}));
+
+  std::mt19937 rng(7);
+  std::uniform_int_distribution<int> coord(-50, 50);
+  for (int k = 0; k < 500; ++k) {
+    const POINT a{coord(rng), coord(rng)}, b{coord(rng), coord(rng)};
+    const auto s = Steps(a, b);
+    ASSERT_EQ(static_cast<int>(s.size()), std::max(std::abs(a.x - b.x), std::abs(a.y - b.y)) + 1);
+    ASSERT_TRUE((s.front() == a && s.back() == b) || (s.front() == b && s.back() == a));
+    for (std::size_t i = 1; i < s.size(); ++i) {
+      ASSERT_LE(std::abs(s[i].x - s[i - 1].x), 1);
+      ASSERT_LE(std::abs(s[i].y - s[i - 1].y), 1);
+    }
+  }
+}
+
+// ---- Strokes -------------------------------------------------------------------------
+
+// What a stroke must leave, worked out pixel by pixel from the rule: each pixel
+// takes the strongest stamp value over all stamp positions and is blended once
+// from its original value.
+HDIB ExpectedStroke(const HDIB& original, const HDIB& stamp, const std::vector<POINT>& centres, std::uint32_t colour) {
+  HDIB out = DuplicateObject(original);
+  BITMAPINFOHEADER* o = LockDib(out);
+  const int W = o->biWidth, H = o->biHeight, w = Width(stamp), h = Height(stamp);
+  std::vector<int> best(static_cast<std::size_t>(W) * H, 0);
+  for (POINT c : centres)
+    for (int j = 0; j < h; ++j)
+      for (int i = 0; i < w; ++i) {
+        const int x = c.x - w / 2 + i, y = c.y - h / 2 + j;
+        if (x < 0 || y < 0 || x >= W || y >= H) continue;
+        int& b = best[static_cast<std::size_t>(y) * W + x];
+        b = std::max(b, Px(stamp, i, j));
+      }
+  for (int y = 0; y < H; ++y)
+    for (int x = 0; x < W; ++x) {
+      const int m = best[static_cast<std::size_t>(y) * W + x];
+      if (!m) continue;
+      const std::uint32_t p = GetDibPixel(o, x, y);
+      std::uint32_t v = 0;
+      for (int c = 0; c < 3; ++c)
+        v |= static_cast<std::uint32_t>(CoverageBlend((p >> (8 * c)) & 255, (colour >> (8 * c)) & 255, m)) << (8 * c);
+      v |= p & 0xFF000000u;
+      PutDibPixel(o, x, y, v);
+    }
+  return out;
+}
+
+bool Inside(RECT r, int x, int y) { return x >= r.left && x < r.right && y >= r.top && y < r.bottom; }
+RECT Union(RECT a, RECT b) {
+  if (a.left >= a.right) return b;
+  if (b.left >= b.right) return a;
+  return RECT{std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right),
+              std::max(a.bottom, b.bottom)};
+}
+
+TEST(BrushStroke, MatchesTheStrongestStampRuleOnEveryBlendingDepth) {
+  // Random images, a soft stamp, a path that crosses itself and runs off every
+  // edge; true colour at 24 and 32 bits and grey.
+  struct Case {
+    int bits, palette;
+    std::uint32_t colour;
+  };
+  for (Case c : {Case{24, 8, RGB(250, 20, 130)}, Case{32, 8, RGB(3, 200, 77)}, Case{8, 10, 0x5A}}) {
+    BLOCKSET d = Document(test::RandomDib(61, 47, c.bits, 11u + c.bits, c.palette));
+    ASSERT_EQ(d.ImageType, c.bits == 8 ? IMAGE_GREY : IMAGE_TRUECOLOUR);
+    HDIB original = DuplicateObject(d.Image);
+    d.Opacity = 211;
+    d.BrushThickness = 13;
+    d.BrushSoftness = 30;
+    HDIB stamp = CreateSoftBrush(d, 0, StampForeground(d.Opacity), 0);
+    BrushStroke stroke(d, stamp);
+    stroke.SetColour(c.colour);
+    const std::vector<POINT> path = {{-5, 3}, {30, 20}, {70, 10}, {40, 52}, {20, 20}, {50, 25}, {2, 44}};
+    std::vector<POINT> centres = {path[0]};
+    auto pressed = stroke.Press(path[0]);
+    ASSERT_TRUE(pressed);
+    RECT changed = *pressed;
+    for (std::size_t i = 1; i < path.size(); ++i) {
+      changed = Union(changed, stroke.LineTo(path[i]));
+      StepBrushLine(path[i - 1], path[i], [&](int x, int y) { centres.push_back({x, y}); });
+    }
+    EXPECT_EQ(stroke.LastPoint(), path.back());
+    stroke.Release();
+    HDIB expected = ExpectedStroke(original, stamp, centres, c.colour);
+    ASSERT_TRUE(test::SameBlock(d.Image, expected)) << c.bits << " bits";
+    for (int y = 0; y < 47; ++y)
+      for (int x = 0; x < 61; ++x)
+        if (Px(original, x, y) != Px(d.Image, x, y)) {
+          ASSERT_TRUE(Inside(changed, x, y)) << x << "," << y;
+        }
+    EXPECT_GE(changed.left, 0);
+    EXPECT_LE(changed.right, 61);
+  }
+}
+
+TEST(BrushStroke, OverItselfAtHalfOpacityStaysAtHalfStrength) {
+  BLOCKSET d = Document(Blank(80, 60, RGB(255, 255, 255)));
+  d.PaintColour = RGB(0, 0, 0);
+  d.Opacity = 128;
+  d.BrushThickness = 12;
+  d.BrushType = 1;
+  HDIB stamp = CreateSoftBrush(d, 0, StampForeground(d.Opacity), d.BrushType);
+  BrushStroke stroke(d, stamp);
+  ASSERT_TRUE(stroke.Press({20, 30}));
+  for (int k = 0; k < 5; ++k) {
+    stroke.LineTo({60, 30});
+    stroke.LineTo({40, 10});
+    stroke.LineTo({20, 30});
+  }
+  stroke.Release();
+  // 255 * 127 / 255 + 0: every touched pixel is 127, however often crossed.
+  int touched = 0;
+  for (int y = 0; y < 60; ++y)
+    for (int x = 0; x < 80; ++x) {
+      const int p = Px(d.Image, x, y);
+      ASSERT_TRUE(p == 0xFFFFFF || p == 0x7F7F7F) << x << "," << y << " " << std::hex << p;
+      touched += p == 0x7F7F7F;
+    }
+  EXPECT_GT(touched, 500);
+  // A new stroke starts from the image as it is now, so it does darken.
+  ASSERT_TRUE(stroke.Press({40, 30}));
+  stroke.Release();
+  EXPECT_EQ(Px(d.Image, 40, 30), 0x3F3F3F);  // 127 * 127 / 255
+}
+
+TEST(BrushStroke, BlendStartsFromThePressTimeCopy) {
+  // Two stamps: a weak one, then a stronger one over it. The second blend must
+  // replace the first, from the original pixel, not add to it.
+  BLOCKSET d = Document(Blank(10, 10, RGB(200, 100, 50)));
+  HDIB stamp = HandStamp(1, 1, {60});
+  BrushStroke stroke(d, stamp);
+  stroke.SetColour(RGB(0, 250, 10));
+  ASSERT_TRUE(stroke.Press({4, 4}));
+  const COLORREF weak = RGB(CoverageBlend(200, 0, 60), CoverageBlend(100, 250, 60), CoverageBlend(50, 10, 60));
+  EXPECT_EQ(static_cast<COLORREF>(Px(d.Image, 4, 4)), weak);
+  stamp = HandStamp(1, 1, {200});  // rebuilt in its slot, as the airbrush does
+  stroke.Dab({4, 4});
+  EXPECT_EQ(static_cast<COLORREF>(Px(d.Image, 4, 4)),
+            RGB(CoverageBlend(200, 0, 200), CoverageBlend(100, 250, 200), CoverageBlend(50, 10, 200)));
+  // A weaker stamp after a stronger one leaves the pixel.
+  const int now = Px(d.Image, 4, 4);
+  stamp = HandStamp(1, 1, {100});
+  stroke.Dab({4, 4});
+  EXPECT_EQ(Px(d.Image, 4, 4), now);
+}
+
+TEST(BrushStroke, StampPartlyOutsidePaintsOnlyInside) {
+  BLOCKSET d = Document(Blank(5, 4, RGB(255, 255, 255)));
+  d.PaintColour = RGB(0, 0, 0);
+  HDIB stamp = HandStamp(9, 9, std::vector<int>(81, 255));
+  BrushStroke stroke(d, stamp);
+  // Centre at the top-left corner: the stamp covers (-4..4, -4..4).
+  auto r = stroke.Press({0, 0});
+  ASSERT_TRUE(r);
+  EXPECT_EQ(*r, (RECT{0, 0, 5, 4}));
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 5; ++x) EXPECT_EQ(Px(d.Image, x, y), 0);
+  stroke.Release();
+  // Wholly outside: nothing, and an empty rectangle.
+  BLOCKSET e = Document(Blank(20, 20, RGB(255, 255, 255)));
+  HDIB untouched = DuplicateObject(e.Image);
+  BrushStroke far(e, stamp);
+  auto r2 = far.Press({100, 5});
+  ASSERT_TRUE(r2);
+  EXPECT_EQ(*r2, RECT{});
+  EXPECT_EQ(far.LineTo({-30, -30}), RECT{});
+  EXPECT_TRUE(test::SameBlock(e.Image, untouched));
+  // Half over the right edge: only the inside part changes.
+  BLOCKSET g = Document(Blank(20, 20, RGB(255, 255, 255)));
+  g.PaintColour = RGB(0, 0, 0);
+  BrushStroke edge(g, stamp);
+  auto r3 = edge.Press({19, 10});
+  ASSERT_TRUE(r3);
+  EXPECT_EQ(*r3, (RECT{15, 6, 20, 15}));
+  int black = 0;
+  for (int y = 0; y < 20; ++y)
+    for (int x = 0; x < 20; ++x) black += Px(g.Image, x, y) == 0;
+  EXPECT_EQ(black, 5 * 9);
+}
+
+TEST(BrushStroke, ScrollAtThePressShiftsTheWholeStroke) {
+  BLOCKSET d = Document(Blank(40, 40, RGB(255, 255, 255)));
+  d.PaintColour = RGB(0, 0, 0);
+  HDIB stamp = HandStamp(1, 1, {255});
+  BrushStroke stroke(d, stamp);
+  auto r = stroke.Press({1, 2}, {10, 20});
+  ASSERT_TRUE(r);
+  EXPECT_EQ(*r, (RECT{11, 22, 12, 23}));
+  EXPECT_EQ(stroke.LineTo({3, 2}), (RECT{11, 22, 14, 23}));
+  EXPECT_EQ(Px(d.Image, 13, 22), 0);
+  EXPECT_EQ(Px(d.Image, 3, 2), 0xFFFFFF);
+}
+
+TEST(BrushStroke, PalettedAndMonoImagesSetTheColourAtHalfStrength) {
+  // Values of 128 and more paint the colour index; less leaves the pixel.
+  HDIB stamp = HandStamp(4, 1, {0, 127, 128, 255});
+  for (int bits : {8, 4, 1}) {
+    BYTE palette[768];
+    GetDefaultPalette(palette, nullptr, bits == 1 ? 0 : 8);
+    HDIB img = CreateDib(8, 3, palette, bits);
+    BLOCKSET d = Document(std::move(img));
+    ASSERT_EQ(d.ImageType, bits == 1 ? IMAGE_MONO : IMAGE_PALETTED);
+    const std::uint32_t colour = bits == 1 ? 1 : (bits == 4 ? 9 : 201);
+    d.PaintColour = colour;
+    BrushStroke stroke(d, stamp);
+    ASSERT_TRUE(stroke.Press({3, 1}));  // stamp columns 1..4
+    stroke.LineTo({3, 1});
+    stroke.Release();
+    for (int x = 0; x < 8; ++x) {
+      const std::uint32_t want = (x == 3 || x == 4) ? colour : 0;
+      EXPECT_EQ(GetDibPixel(LockDib(d.Image), x, 1), want) << bits << " bits, x " << x;
+      EXPECT_EQ(GetDibPixel(LockDib(d.Image), x, 0), 0u);
+    }
+  }
+  // A soft brush on a paletted image is hard: no pixel takes a blend of indexes.
+  BYTE palette[768];
+  GetDefaultPalette(palette, nullptr, 8);
+  BLOCKSET d = Document(CreateDib(40, 40, palette, 8));
+  d.PaintColour = 77;
+  d.Opacity = 255;
+  d.BrushThickness = 20;
+  d.BrushType = 0;
+  HDIB soft = CreateSoftBrush(d, 0, StampForeground(d.Opacity), d.BrushType);
+  BrushStroke stroke(d, soft);
+  ASSERT_TRUE(stroke.Press({20, 20}));
+  for (int y = 0; y < 40; ++y)
+    for (int x = 0; x < 40; ++x) ASSERT_TRUE(Px(d.Image, x, y) == 0 || Px(d.Image, x, y) == 77);
+  // At an opacity under 128 it paints nothing at all.
+  d.Opacity = 127;
+  HDIB weak = CreateSoftBrush(d, 0, StampForeground(d.Opacity), 0);
+  HDIB before = DuplicateObject(d.Image);
+  BrushStroke faint(d, weak);
+  ASSERT_TRUE(faint.Press({5, 5}));
+  faint.LineTo({35, 30});
+  EXPECT_TRUE(test::SameBlock(d.Image, before));
+}
+
+TEST(BrushStroke, EraserPaintsThePaperColour) {
+  BLOCKSET d = Document(Blank(30, 30, RGB(0, 0, 0)), TOOL_ERASER);
+  d.PaintColour = RGB(255, 0, 0);
+  d.PaperColour = RGB(10, 220, 30);
+  d.Opacity = 255;
+  d.EraserBrushThickness = 6;
+  d.EraserBrushType = 1;
+  HDIB stamp = CreateSoftBrush(d, 0, StampForeground(d.Opacity), d.EraserBrushType);
+  EXPECT_EQ(GetBrushColour(d), d.PaperColour);
+  BrushStroke stroke(d, stamp);
+  ASSERT_TRUE(stroke.Press({15, 15}));
+  EXPECT_EQ(static_cast<COLORREF>(Px(d.Image, 15, 15)), RGB(10, 220, 30));
+  d.Tool = TOOL_BRUSH;
+  EXPECT_EQ(GetBrushColour(d), d.PaintColour);
+}
+
+TEST(BrushStroke, FailuresLeaveTheImageAlone) {
+  BLOCKSET d = Document(Blank(300, 200, RGB(255, 255, 255)));
+  HDIB before = DuplicateObject(d.Image);
+  HDIB stamp = HandStamp(3, 3, std::vector<int>(9, 255));
+  BrushStroke stroke(d, stamp);
+  SetAllocationLimit(10000);  // the image is 180 KB: no room for the stroke's buffers
+  EXPECT_FALSE(stroke.Press({10, 10}));
+  SetAllocationLimit(0);
+  EXPECT_FALSE(stroke.Painting());
+  EXPECT_EQ(stroke.LineTo({50, 50}), RECT{});
+  EXPECT_TRUE(test::SameBlock(d.Image, before));
+  // No stamp, no image: no stroke.
+  HDIB none;
+  BrushStroke empty(d, none);
+  EXPECT_FALSE(empty.Press({1, 1}));
+  BLOCKSET blank = Document(nullptr);
+  BrushStroke noImage(blank, stamp);
+  EXPECT_FALSE(noImage.Press({1, 1}));
+  // The image swapped under a stroke (an undo): later stamps change nothing.
+  ASSERT_TRUE(stroke.Press({10, 10}));
+  d.Image = DuplicateObject(before);
+  stroke.LineTo({100, 100});
+  EXPECT_TRUE(test::SameBlock(d.Image, before));
+  // A missing stamp in the middle of a stroke lays nothing and the stroke goes on.
+  stroke.Release();
+  ASSERT_TRUE(stroke.Press({10, 10}));
+  stamp.reset();
+  EXPECT_EQ(stroke.LineTo({20, 10}), RECT{});
+  EXPECT_TRUE(stroke.Painting());
+}
+
+// ---- Airbrush ------------------------------------------------------------------------
+
+TEST(Airbrush, SoftnessSwellsByFivesToOneHundred) {
+  AirbrushSwell swell;
+  swell.Press({50, 50});
+  std::vector<int> seen;
+  for (int k = 0; k < 23; ++k) {
+    auto s = swell.Tick({50, 50});
+    ASSERT_TRUE(s);
+    seen.push_back(*s);
+  }
+  std::vector<int> want;
+  for (int v = 1; v <= 96; v += 5) want.push_back(v);
+  want.insert(want.end(), {100, 100, 100});
+  EXPECT_EQ(seen, want);
+  // Every press starts again at 1.
+  swell.Release();
+  EXPECT_FALSE(swell.Tick({50, 50}));
+  swell.Press({0, 0});
+  EXPECT_EQ(swell.Tick(), 1);
+  EXPECT_EQ(swell.Tick(), 6);
+}
+
+TEST(Airbrush, MovingAwayStopsTheSwellingForGood) {
+  ASSERT_EQ(AirbrushMotion, 4);
+  AirbrushSwell swell;
+  swell.Press({100, 100});
+  // Up to the limit on each axis alone, even on both at once, it goes on.
+  EXPECT_EQ(swell.Tick({104, 96}), 1);
+  EXPECT_EQ(swell.Tick({96, 104}), 6);
+  swell.Move({100, 105});
+  EXPECT_FALSE(swell.Tick());
+  EXPECT_FALSE(swell.Swelling());
+  // Coming back doesn't restart it.
+  EXPECT_FALSE(swell.Tick({100, 100}));
+  // The motion limit is a setting.
+  const int saved = AirbrushMotion;
+  AirbrushMotion = 10;
+  swell.Press({0, 0});
+  EXPECT_EQ(swell.Tick({-10, 10}), 1);
+  EXPECT_FALSE(swell.Tick({-11, 0}));
+  AirbrushMotion = saved;
+}
+
+TEST(Airbrush, DabsWidenTheirCoreAsTheySwell) {
+  BLOCKSET d = Document(Blank(64, 64, RGB(255, 255, 255)), TOOL_AIRBRUSH);
+  d.Opacity = 255;
+  d.AirBrushThickness = 32;
+  d.AirBrushSoftness = 77;  // the slider's value is overwritten
+  auto full = [](const HDIB& s) {
+    int n = 0;
+    for (int y = 0; y < Height(s); ++y)
+      for (int x = 0; x < Width(s); ++x) n += Px(s, x, y) == 255;
+    return n;
+  };
+  HDIB first = CreateAirbrushDab(d, 1);
+  EXPECT_EQ(d.AirBrushSoftness, 1);
+  HDIB later = CreateAirbrushDab(d, 51);
+  EXPECT_EQ(d.AirBrushSoftness, 51);
+  ASSERT_TRUE(first && later);
+  EXPECT_EQ(Width(first), 36);
+  EXPECT_LT(full(first), full(later));
+  // Laid on one spot, the later dab adds only where it is stronger.
+  HDIB slot = DuplicateObject(first);
+  BrushStroke stroke(d, slot);
+  d.PaintColour = RGB(0, 0, 0);
+  ASSERT_TRUE(stroke.Press({32, 32}));
+  const int rim = Px(d.Image, 32, 20);
+  slot = DuplicateObject(later);
+  stroke.Dab({32, 32});
+  EXPECT_LE(Px(d.Image, 32, 20) & 255, rim & 255);
+  EXPECT_EQ(Px(d.Image, 32, 32), 0);
+}
+
+// ---- Settings ------------------------------------------------------------------------
+
+TEST(BrushSettings, ClampsOfTheBrushPages) {
+  BLOCKSET d = Document(nullptr);
+  struct Case {
+    int BLOCKSET::*field;
+    long long typed;
+    int stored;
+  };
+  const Case cases[] = {
+      {&BLOCKSET::BrushThickness, 3, 4},         {&BLOCKSET::BrushThickness, 65, 64},
+      {&BLOCKSET::BrushThickness, 30, 30},       {&BLOCKSET::EraserBrushThickness, 0, 4},
+      {&BLOCKSET::AirBrushThickness, 1000, 64},  {&BLOCKSET::UndoThickness, 2, 4},
+      {&BLOCKSET::HardBrushThickness, 0, 1},     {&BLOCKSET::HardBrushThickness, 1, 1},
+      {&BLOCKSET::HardBrushThickness, 99, 64},   {&BLOCKSET::HardBrushFlat, 61, 60},
+      {&BLOCKSET::HardBrushFlat, 100, 60},       {&BLOCKSET::HardBrushAngle, 361, 360},
+      {&BLOCKSET::HardBrushAngle, -1, 0},        {&BLOCKSET::BrushSoftness, 0, 1},
+      {&BLOCKSET::EraserBrushSoftness, 101, 100}, {&BLOCKSET::AirBrushSoftness, -3, 1},
+      {&BLOCKSET::AirBrushFlow, 0, 1},           {&BLOCKSET::AirBrushFlow, 500, 100},
+      {&BLOCKSET::UndoSoftness, 100, 100},       {&BLOCKSET::Opacity, 256, 255},
+      {&BLOCKSET::Opacity, -1, 0},               {&BLOCKSET::BrushShape, 2, 1},
+      {&BLOCKSET::EraserBrushType, 7, 1},        {&BLOCKSET::BrushThickness, 1LL << 40, 64},
+  };
+  for (const Case& c : cases) {
+    ASSERT_TRUE(SetBrushSetting(d, c.field, c.typed));
+    EXPECT_EQ(d.*(c.field), c.stored) << "typed " << c.typed;
+  }
+  // Not a brush setting: refused, untouched.
+  d.LineThickness = 5;
+  EXPECT_FALSE(SetBrushSetting(d, &BLOCKSET::LineThickness, 40));
+  EXPECT_EQ(d.LineThickness, 5);
+}
+
+TEST(BrushSettings, PagesOfTheFiveStampTools) {
+  auto has = [](int tool, int BLOCKSET::*field) {
+    for (const BrushSettingRange& r : GetBrushSettingRanges(tool))
+      if (r.field == field) return true;
+    return false;
+  };
+  for (int tool : {TOOL_ERASER, TOOL_PEN, TOOL_BRUSH, TOOL_AIRBRUSH, TOOL_LOCALUNDO}) {
+    ASSERT_FALSE(GetBrushSettingRanges(tool).empty());
+    EXPECT_TRUE(has(tool, &BLOCKSET::Opacity)) << tool;
+  }
+  EXPECT_TRUE(GetBrushSettingRanges(TOOL_ZOOM).empty());
+  EXPECT_TRUE(has(TOOL_BRUSH, &BLOCKSET::BrushType));
+  EXPECT_TRUE(has(TOOL_AIRBRUSH, &BLOCKSET::AirBrushFlow));
+  EXPECT_FALSE(has(TOOL_PEN, &BLOCKSET::BrushThickness));
+  // Sizes open on 16; the pen's range starts at 1, the others at 4.
+  const BrushSettingRange* pen = FindBrushSetting(&BLOCKSET::HardBrushThickness);
+  ASSERT_TRUE(pen);
+  EXPECT_EQ(pen->control, BrushControl::Spin);
+  EXPECT_EQ(pen->minimum, 1);
+  EXPECT_EQ(pen->start, 16);
+  const BrushSettingRange* size = FindBrushSetting(&BLOCKSET::BrushThickness);
+  ASSERT_TRUE(size);
+  EXPECT_EQ(size->minimum, 4);
+  EXPECT_EQ(size->id, 70);
+  EXPECT_EQ(ClampBrushSetting(*size, 3), 4);
+  EXPECT_EQ(ClampBrushSetting(*size, 65), 64);
+  // Every default of the settings lies inside its range.
+  BLOCKSET defaults = Document(nullptr);
+  for (int tool : {TOOL_ERASER, TOOL_PEN, TOOL_BRUSH, TOOL_AIRBRUSH, TOOL_LOCALUNDO})
+    for (const BrushSettingRange& r : GetBrushSettingRanges(tool)) {
+      EXPECT_GE(defaults.*(r.field), r.minimum) << r.name;
+      EXPECT_LE(defaults.*(r.field), r.maximum) << r.name;
+    }
+}
+
+}  // namespace
+}  // namespace ochrel
