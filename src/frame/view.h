@@ -39,7 +39,7 @@ int ScrollRange(const BLOCKSET* record, int imageSize, int clientSize);
 // A page step: an eighth of the maximum, in whole numbers.
 inline int ScrollPage(int maximum) { return maximum > 0 ? maximum / 8 : 0; }
 
-// A scroll position after a change of scale: the zoomed position divided by
+// A scroll position (image pixels) after a change of scale: its zoomed value divided by
 // the old percentage (as a fraction), times the new percentage over 100.
 int RescaleScrollPosition(int position, int oldPercent, int newPercent);
 

@@ -9,6 +9,9 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QStyle>
+#include <QTimer>
+#include <QGuiApplication>
+#include <QKeyEvent>
 
 #include "frame/attributes.h"
 #include "frame/commands.h"
@@ -128,11 +131,91 @@ void DocumentView::resizeEvent(QResizeEvent*) {
   SetScrollBars(-1, -1);
 }
 
+namespace {
+unsigned MouseKeys(const QMouseEvent* e) {
+  unsigned k = 0;
+  Qt::MouseButtons b = e->buttons() | e->button();
+  if (b & Qt::LeftButton) k |= MK_LBUTTON;
+  if (b & Qt::RightButton) k |= MK_RBUTTON;
+  if (b & Qt::MiddleButton) k |= MK_MBUTTON;
+  if (e->modifiers() & Qt::ShiftModifier) k |= MK_SHIFT;
+  if (e->modifiers() & Qt::ControlModifier) k |= MK_CONTROL;
+  return k;
+}
+}  // namespace
+
+void DocumentView::Route(int event, QMouseEvent* e) {
+  if (!tools_) return;
+  QPoint p = e->position().toPoint();
+  tools_->MouseEvent(event, p.x(), p.y(), MouseKeys(e));
+}
+
 void DocumentView::mouseMoveEvent(QMouseEvent* event) {
   POINT p = ImagePoint(event->position().toPoint());
   emit imagePosition(p.x, p.y);
-  QWidget::mouseMoveEvent(event);
+  Route(WM_MOUSEMOVE, event);
 }
+
+void DocumentView::mousePressEvent(QMouseEvent* event) {
+  setFocus();
+  switch (event->button()) {
+    case Qt::LeftButton: Route(WM_LBUTTONDOWN, event); break;
+    case Qt::RightButton: Route(WM_RBUTTONDOWN, event); break;
+    case Qt::MiddleButton: Route(WM_MBUTTONDOWN, event); break;
+    default: break;
+  }
+}
+
+void DocumentView::mouseReleaseEvent(QMouseEvent* event) {
+  if (event->button() == Qt::LeftButton) Route(WM_LBUTTONUP, event);
+}
+
+void DocumentView::mouseDoubleClickEvent(QMouseEvent* event) {
+  if (event->button() == Qt::LeftButton) Route(WM_LBUTTONDBLCLK, event);
+}
+
+void DocumentView::keyPressEvent(QKeyEvent* event) {
+  if (!tools_) return;
+  tools_->KeyEvent(WM_KEYDOWN, event->key());
+  if (!event->text().isEmpty()) tools_->KeyEvent(WM_CHAR, event->text().at(0).unicode());
+}
+
+// ---- What the platform lends the tools ----------------------------------------------
+
+namespace {
+class DocumentHost : public ToolHost {
+ public:
+  explicit DocumentHost(DocumentWindow* w) : w_(w) {}
+  int ScrollX() const override { return w_->view()->scrollX(); }
+  int ScrollY() const override { return w_->view()->scrollY(); }
+  int ClientWidth() const override { return w_->view()->width(); }
+  int ClientHeight() const override { return w_->view()->height(); }
+  void SetScrollBars(int x, int y) override { w_->view()->SetScrollBars(x, y); }
+  void SelectViewMode(int mode) override {
+    w_->frame()->buttonBar()->zoomList()->setCurrentIndex(mode);
+    w_->Command(CM_ZOOMLIST);
+  }
+  void InvalidateImage(RECT r) override { w_->view()->InvalidateImageRect(r); }
+  void InvalidateView() override { w_->view()->InvalidateAll(); }
+  void StartTimer(ToolSession* t, int id, int ms) override { w_->StartToolTimer(t, id, ms); }
+  void StopTimer(ToolSession* t, int id) override { w_->StopToolTimer(t, id); }
+  void CaptureMouse(ToolSession*) override {}  // a pressed button keeps the view's mouse
+  void ReleaseMouse() override {}
+  bool ControlDown() const override { return QGuiApplication::queryKeyboardModifiers() & Qt::ControlModifier; }
+  bool ShiftDown() const override { return QGuiApplication::queryKeyboardModifiers() & Qt::ShiftModifier; }
+  bool AltDown() const override { return QGuiApplication::queryKeyboardModifiers() & Qt::AltModifier; }
+  void ShowMessage(const std::string& text) override { DoMessage(w_, QString::fromStdString(text)); }
+  void StatusText(const std::string& text) override { w_->frame()->StatusText(QString::fromStdString(text)); }
+  void SetCursor(int resource) override {
+    if (resource) w_->view()->setCursor(Qt::CrossCursor);
+    else w_->view()->unsetCursor();
+  }
+  void UpdateMenuStates() override { w_->frame()->UpdateMenuStates(); }
+
+ private:
+  DocumentWindow* w_;
+};
+}  // namespace
 
 // ---- Window -------------------------------------------------------------------------
 
@@ -152,6 +235,14 @@ DocumentWindow::DocumentWindow(MainFrame* frame, const std::string& path) : fram
   grid->addWidget(vbar_, 0, 1);
   grid->addWidget(hbar_, 1, 0);
   setWidget(body);
+  view_->setFocusPolicy(Qt::ClickFocus);
+  host_ = std::make_unique<DocumentHost>(this);
+  tools_ = std::make_unique<DocumentTools>(&record_, host_.get());
+  view_->SetTools(tools_.get());
+  for (QScrollBar* bar : {hbar_, vbar_})
+    connect(bar, &QScrollBar::valueChanged, this, [this] {
+      if (record_.ToolWindow) tools_->Post(RECV_TOOL, UM_SCROLLED);
+    });
   setWindowIcon(DocumentIcon());
   connect(view_, &DocumentView::imagePosition, frame_,
           [this](int x, int y) { frame_->StatusText(QString::asprintf("(%d,%d)", x, y)); });
@@ -176,8 +267,28 @@ DocumentWindow::DocumentWindow(MainFrame* frame, const std::string& path) : fram
 }
 
 DocumentWindow::~DocumentWindow() {
+  for (auto& [key, timer] : timers_) timer->stop();
+  view_->SetTools(nullptr);
+  tools_.reset();
   FreeUndo(&record_);
   FreeBlocks(&record_);
+}
+
+void DocumentWindow::StartToolTimer(ToolSession* tool, int id, int ms) {
+  QTimer*& t = timers_[{tool, id}];
+  if (!t) {
+    t = new QTimer(this);
+    connect(t, &QTimer::timeout, this, [this, tool, id] { tools_->TimerEvent(tool, id); });
+  }
+  t->start(std::max(1, ms));
+}
+
+void DocumentWindow::StopToolTimer(ToolSession* tool, int id) {
+  auto it = timers_.find({tool, id});
+  if (it == timers_.end()) return;
+  it->second->stop();
+  it->second->deleteLater();
+  timers_.erase(it);
 }
 
 void DocumentWindow::UpdateTitle() { setWindowTitle(QString::fromStdString(record_.FileName)); }
@@ -220,14 +331,19 @@ void DocumentWindow::ChangeScale(int viewMode) {
   viewMode = std::clamp(viewMode, 0, kViewModes - 1);
   int oldPercent = ViewPercent(record_.ViewMode), newPercent = ViewPercent(viewMode);
   bool positions = record_.Image != nullptr;
-  int x = positions ? RescaleScrollPosition(ZoomPercent(oldPercent, view_->scrollX()), oldPercent, newPercent) : 0;
-  int y = positions ? RescaleScrollPosition(ZoomPercent(oldPercent, view_->scrollY()), oldPercent, newPercent) : 0;
+  int x = positions ? RescaleScrollPosition(view_->scrollX(), oldPercent, newPercent) : 0;
+  int y = positions ? RescaleScrollPosition(view_->scrollY(), oldPercent, newPercent) : 0;
+  const int oldMode = record_.ViewMode;
   record_.ViewMode = viewMode;
   frame_->buttonBar()->zoomList()->setCurrentIndex(viewMode);
   CheckScaleEntry();
   view_->SetScrollBars(x, y);
   AdjustTaskWindow();
   view_->SetScrollBars(x, y);
+  if (record_.ToolWindow) {
+    tools_->Post(RECV_TOOL, UM_VIEWCHANGED, oldMode, viewMode);
+    view_->setFocus();
+  }
 }
 
 bool DocumentWindow::Command(int id) {
@@ -307,6 +423,7 @@ void DocumentWindow::moveEvent(QMoveEvent* event) {
 
 void DocumentWindow::resizeEvent(QResizeEvent* event) {
   QMdiSubWindow::resizeEvent(event);
+  if (tools_ && record_.ToolWindow) tools_->Post(RECV_TOOL, UM_WINDOWRESIZED);
   // Never smaller than 128 by 128, nor larger than the area when maximized.
   if (!isMaximized() && !isMinimized() && (width() < 128 || height() < 128))
     resize(std::max(width(), 128), std::max(height(), 128));

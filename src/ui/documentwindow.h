@@ -6,6 +6,10 @@
 
 #include "frame/blockset.h"
 #include "frame/view.h"
+#include "tools/toolsession.h"
+
+#include <map>
+#include <memory>
 
 class QScrollBar;
 
@@ -32,6 +36,7 @@ class DocumentView : public QWidget {
   // The image point under a view point.
   POINT ImagePoint(QPoint viewPoint) const;
   ViewRender RenderParams() const;
+  void SetTools(DocumentTools* tools) { tools_ = tools; }
 
  signals:
   void imagePosition(int x, int y);
@@ -40,9 +45,15 @@ class DocumentView : public QWidget {
   void paintEvent(QPaintEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 
  private:
   void RenderInto(const QRect& viewRect);
+  void Route(int event, QMouseEvent* e);
+  DocumentTools* tools_ = nullptr;
   BLOCKSET* record_;
   QScrollBar* hbar_;
   QScrollBar* vbar_;
@@ -79,6 +90,13 @@ class DocumentWindow : public QMdiSubWindow {
   void Discard();
   // Redraws after the image block was replaced.
   void ImageReplaced();
+  DocumentTools* tools() const { return tools_.get(); }
+  MainFrame* frame() const { return frame_; }
+  QScrollBar* horizontalBar() const { return hbar_; }
+  QScrollBar* verticalBar() const { return vbar_; }
+  // Timers of tool sessions, delivered as WM_TIMER.
+  void StartToolTimer(ToolSession* tool, int id, int milliseconds);
+  void StopToolTimer(ToolSession* tool, int id);
 
  protected:
   void closeEvent(QCloseEvent* event) override;
@@ -95,6 +113,9 @@ class DocumentWindow : public QMdiSubWindow {
   QScrollBar* vbar_;
   std::vector<QAction*> scaleActions_;
   bool discarding_ = false;
+  std::unique_ptr<ToolHost> host_;
+  std::unique_ptr<DocumentTools> tools_;
+  std::map<std::pair<ToolSession*, int>, QTimer*> timers_;
 };
 
 }  // namespace ochrel

@@ -41,6 +41,8 @@
 #include "ui/icons.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
+#include "ui/toolbox.h"
+#include "tools/toolsession.h"
 
 namespace ochrel {
 
@@ -178,10 +180,24 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   setCentralWidget(central);
   connect(bar_, &ButtonBar::command, this, [this](int id) { PostCommand(id); });
   connect(status_, &StatusBar::command, this, [this](int id) { PostCommand(id); });
+  // The toolbox stands at the left, under the button bar.
+  toolbox_ = new ToolBox(this);
+  addDockWidget(Qt::LeftDockWidgetArea, toolbox_);
+  connect(toolbox_, &ToolBox::toolChosen, this, [this](int t) { ChooseTool(t); });
+  DocumentTools::ToolboxCommand() = [this](int t) { ChooseTool(t); };
+  MessageQueue& queue = MessageQueue::Instance();
+  queue.SetWakeup([this] { QMetaObject::invokeMethod(this, [] { MessageQueue::Instance().Drain(); }, Qt::QueuedConnection); });
+  queue.SetSink(RECV_TOOLBOX, [this](const ToolMessage& m) {
+    if (m.message == UM_SELECTTOOL) toolbox_->ShowCurrent(static_cast<int>(m.wParam));
+  });
+  queue.SetSink(RECV_STATUSBAR, [this](const ToolMessage&) { RefreshStatus(); });
   connect(client_, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow* w) {
     if (auto* d = qobject_cast<DocumentWindow*>(w)) {
       bar_->zoomList()->setCurrentIndex(std::clamp(d->record()->ViewMode, 0, 10));
       if (QAction* grid = action(CM_GRIDACTIVE)) grid->setChecked(d->record()->GridActive);
+      // The toolbox shows this document's tool, without starting or ending a session.
+      SelectTool(d->tools(), d->record()->Tool);
+      toolbox_->ShowCurrent(CurrentTool());
     }
     UpdateMenuStates();
     RefreshStatus();
@@ -215,6 +231,14 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
 MainFrame::~MainFrame() {
   // The document area outlives our members while Qt tears the children down.
   client_->disconnect(this);
+  for (QMdiSubWindow* w : client_->subWindowList()) delete w;
+  MessageQueue& queue = MessageQueue::Instance();
+  queue.SetWakeup({});
+  queue.SetSink(RECV_TOOLBOX, {});
+  queue.SetSink(RECV_STATUSBAR, {});
+  queue.Clear();
+  DocumentTools::ToolboxCommand() = nullptr;
+  CurrentTool() = -1;
   QGuiApplication::clipboard()->disconnect(this);
   SetFileHooks(FileHooks{});
 }
@@ -365,6 +389,14 @@ int MainFrame::CountOpenDocuments() const {
   return n;
 }
 
+void MainFrame::ChooseTool(int tool) {
+  DocumentWindow* top = ActiveDocument();
+  if (top) client_->setActiveSubWindow(top);
+  if (ChangeTool(top ? top->tools() : nullptr, tool)) toolbox_->ShowCurrent(CurrentTool());
+  else toolbox_->ShowCurrent(CurrentTool());
+  UpdateMenuStates();
+}
+
 void MainFrame::StatusText(const QString& text) { status_->message()->setText(text); }
 
 void MainFrame::UpdateMenuStates() {
@@ -486,6 +518,11 @@ void MainFrame::FinishNewDocument(DocumentWindow* w) {
   w->UpdateTitle();
   bar_->zoomList()->setCurrentIndex(std::clamp(r->ViewMode, 0, 10));
   if (QAction* grid = action(CM_GRIDACTIVE)) grid->setChecked(r->GridActive);
+  // The document's tool goes to the toolbox as a command.
+  QPointer<DocumentWindow> doc(w);
+  QMetaObject::invokeMethod(this, [this, doc] {
+    if (doc && doc == ActiveDocument()) ChooseTool(doc->record()->Tool);
+  }, Qt::QueuedConnection);
   UpdateMenuStates();
   RefreshStatus();
 }

@@ -18,6 +18,7 @@ class QToolButton;
 namespace ochrel {
 
 class DocumentWindow;
+class ToolBox;
 struct BLOCKSET;
 
 // The button bar: the zoom list and one button for each byte of ButtonList.
@@ -89,6 +90,9 @@ class MainFrame : public QMainWindow {
   ButtonBar* buttonBar() const { return bar_; }
   StatusBar* statusBar() const { return status_; }
   QAction* action(int id) const;
+  ToolBox* toolBox() const { return toolbox_; }
+  // The toolbox's tool change, on the top document.
+  void ChooseTool(int tool);
   DocumentWindow* ActiveDocument() const;
   int CountOpenDocuments() const;
 
@@ -138,6 +142,7 @@ class MainFrame : public QMainWindow {
   bool ShiftDown() const;
 
   QMdiArea* client_ = nullptr;
+  ToolBox* toolbox_ = nullptr;
   ButtonBar* bar_ = nullptr;
   StatusBar* status_ = nullptr;
   QMenu* fileMenu_ = nullptr;

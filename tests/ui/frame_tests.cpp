@@ -675,3 +675,51 @@ TEST_F(FrameTest, AttributesDialogChangesTheCanvas) {
 
 }  // namespace
 }  // namespace ochrel
+
+#include <QTest>
+
+#include "tools/toolsession.h"
+#include "ui/toolbox.h"
+
+namespace ochrel {
+namespace {
+
+TEST_F(FrameTest, EyedropperClickChangesThePaintSwatch) {
+  DocumentWindow* d = NewDocument(0, 50, 40);
+  QCoreApplication::processEvents();
+  InsetSolidRectangle(d->record()->Image, RGB(200, 30, 90), RECT{10, 10, 20, 20});
+  d->view()->InvalidateAll();
+  ToolBox* box = frame->toolBox();
+  ASSERT_EQ(box->button(5)->toolTip(), "Eyedropper");
+  box->button(5)->click();
+  EXPECT_EQ(CurrentTool(), 5);
+  EXPECT_TRUE(box->button(5)->isChecked());
+  ASSERT_NE(d->record()->ToolWindow, nullptr);
+  QTest::mouseClick(d->view(), Qt::LeftButton, Qt::NoModifier, QPoint(15, 15));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(d->record()->PaintColour, RGB(200, 30, 90));
+  EXPECT_EQ(frame->statusBar()->swatch(CM_PAINTSWATCH)->colour(), RGB(200, 30, 90));
+  // The eyedropper went back to the tool in use before it.
+  EXPECT_EQ(CurrentTool(), 0);
+  EXPECT_TRUE(box->button(0)->isChecked());
+  // A right click takes the fill colour.
+  box->button(5)->click();
+  QTest::mouseClick(d->view(), Qt::RightButton, Qt::NoModifier, QPoint(2, 2));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(frame->statusBar()->swatch(CM_FILLSWATCH)->colour(), RGB(255, 255, 255));
+}
+
+TEST_F(FrameTest, ZoomToolClickStepsTheScale) {
+  DocumentWindow* d = NewDocument(0, 200, 200);
+  QCoreApplication::processEvents();
+  frame->toolBox()->button(6)->click();
+  ASSERT_NE(d->record()->ToolWindow, nullptr);
+  QTest::mouseClick(d->view(), Qt::LeftButton, Qt::NoModifier, QPoint(20, 20));
+  EXPECT_EQ(d->record()->ViewMode, 6);
+  EXPECT_EQ(frame->buttonBar()->zoomList()->currentIndex(), 6);
+  QTest::mouseClick(d->view(), Qt::RightButton, Qt::NoModifier, QPoint(20, 20));
+  EXPECT_EQ(d->record()->ViewMode, 5);
+}
+
+}  // namespace
+}  // namespace ochrel
