@@ -1,13 +1,14 @@
 #include "image/nearest.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <new>
 
 namespace ochrel {
 
 namespace {
-// Above this many lookups a table over all 2^24 colours pays for itself.
-constexpr std::size_t kFullTablePixels = std::size_t{1} << 20;
+// Above this many lookups the cell lists pay for themselves.
+constexpr std::size_t kCellPixels = std::size_t{1} << 16;
 }  // namespace
 
 NearestColour::NearestColour(const BYTE* palette, int count, Metric metric, std::size_t pixels)
@@ -23,21 +24,54 @@ NearestColour::NearestColour(const BYTE* palette, int count, Metric metric, std:
   }
   std::stable_sort(byGreen_, byGreen_ + count_, [this](int a, int b) { return pg_[a] < pg_[b]; });
   for (int i = 0; i < count_; ++i) greenOf_[i] = pg_[byGreen_[i]];
-  if (pixels >= kFullTablePixels) {
-    HGLOBAL block = MemBlock::Allocate(std::size_t{2} << 24);  // zero: no colour known yet
-    if (block) table_ = std::shared_ptr<MemBlock>(std::move(block));
-  }
+  if (pixels >= kCellPixels) BuildCells();
   AllocateCache();
 }
 
 NearestColour::NearestColour(const NearestColour& o)
-    : count_(o.count_), wr_(o.wr_), wg_(o.wg_), wb_(o.wb_), table_(o.table_) {
+    : count_(o.count_), wr_(o.wr_), wg_(o.wg_), wb_(o.wb_), cells_(o.cells_) {
   std::copy(o.pr_, o.pr_ + 256, pr_);
   std::copy(o.pg_, o.pg_ + 256, pg_);
   std::copy(o.pb_, o.pb_ + 256, pb_);
   std::copy(o.byGreen_, o.byGreen_ + 256, byGreen_);
   std::copy(o.greenOf_, o.greenOf_ + 256, greenOf_);
   AllocateCache();
+}
+
+void NearestColour::BuildCells() {
+  try {
+    auto cells = std::make_shared<Cells>();
+    cells->start.resize(4097);
+    cells->entries.reserve(4096 * 16);
+    std::vector<int> least(static_cast<std::size_t>(count_));
+    for (int cell = 0; cell < 4096; ++cell) {
+      const int lo[3] = {(cell >> 8) * 16, ((cell >> 4) & 15) * 16, (cell & 15) * 16};
+      const int wt[3] = {wr_, wg_, wb_};
+      int bound = 0x7FFFFFFF;
+      for (int i = 0; i < count_; ++i) {
+        const int p[3] = {pr_[i], pg_[i], pb_[i]};
+        int dmin = 0, dmax = 0;
+        for (int k = 0; k < 3; ++k) {
+          const int a = lo[k], b = lo[k] + 15;
+          const int near = p[k] < a ? a - p[k] : p[k] > b ? p[k] - b : 0;
+          const int far = std::max(std::abs(p[k] - a), std::abs(p[k] - b));
+          dmin += wt[k] * near * near;
+          dmax += wt[k] * far * far;
+        }
+        least[static_cast<std::size_t>(i)] = dmin;
+        bound = std::min(bound, dmax);
+      }
+      cells->start[static_cast<std::size_t>(cell)] = static_cast<std::uint32_t>(cells->entries.size());
+      // An entry farther than `bound` from the whole cell loses to the entry
+      // that achieves it, everywhere in the cell; ties stay in.
+      for (int i = 0; i < count_; ++i)
+        if (least[static_cast<std::size_t>(i)] <= bound) cells->entries.push_back(static_cast<BYTE>(i));
+    }
+    cells->start[4096] = static_cast<std::uint32_t>(cells->entries.size());
+    cells_ = std::move(cells);
+  } catch (const std::bad_alloc&) {
+    cells_.reset();  // the outward search still answers
+  }
 }
 
 void NearestColour::AllocateCache() {

@@ -18,11 +18,10 @@ class NearestColour {
     kEuclidean,  // plain distance in red, green, blue, lowest index on a tie
   };
   // palette: red, green, blue triples; count entries are searched (1 to 256).
-  // `pixels` is how many lookups are coming: a whole photograph gets a table
-  // over every colour (shared by copies of this object, safe across threads),
-  // small work a small cache of its own.
+  // `pixels` is how many lookups are coming: many get candidate lists per
+  // colour cell (shared by copies of this object, safe across threads).
   NearestColour(const BYTE* palette, int count, Metric metric, std::size_t pixels = 0);
-  // A copy for another thread: its own small cache, the same full table.
+  // A copy for another thread: its own small cache, the same cell lists.
   NearestColour(const NearestColour& other);
   NearestColour& operator=(const NearestColour&) = delete;
   bool ok() const { return !keys_.empty(); }
@@ -30,24 +29,11 @@ class NearestColour {
   int Find(int r, int g, int b) {
     const std::uint32_t key = static_cast<std::uint32_t>(r) | (static_cast<std::uint32_t>(g) << 8) |
                               (static_cast<std::uint32_t>(b) << 16);
-    // A small cache that stays in the processor's cache answers most pixels
-    // of a photograph, whose neighbours are alike; the full table the rest.
+    // A small cache answers most pixels of a photograph, whose neighbours are
+    // alike; the rest scan only the entries that can win in their colour cell.
     const std::uint32_t slot = (key * 2654435761u) >> (32 - kBits);
     if (keys_[slot] == key) return values_[slot];
-    int found;
-    if (table_) {
-      std::uint16_t* entry = reinterpret_cast<std::uint16_t*>(table_->data()) + key;
-      // Every writer stores the same value for a colour, so relaxed order is enough.
-      std::uint16_t v = __atomic_load_n(entry, __ATOMIC_RELAXED);
-      if (v) {
-        found = v - 1;
-      } else {
-        found = Search(r, g, b);
-        __atomic_store_n(entry, static_cast<std::uint16_t>(found + 1), __ATOMIC_RELAXED);
-      }
-    } else {
-      found = Search(r, g, b);
-    }
+    const int found = cells_ ? CellSearch(r, g, b) : Search(r, g, b);
     keys_[slot] = key;
     values_[slot] = static_cast<BYTE>(found);
     return found;
@@ -56,6 +42,23 @@ class NearestColour {
   int Scan(int r, int g, int b) const;
   // The same answer by a search outward from the colour's green level.
   int Search(int r, int g, int b) const;
+  // The same answer from the candidates of the colour's cell (16 levels a side).
+  int CellSearch(int r, int g, int b) const {
+    const int cell = ((r >> 4) << 8) | ((g >> 4) << 4) | (b >> 4);
+    const BYTE* c = cells_->entries.data() + cells_->start[cell];
+    const BYTE* end = cells_->entries.data() + cells_->start[cell + 1];
+    int best = 0x7FFFFFFF, bestIndex = 0;
+    for (; c != end; ++c) {  // candidates in index order: the first minimum wins
+      const int i = *c;
+      const int dr = pr_[i] - r, dg = pg_[i] - g, db = pb_[i] - b;
+      const int d = wr_ * dr * dr + wg_ * dg * dg + wb_ * db * db;
+      if (d < best) {
+        best = d;
+        bestIndex = i;
+      }
+    }
+    return bestIndex;
+  }
 
  private:
   static constexpr int kBits = 14;
@@ -65,7 +68,15 @@ class NearestColour {
   // Entries ordered by green, then index: position -> index.
   int byGreen_[256];
   int greenOf_[256];
-  std::shared_ptr<MemBlock> table_;
+  // For each of 4096 colour cells, the entries that can be nearest to some
+  // colour in it: all whose least distance to the cell isn't above the
+  // smallest greatest distance of any entry. Built once, read by all threads.
+  struct Cells {
+    std::vector<std::uint32_t> start;  // 4097 offsets
+    std::vector<BYTE> entries;
+  };
+  std::shared_ptr<const Cells> cells_;
+  void BuildCells();
   std::vector<std::uint32_t> keys_;
   std::vector<BYTE> values_;
   void AllocateCache();
