@@ -84,7 +84,7 @@ void BM_SoftDab64Fresh(benchmark::State& state) {
     if (!stroke.Press({40, 40})) state.SkipWithError("no buffers");
     for (int y = 40; y < 4000; y += 70)
       for (int x = 110; x < 6000; x += 70) {
-        stroke.Dab({x, y});
+        stroke.DrawSoftBrush({x, y});
         ++stamps;
       }
     stroke.Release();

@@ -78,15 +78,13 @@ std::optional<RECT> BrushStroke::Press(POINT at, POINT scroll) {
   return changed;
 }
 
-RECT BrushStroke::LineTo(POINT to) {
+RECT BrushStroke::DrawSoftBrushLine(POINT a, POINT b) {
   RECT changed{};
-  if (!painting_) return changed;
-  StepBrushLine(last_, to, [&](int x, int y) { StampAt(x, y, changed); });
-  last_ = to;
+  if (painting_) StepBrushLine(a, b, [&](int x, int y) { StampAt(x, y, changed); });
   return changed;
 }
 
-RECT BrushStroke::Dab(POINT at) {
+RECT BrushStroke::DrawSoftBrush(POINT at) {
   RECT changed{};
   if (painting_) StampAt(at.x, at.y, changed);
   return changed;

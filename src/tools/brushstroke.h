@@ -110,9 +110,15 @@ class BrushStroke {
   std::optional<RECT> Press(POINT at, POINT scroll = {});
   // Stamps every pixel of the line from the last point to `to` (both ends)
   // and makes `to` the last point. Nothing while no stroke is under way.
-  RECT LineTo(POINT to);
+  RECT LineTo(POINT to) {
+    const RECT r = DrawSoftBrushLine(last_, to);
+    if (painting_) last_ = to;
+    return r;
+  }
+  // A line of stamps from a to b, both ends included; the last point stays.
+  RECT DrawSoftBrushLine(POINT a, POINT b);
   // One stamp at `at`, the last point unchanged (the airbrush's dab).
-  RECT Dab(POINT at);
+  RECT DrawSoftBrush(POINT at);
   // Ends the stroke and lets the buffers go. The image keeps what it has.
   RECT Release();
 

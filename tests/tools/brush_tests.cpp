@@ -461,13 +461,13 @@ TEST(BrushStroke, BlendStartsFromThePressTimeCopy) {
   const COLORREF weak = RGB(CoverageBlend(200, 0, 60), CoverageBlend(100, 250, 60), CoverageBlend(50, 10, 60));
   EXPECT_EQ(static_cast<COLORREF>(Px(d.Image, 4, 4)), weak);
   stamp = HandStamp(1, 1, {200});  // rebuilt in its slot, as the airbrush does
-  stroke.Dab({4, 4});
+  stroke.DrawSoftBrush({4, 4});
   EXPECT_EQ(static_cast<COLORREF>(Px(d.Image, 4, 4)),
             RGB(CoverageBlend(200, 0, 200), CoverageBlend(100, 250, 200), CoverageBlend(50, 10, 200)));
   // A weaker stamp after a stronger one leaves the pixel.
   const int now = Px(d.Image, 4, 4);
   stamp = HandStamp(1, 1, {100});
-  stroke.Dab({4, 4});
+  stroke.DrawSoftBrush({4, 4});
   EXPECT_EQ(Px(d.Image, 4, 4), now);
 }
 
@@ -678,7 +678,7 @@ TEST(Airbrush, DabsWidenTheirCoreAsTheySwell) {
   ASSERT_TRUE(stroke.Press({32, 32}));
   const int rim = Px(d.Image, 32, 20);
   slot = DuplicateObject(later);
-  stroke.Dab({32, 32});
+  stroke.DrawSoftBrush({32, 32});
   EXPECT_LE(Px(d.Image, 32, 20) & 255, rim & 255);
   EXPECT_EQ(Px(d.Image, 32, 32), 0);
 }
