@@ -106,7 +106,9 @@ class BrushStroke {
 
   // Starts the stroke and lays the first stamp at `at`. Null when the image or
   // the stamp is missing or the stroke's buffers can't be made: a "Memory
-  // error" for the session, with the image untouched.
+  // error" for the session, with the image untouched. The session takes the
+  // undo copy first; the stroke keeps no copy of the whole image, only of the
+  // pixels it covers, taken as it first covers them.
   std::optional<RECT> Press(POINT at, POINT scroll = {});
   // Stamps every pixel of the line from the last point to `to` (both ends)
   // and makes `to` the last point. Nothing while no stroke is under way.
