@@ -1,6 +1,7 @@
 #include "tools/brushstroke.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include "tools/brushstamp.h"
@@ -80,7 +81,17 @@ std::optional<RECT> BrushStroke::Press(POINT at, POINT scroll) {
 
 RECT BrushStroke::DrawSoftBrushLine(POINT a, POINT b) {
   RECT changed{};
-  if (painting_) StepBrushLine(a, b, [&](int x, int y) { StampAt(x, y, changed); });
+  const BITMAPINFOHEADER* st = LockDib(*stamp_);
+  if (!painting_ || !st) return changed;
+  // Only stamps that can reach the image: the image in view points, widened by
+  // the stamp on every side.
+  auto limit = [](long long v) {
+    return static_cast<std::int32_t>(std::clamp<long long>(v, INT32_MIN / 2, INT32_MAX / 2));
+  };
+  const long long w = st->biWidth, h = st->biHeight;
+  const RECT reach{limit(-scroll_.x - w), limit(-scroll_.y - h), limit(width_ - scroll_.x + w),
+                   limit(height_ - scroll_.y + h)};
+  StepBrushLine(a, b, [&](int x, int y) { StampAt(x, y, changed); }, &reach);
   return changed;
 }
 

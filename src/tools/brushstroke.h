@@ -12,7 +12,9 @@
 #pragma once
 
 #include <cstdint>
+#include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <optional>
 
 #include "frame/blockset.h"
@@ -32,54 +34,71 @@ constexpr int CoverageBlend(int c, int k, int m) { return ((c * (255 - m)) / 255
 // others run along their major axis from the lower end, the minor axis
 // stepping whenever the error reaches the major delta. The stepping is shared
 // by every tool that paints along the mouse path.
+//
+// With `clip` (right and bottom exclusive), points whose major coordinate lies
+// outside it are skipped without being walked, and so is a straight line lying
+// wholly outside it; the others come exactly where the full walk puts them. A
+// wild end point then costs no more than the clip is wide.
 template <class Stamp>
-void StepBrushLine(POINT a, POINT b, Stamp&& stamp) {
-  if (a.x == b.x) {
-    const int s = b.y >= a.y ? 1 : -1;
-    for (int y = a.y;; y += s) {
-      stamp(a.x, y);
-      if (y == b.y) break;
+void StepBrushLine(POINT a, POINT b, Stamp&& stamp, const RECT* clip = nullptr) {
+  using I = long long;
+  const I lo = std::numeric_limits<I>::min() / 4, hi = std::numeric_limits<I>::max() / 4;
+  const I cl = clip ? clip->left : lo, cr = clip ? I{clip->right} - 1 : hi;
+  const I ct = clip ? clip->top : lo, cb = clip ? I{clip->bottom} - 1 : hi;
+  if (a.x == b.x || a.y == b.y) {
+    if (a.x == b.x && (a.x < cl || a.x > cr)) return;
+    if (a.y == b.y && a.x != b.x && (a.y < ct || a.y > cb)) return;
+    const bool vertical = a.x == b.x;
+    const I from = vertical ? a.y : a.x, to = vertical ? b.y : b.x;
+    const I s = to >= from ? 1 : -1;
+    const I first = vertical ? ct : cl, last = vertical ? cb : cr;
+    // The run from `from` to `to`, cut to [first, last], in the direction of travel.
+    I start = from, end = to;
+    if (s > 0) {
+      start = std::max(from, first);
+      end = std::min(to, last);
+      if (start > end) return;
+    } else {
+      start = std::min(from, last);
+      end = std::max(to, first);
+      if (start < end) return;
+    }
+    for (I v = start;; v += s) {
+      if (vertical)
+        stamp(a.x, static_cast<int>(v));
+      else
+        stamp(static_cast<int>(v), a.y);
+      if (v == end) break;
     }
     return;
   }
-  if (a.y == b.y) {
-    const int s = b.x >= a.x ? 1 : -1;
-    for (int x = a.x;; x += s) {
-      stamp(x, a.y);
-      if (x == b.x) break;
+  const I dx = I{b.x} - a.x < 0 ? I{a.x} - b.x : I{b.x} - a.x;
+  const I dy = I{b.y} - a.y < 0 ? I{a.y} - b.y : I{b.y} - a.y;
+  const bool xMajor = dy <= dx;
+  if (xMajor ? a.x > b.x : a.y > b.y) std::swap(a, b);
+  const I major0 = xMajor ? a.x : a.y, minor0 = xMajor ? a.y : a.x;
+  const I minorEnd = xMajor ? b.y : b.x;
+  const I dMajor = xMajor ? dx : dy, dMinor = xMajor ? dy : dx;
+  const I s = minorEnd > minor0 ? 1 : -1;
+  // Steps k = 0 .. dMajor; the minor offset after k steps is k * dMinor / dMajor.
+  const I k0 = std::max<I>(0, (xMajor ? cl : ct) - major0);
+  const I k1 = std::min<I>(dMajor, (xMajor ? cr : cb) - major0);
+  if (k0 > k1) return;
+  const __int128 product = static_cast<__int128>(k0) * dMinor;
+  I steps = static_cast<I>(product / dMajor);
+  I err = static_cast<I>(product - static_cast<__int128>(steps) * dMajor);
+  for (I k = k0;; ++k) {
+    if (err >= dMajor) {
+      err -= dMajor;
+      ++steps;
     }
-    return;
-  }
-  const long long dx = std::llabs(static_cast<long long>(b.x) - a.x);
-  const long long dy = std::llabs(static_cast<long long>(b.y) - a.y);
-  if (dy <= dx) {
-    if (a.x > b.x) std::swap(a, b);
-    const int s = b.y > a.y ? 1 : -1;
-    long long err = 0;
-    int y = a.y;
-    for (int x = a.x;; ++x) {
-      if (err >= dx) {
-        err -= dx;
-        y += s;
-      }
-      stamp(x, y);
-      err += dy;
-      if (x == b.x) break;
-    }
-  } else {
-    if (a.y > b.y) std::swap(a, b);
-    const int s = b.x > a.x ? 1 : -1;
-    long long err = 0;
-    int x = a.x;
-    for (int y = a.y;; ++y) {
-      if (err >= dy) {
-        err -= dy;
-        x += s;
-      }
-      stamp(x, y);
-      err += dx;
-      if (y == b.y) break;
-    }
+    const I major = major0 + k, minor = minor0 + s * steps;
+    if (xMajor)
+      stamp(static_cast<int>(major), static_cast<int>(minor));
+    else
+      stamp(static_cast<int>(minor), static_cast<int>(major));
+    err += dMinor;
+    if (k == k1) break;
   }
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <random>
 #include <vector>
 
@@ -338,6 +339,41 @@ TEST(BrushLine, StepsOnePixelApartWithBothEnds) {
       ASSERT_LE(std::abs(s[i].y - s[i - 1].y), 1);
     }
   }
+}
+
+TEST(BrushLine, ClippedWalkPlacesTheSamePoints) {
+  std::mt19937 rng(99);
+  std::uniform_int_distribution<int> coord(-60, 60);
+  const RECT clip{-10, -20, 15, 5};
+  for (int k = 0; k < 2000; ++k) {
+    const POINT a{coord(rng), coord(rng)}, b{k % 7 ? coord(rng) : a.x, k % 5 ? coord(rng) : a.y};
+    const auto all = Steps(a, b);
+    std::vector<POINT> clipped;
+    StepBrushLine(a, b, [&](int x, int y) { clipped.push_back({x, y}); }, &clip);
+    const bool straight = a.x == b.x || a.y == b.y;
+    const bool xMajor = std::abs(b.y - a.y) <= std::abs(b.x - a.x);
+    std::vector<POINT> want;
+    for (POINT p : all) {
+      const bool inX = p.x >= clip.left && p.x < clip.right, inY = p.y >= clip.top && p.y < clip.bottom;
+      if (straight ? (inX && inY) : (xMajor ? inX : inY)) want.push_back(p);
+    }
+    ASSERT_EQ(clipped, want) << a.x << "," << a.y << " - " << b.x << "," << b.y;
+  }
+}
+
+TEST(BrushLine, WildEndPointsCostNoMoreThanTheImage) {
+  BLOCKSET d = Document(Blank(50, 40, RGB(255, 255, 255)));
+  d.PaintColour = RGB(0, 0, 0);
+  HDIB stamp = HandStamp(3, 3, std::vector<int>(9, 255));
+  BrushStroke stroke(d, stamp);
+  ASSERT_TRUE(stroke.Press({INT32_MIN, 20}));
+  // Across the whole range of coordinates: only the part over the image is walked.
+  const RECT r = stroke.LineTo({INT32_MAX, 20});
+  EXPECT_EQ(r, (RECT{0, 19, 50, 22}));
+  EXPECT_EQ(Px(d.Image, 25, 20), 0);
+  const RECT r2 = stroke.LineTo({INT32_MIN, INT32_MAX});
+  EXPECT_LE(r2.right, 50);
+  stroke.Release();
 }
 
 // ---- Strokes -------------------------------------------------------------------------
