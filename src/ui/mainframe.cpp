@@ -38,6 +38,7 @@
 #include "image/settings.h"
 #include "ui/convertdialogs.h"
 #include "ui/documentwindow.h"
+#include "ui/filedialogs.h"
 #include "ui/icons.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
@@ -559,10 +560,8 @@ void MainFrame::DoOpenCommand() {
     if (g_openAnswerer) {
       if (!g_openAnswerer(&path)) return;
     } else {
-      QString chosen = QFileDialog::getOpenFileName(this, tr("Open"), QString::fromUtf8(OpenPath),
-                                                    "Image files (*.jpg *.bmp *.pcx *.tga *.png)");
-      if (chosen.isEmpty()) return;
-      path = chosen.toStdString();
+      path = OpenPath;
+      if (!GetOpenImageFileName(this, &path)) return;
     }
     SetOpenPath(path);
   }
@@ -650,12 +649,7 @@ bool MainFrame::WriteDocument(QWidget*, const std::string& path) {
 
 bool MainFrame::AskSavePath(QWidget* parent, const std::string& start, std::string* path) {
   if (g_saveAnswerer) return g_saveAnswerer(start, path);
-  QString chosen = QFileDialog::getSaveFileName(parent, tr("Save as"), QString::fromStdString(start),
-                                                "BMP files (*.bmp);;JPEG files (*.jpg);;PCX files (*.pcx);;"
-                                                "TGA files (*.tga);;PNG files (*.png)");
-  if (chosen.isEmpty()) return false;
-  *path = chosen.toStdString();
-  return true;
+  return GetWriteImageFileName(parent, start, path);
 }
 
 void MainFrame::DropFiles(const QStringList& paths) {
