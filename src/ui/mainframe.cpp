@@ -20,6 +20,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QStyle>
+#include <QToolBar>
 #include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -42,6 +43,7 @@
 #include "ui/icons.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
+#include "ui/settingswindow.h"
 #include "ui/toolbox.h"
 #include "tools/toolsession.h"
 
@@ -175,9 +177,24 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   client_->viewport()->installEventFilter(this);
   client_->installEventFilter(this);
   status_ = new StatusBar(central);
-  layout->addWidget(bar_);
+  // The bars run the frame's full width, so the docked palettes stand between them.
+  auto* top = addToolBar("Buttons");
+  top->setObjectName("buttonbar");
+  top->setMovable(false);
+  top->setFloatable(false);
+  top->setContentsMargins(0, 0, 0, 0);
+  top->layout()->setContentsMargins(0, 0, 0, 0);
+  top->setContextMenuPolicy(Qt::PreventContextMenu);
+  top->addWidget(bar_);
   layout->addWidget(client_, 1);
-  layout->addWidget(status_);
+  auto* bottom = new QToolBar("Status", this);
+  bottom->setObjectName("statusbar");
+  bottom->setMovable(false);
+  bottom->setFloatable(false);
+  bottom->layout()->setContentsMargins(0, 0, 0, 0);
+  bottom->setContextMenuPolicy(Qt::PreventContextMenu);
+  bottom->addWidget(status_);
+  addToolBar(Qt::BottomToolBarArea, bottom);
   setCentralWidget(central);
   connect(bar_, &ButtonBar::command, this, [this](int id) { PostCommand(id); });
   connect(status_, &StatusBar::command, this, [this](int id) { PostCommand(id); });
@@ -186,12 +203,19 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   addDockWidget(Qt::LeftDockWidgetArea, toolbox_);
   connect(toolbox_, &ToolBox::toolChosen, this, [this](int t) { ChooseTool(t); });
   DocumentTools::ToolboxCommand() = [this](int t) { ChooseTool(t); };
+  // The tool settings window stands at the right.
+  settings_ = new SettingsWindow(this);
+  addDockWidget(Qt::RightDockWidgetArea, settings_);
   MessageQueue& queue = MessageQueue::Instance();
   queue.SetWakeup([this] { QMetaObject::invokeMethod(this, [] { MessageQueue::Instance().Drain(); }, Qt::QueuedConnection); });
   queue.SetSink(RECV_TOOLBOX, [this](const ToolMessage& m) {
     if (m.message == UM_SELECTTOOL) toolbox_->ShowCurrent(static_cast<int>(m.wParam));
   });
   queue.SetSink(RECV_STATUSBAR, [this](const ToolMessage&) { RefreshStatus(); });
+  queue.SetSink(RECV_SETTINGS, [this](const ToolMessage& m) {
+    if (m.message == UM_REFRESH) settings_->ShowTool(static_cast<int>(m.lParam));
+    else if (m.message == UM_COLOURCHANGED) settings_->Refresh();
+  });
   connect(client_, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow* w) {
     if (auto* d = qobject_cast<DocumentWindow*>(w)) {
       bar_->zoomList()->setCurrentIndex(std::clamp(d->record()->ViewMode, 0, 10));
@@ -200,6 +224,7 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
       SelectTool(d->tools(), d->record()->Tool);
       toolbox_->ShowCurrent(CurrentTool());
     }
+    settings_->ShowDocument(qobject_cast<DocumentWindow*>(w));
     UpdateMenuStates();
     RefreshStatus();
   });
@@ -237,6 +262,7 @@ MainFrame::~MainFrame() {
   queue.SetWakeup({});
   queue.SetSink(RECV_TOOLBOX, {});
   queue.SetSink(RECV_STATUSBAR, {});
+  queue.SetSink(RECV_SETTINGS, {});
   queue.Clear();
   DocumentTools::ToolboxCommand() = nullptr;
   CurrentTool() = -1;
@@ -395,6 +421,8 @@ void MainFrame::ChooseTool(int tool) {
   if (top) client_->setActiveSubWindow(top);
   if (ChangeTool(top ? top->tools() : nullptr, tool)) toolbox_->ShowCurrent(CurrentTool());
   else toolbox_->ShowCurrent(CurrentTool());
+  settings_->ShowDocument(top);
+  settings_->ShowTool(CurrentTool() >= 0 ? CurrentTool() : tool);
   UpdateMenuStates();
 }
 

@@ -19,6 +19,7 @@ namespace ochrel {
 
 class DocumentWindow;
 class ToolBox;
+class SettingsWindow;
 struct BLOCKSET;
 
 // The button bar: the zoom list and one button for each byte of ButtonList.
@@ -91,6 +92,7 @@ class MainFrame : public QMainWindow {
   StatusBar* statusBar() const { return status_; }
   QAction* action(int id) const;
   ToolBox* toolBox() const { return toolbox_; }
+  SettingsWindow* settingsWindow() const { return settings_; }
   // The toolbox's tool change, on the top document.
   void ChooseTool(int tool);
   DocumentWindow* ActiveDocument() const;
@@ -143,6 +145,7 @@ class MainFrame : public QMainWindow {
 
   QMdiArea* client_ = nullptr;
   ToolBox* toolbox_ = nullptr;
+  SettingsWindow* settings_ = nullptr;
   ButtonBar* bar_ = nullptr;
   StatusBar* status_ = nullptr;
   QMenu* fileMenu_ = nullptr;
