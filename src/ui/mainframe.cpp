@@ -20,7 +20,6 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QStyle>
-#include <QToolBar>
 #include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -177,24 +176,9 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   client_->viewport()->installEventFilter(this);
   client_->installEventFilter(this);
   status_ = new StatusBar(central);
-  // The bars run the frame's full width, so the docked palettes stand between them.
-  auto* top = addToolBar("Buttons");
-  top->setObjectName("buttonbar");
-  top->setMovable(false);
-  top->setFloatable(false);
-  top->setContentsMargins(0, 0, 0, 0);
-  top->layout()->setContentsMargins(0, 0, 0, 0);
-  top->setContextMenuPolicy(Qt::PreventContextMenu);
-  top->addWidget(bar_);
+  layout->addWidget(bar_);
   layout->addWidget(client_, 1);
-  auto* bottom = new QToolBar("Status", this);
-  bottom->setObjectName("statusbar");
-  bottom->setMovable(false);
-  bottom->setFloatable(false);
-  bottom->layout()->setContentsMargins(0, 0, 0, 0);
-  bottom->setContextMenuPolicy(Qt::PreventContextMenu);
-  bottom->addWidget(status_);
-  addToolBar(Qt::BottomToolBarArea, bottom);
+  layout->addWidget(status_);
   setCentralWidget(central);
   connect(bar_, &ButtonBar::command, this, [this](int id) { PostCommand(id); });
   connect(status_, &StatusBar::command, this, [this](int id) { PostCommand(id); });
