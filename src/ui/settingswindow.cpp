@@ -271,7 +271,7 @@ SettingsWindow::SettingsWindow(QWidget* parent) : QDockWidget(parent) {
   // Text.
   BuildFontControls();
   AddSample(29, QRect(62, 28, 246, 42));
-  AddSpin(31, 32, "Size:", QRect(62, 76, 36, 22), QRect(98, 76, 62, 22), 4, 288, 24, &B::TextFontSize, "TextFontSize",
+  AddSpin(31, 32, "Size:", QRect(62, 76, 36, 22), QRect(98, 76, 56, 22), 4, 288, 24, &B::TextFontSize, "TextFontSize",
           UM_FONTCHANGED);
   {
     const char* names[] = {"B", "I", "U"};
@@ -286,7 +286,7 @@ SettingsWindow::SettingsWindow(QWidget* parent) : QDockWidget(parent) {
       f.setUnderline(i == 2);
       b->setFont(f);
       b->setCheckable(true);
-      b->setGeometry(166 + 22 * i, 76, 22, 22);
+      b->setGeometry(158 + 26 * i, 76, 26, 22);
       controls_[33 + i] = b;
       bindings_.push_back(new Binding{Binding::Toggle, b, fields[i]});
       const char* stem = stems[i];
@@ -301,7 +301,7 @@ SettingsWindow::SettingsWindow(QWidget* parent) : QDockWidget(parent) {
       auto* b = new QToolButton(body_);
       b->setIcon(JustifyIcon(i));
       b->setCheckable(true);
-      b->setGeometry(240 + 22 * i, 76, 22, 22);
+      b->setGeometry(242 + 22 * i, 76, 22, 22);
       group->addButton(b, i);
       controls_[36 + i] = b;
       bindings_.push_back(new Binding{Binding::Radio, b, &B::TextFontJust, i});
