@@ -110,7 +110,8 @@ std::string NameForType(const std::string& name, int index) {
   if (ext.empty() || name.empty()) return name;
   const std::string old = ExtensionOf(name);
   if (Lower(old) == ext) return name;
-  const std::string base = old.empty() ? name : name.substr(0, name.size() - old.size() - 1);
+  std::string base = name.substr(0, name.size() - old.size());
+  if (!base.empty() && base.back() == '.') base.pop_back();
   return base + "." + ext;
 }
 
