@@ -3,10 +3,13 @@
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QFontDatabase>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMainWindow>
+#include <QMenu>
 #include <QPainter>
 #include <QPainterPath>
 #include <QRadioButton>
@@ -412,6 +415,14 @@ SettingsWindow::~SettingsWindow() {
 }
 
 DocumentWindow* SettingsWindow::document() const { return top_; }
+
+void SettingsWindow::contextMenuEvent(QContextMenuEvent* event) {
+  QMenu menu(this);
+  QAction* dock = menu.addAction("&Dock");
+  if (menu.exec(event->globalPos()) != dock) return;
+  setFloating(false);
+  if (auto* frame = qobject_cast<QMainWindow*>(parentWidget())) frame->addDockWidget(Qt::RightDockWidgetArea, this);
+}
 
 QLabel* SettingsWindow::AddLabel(int id, const char* text, QRect r, Qt::Alignment align) {
   auto* l = new QLabel(QString::fromUtf8(text).replace("\r\n", "\n"), body_);

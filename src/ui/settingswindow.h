@@ -55,6 +55,10 @@ class SettingsWindow : public QDockWidget {
   // The whole page as it looks.
   QWidget* body() const { return body_; }
 
+ protected:
+  // The caption's menu holds "&Dock" alone: back to the frame's right.
+  void contextMenuEvent(QContextMenuEvent* event) override;
+
  private:
   struct Binding;
   QLabel* AddLabel(int id, const char* text, QRect r, Qt::Alignment align = Qt::AlignLeft | Qt::AlignVCenter);

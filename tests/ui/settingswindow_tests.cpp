@@ -462,6 +462,10 @@ TEST_F(SettingsTest, FrameRoutesToolChangesAndRefreshes) {
   MessageQueue::Instance().Drain();
   EXPECT_EQ(Spin(45)->value(), 6);
   EXPECT_EQ(frame->dockWidgetArea(win), Qt::RightDockWidgetArea);
+  // It stands at the frame's right, clear of the toolbox at the left.
+  EXPECT_GT(win->geometry().left(), frame->width() / 2);
+  const QString shots = qEnvironmentVariable("OCHREL_SHOT_DIR");
+  if (!shots.isEmpty()) frame->grab().save(QDir(shots).filePath("frame.png"));
 }
 
 }  // namespace
