@@ -446,6 +446,38 @@ TEST_F(SettingsTest, SamplesFollowTheSettings) {
   EXPECT_LT(dots, 4 * 21);
 }
 
+TEST_F(SettingsTest, FontListIsSortedWithNameSamplesWhenAskedFor) {
+  ShowFontNameSamples = 1;
+  FontListSampleSize = 50;  // beyond the largest sample size
+  SettingsWindow sampled(nullptr);
+  auto* list = qobject_cast<QComboBox*>(sampled.control(30));
+  ASSERT_GT(list->count(), 1);
+  for (int i = 0; i < list->count(); ++i) {
+    if (i > 0) {
+      EXPECT_LE(list->itemText(i - 1).compare(list->itemText(i), Qt::CaseInsensitive), 0);
+    }
+    const QFont f = list->itemData(i, Qt::FontRole).value<QFont>();
+    EXPECT_EQ(f.family(), list->itemText(i));
+    EXPECT_EQ(f.pixelSize(), 32);
+  }
+  FontListSampleSize = 3;
+  SettingsWindow small(nullptr);
+  auto* smallList = qobject_cast<QComboBox*>(small.control(30));
+  EXPECT_EQ(smallList->itemData(0, Qt::FontRole).value<QFont>().pixelSize(), 10);
+  ShowFontNameSamples = 0;
+  SettingsWindow plain(nullptr);
+  auto* plainList = qobject_cast<QComboBox*>(plain.control(30));
+  EXPECT_EQ(plainList->count(), list->count());
+  EXPECT_FALSE(plainList->itemData(0, Qt::FontRole).isValid());
+
+  // A name missing from the list shows the first entry and stays in the record.
+  DocumentWindow* d = DocumentWithTool(16);
+  d->record()->TextFontName = "NO SUCH FACE";
+  win->Refresh();
+  EXPECT_EQ(qobject_cast<QComboBox*>(win->control(30))->currentIndex(), 0);
+  EXPECT_EQ(d->record()->TextFontName, "NO SUCH FACE");
+}
+
 TEST_F(SettingsTest, FrameRoutesToolChangesAndRefreshes) {
   DocumentWindow* d = NewDocument();
   frame->ChooseTool(16);
