@@ -339,7 +339,10 @@ bool ChangeTool(DocumentTools* top, int tool) {
   r->Tool = tool;
   top->Unselect();
   SetDocumentCursor(r, tool);
+  const int before = CurrentTool();
   top->PrepareToolFunction(tool);
+  // A tool that failed to start has already sent the toolbox back to tool 0.
+  if (CurrentTool() != before) return true;
   CurrentTool() = tool;
   top->Post(RECV_TOOLBOX, UM_SELECTTOOL, tool);
   top->Post(RECV_SETTINGS, UM_REFRESH, 0, tool);

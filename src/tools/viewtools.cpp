@@ -1,5 +1,7 @@
 #include "tools/viewtools.h"
 
+#include "tools/brushtools.h"
+
 #include <cstdio>
 
 #include "frame/view.h"
@@ -120,6 +122,10 @@ std::unique_ptr<ToolSession> CreateToolSession(int tool) {
   switch (tool) {
     case TOOL_EYEDROPPER: return std::make_unique<EyedropperTool>();
     case TOOL_ZOOM: return std::make_unique<ZoomTool>();
+    case TOOL_PEN:
+    case TOOL_BRUSH:
+    case TOOL_ERASER:
+    case TOOL_AIRBRUSH: return std::make_unique<StrokeTool>(tool);
     default: return std::make_unique<PlainTool>(tool);
   }
 }

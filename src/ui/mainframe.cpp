@@ -20,6 +20,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QStyle>
+#include <QToolBar>
 #include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -61,6 +62,7 @@ QColor ToQColor(COLORREF c) { return QColor(GetRValue(c), GetGValue(c), GetBValu
 ButtonBar::ButtonBar(QWidget* parent) : QWidget(parent) {
   setObjectName("VarnwickStudioPaintBar");
   setFixedHeight(34);
+  setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
   setAutoFillBackground(true);
   zoom_ = new QComboBox(this);
   zoom_->setObjectName("701");
@@ -121,6 +123,7 @@ void SwatchButton::mousePressEvent(QMouseEvent*) { emit clicked(id_); }
 StatusBar::StatusBar(QWidget* parent) : QWidget(parent) {
   setObjectName("VarnwickStudioPaintStatusBar");
   setFixedHeight(20);
+  setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
   setAutoFillBackground(true);
   QFont small = font();
   small.setPixelSize(11);
@@ -176,9 +179,24 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   client_->viewport()->installEventFilter(this);
   client_->installEventFilter(this);
   status_ = new StatusBar(central);
-  layout->addWidget(bar_);
+  // The bars run the frame's full width, so the docked palettes stand between them.
+  auto* top = addToolBar("Buttons");
+  top->setObjectName("buttonbar");
+  top->setMovable(false);
+  top->setFloatable(false);
+  top->setContentsMargins(0, 0, 0, 0);
+  top->layout()->setContentsMargins(0, 0, 0, 0);
+  top->setContextMenuPolicy(Qt::PreventContextMenu);
+  top->addWidget(bar_);
   layout->addWidget(client_, 1);
-  layout->addWidget(status_);
+  auto* bottom = new QToolBar("Status", this);
+  bottom->setObjectName("statusbar");
+  bottom->setMovable(false);
+  bottom->setFloatable(false);
+  bottom->layout()->setContentsMargins(0, 0, 0, 0);
+  bottom->setContextMenuPolicy(Qt::PreventContextMenu);
+  bottom->addWidget(status_);
+  addToolBar(Qt::BottomToolBarArea, bottom);
   setCentralWidget(central);
   connect(bar_, &ButtonBar::command, this, [this](int id) { PostCommand(id); });
   connect(status_, &StatusBar::command, this, [this](int id) { PostCommand(id); });

@@ -225,6 +225,9 @@ void ToolBox::Layout() {
     grid_->removeWidget(buttons_[static_cast<std::size_t>(t)]);
     grid_->addWidget(buttons_[static_cast<std::size_t>(t)], t / columns, t % columns);
   }
+  // The buttons keep together at the top; the rest of the column stays empty.
+  for (int row = 0; row <= kToolCount; ++row) grid_->setRowStretch(row, 0);
+  grid_->setRowStretch((kToolCount + columns - 1) / columns, 1);
   body_->adjustSize();
 }
 

@@ -678,6 +678,7 @@ TEST_F(FrameTest, AttributesDialogChangesTheCanvas) {
 
 #include <QTest>
 
+#include "tools/toolparam.h"
 #include "tools/toolsession.h"
 #include "ui/toolbox.h"
 
@@ -719,6 +720,49 @@ TEST_F(FrameTest, ZoomToolClickStepsTheScale) {
   EXPECT_EQ(frame->buttonBar()->zoomList()->currentIndex(), 6);
   QTest::mouseClick(d->view(), Qt::RightButton, Qt::NoModifier, QPoint(20, 20));
   EXPECT_EQ(d->record()->ViewMode, 5);
+}
+
+}  // namespace
+}  // namespace ochrel
+
+namespace ochrel {
+namespace {
+
+TEST_F(FrameTest, SoftBrushDragPaintsAndUndoRestores) {
+  DocumentWindow* d = NewDocument(0, 160, 120);
+  QCoreApplication::processEvents();
+  HDIB before = DuplicateObject(d->record()->Image);
+  frame->toolBox()->button(TOOL_BRUSH)->click();
+  ASSERT_NE(d->record()->ToolWindow, nullptr);
+  QWidget* v = d->view();
+  QTest::mousePress(v, Qt::LeftButton, Qt::NoModifier, QPoint(20, 60));
+  for (int x = 24; x <= 120; x += 8) {
+    QMouseEvent move(QEvent::MouseMove, QPointF(x, 60), v->mapToGlobal(QPointF(x, 60)), Qt::NoButton,
+                     Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(v, &move);
+  }
+  QTest::mouseRelease(v, Qt::LeftButton, Qt::NoModifier, QPoint(120, 60));
+  QCoreApplication::processEvents();
+  const BITMAPINFOHEADER* h = LockDib(d->record()->Image);
+  for (int x = 20; x <= 120; x += 20) EXPECT_LT(GetRValue(GetDibPixel(h, x, 60)), 80) << x;
+  EXPECT_EQ(GetDibPixel(h, 70, 10), GetDibPixel(LockDib(before), 70, 10));
+  // The screen shows the stroke.
+  QImage shot = v->grab().toImage();
+  EXPECT_LT(qRed(shot.pixel(70, 60)), 80);
+  EXPECT_EQ(d->record()->Modified, 1);
+  ASSERT_TRUE(Enabled(CM_UNDO));
+  frame->Command(CM_UNDO);
+  EXPECT_TRUE(test::SameBlock(before, d->record()->Image));
+  if (const char* dir = std::getenv("OCHREL_SCREENSHOT_DIR")) {
+    QTest::mousePress(v, Qt::LeftButton, Qt::NoModifier, QPoint(10, 10));
+    for (int i = 0; i <= 40; ++i) {
+      QPointF p(10 + i * 3, 10 + 40 * std::sin(i / 6.0) + 40);
+      QMouseEvent move(QEvent::MouseMove, p, v->mapToGlobal(p), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+      QCoreApplication::sendEvent(v, &move);
+    }
+    QTest::mouseRelease(v, Qt::LeftButton, Qt::NoModifier, QPoint(130, 50));
+    frame->grab().toImage().save(QString(dir) + "/frame_brush_stroke.png");
+  }
 }
 
 }  // namespace
