@@ -4,10 +4,12 @@
 #include <QComboBox>
 #include <QFileInfo>
 #include <QGridLayout>
+#include <QHeaderView>
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -204,6 +206,24 @@ ImageFileDialog::ImageFileDialog(QWidget* parent, const QString& title, const st
     return;
   }
   setTabOrder(nameEdit(), types);
+  // Room for the size, type and date columns next to the names, whose texts
+  // otherwise come cut short.
+  const QFontMetrics fm = fontMetrics();
+  if (auto* details = findChild<QTreeView*>("treeView")) {
+    const char* widest[] = {"Name", "999.9 KiB", "Windows BMP image", "30 Sep 2099 23:59:59"};
+    QHeaderView* header = details->header();
+    int columns = 0;
+    for (int col = 0; col < header->count(); ++col) {
+      if (col >= 1 && col < 4) {
+        const int want = fm.horizontalAdvance(QString::fromLatin1(widest[col])) + 3 * fm.averageCharWidth();
+        header->resizeSection(col, std::max(header->sectionSize(col), want));
+      }
+      columns += header->sectionSize(col);
+    }
+    // The columns, the places list beside them, margins and a scroll bar.
+    const int wanted = columns + 24 * fm.averageCharWidth();
+    resize(std::max(sizeHint().width(), wanted), sizeHint().height() + 2 * fm.lineSpacing());
+  }
   connect(types, &QComboBox::currentIndexChanged, this, [this](int i) {
     if (i < 0 || i >= nameFilters().size()) return;
     // The dialog itself may rewrite the name when its filter changes; what
@@ -282,6 +302,7 @@ OpenImageFileDialog::OpenImageFileDialog(QWidget* parent, const std::string& fol
     pane_->SetShow(on);
   });
   connect(this, &QFileDialog::currentChanged, this, &OpenImageFileDialog::ShowPreviewOf);
+  resize(width() + column->sizeHint().width(), height());
 }
 
 void OpenImageFileDialog::ShowPreviewOf(const QString& path) {

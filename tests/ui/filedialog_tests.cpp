@@ -6,6 +6,8 @@
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
@@ -18,11 +20,15 @@
 #include <vector>
 
 #include "files/imagefile.h"
+#include "frame/blockset.h"
+#include "frame/commands.h"
 #include "image/settings.h"
 #include "qt_app.h"
 #include "test_images.h"
 #include "ui/dialogrunner.h"
+#include "ui/documentwindow.h"
 #include "ui/filedialogs.h"
+#include "ui/mainframe.h"
 #include "ui/messages.h"
 
 // Readable failures for texts.
@@ -472,6 +478,52 @@ TEST_F(FileDialogTest, SaveAsksBeforeReplacingAndAddsTheDefaultExtension) {
   EXPECT_EQ(d.result(), QDialog::Accepted);
   EXPECT_EQ(std::filesystem::path(d.chosenPath()), std::filesystem::path(existing));
   EXPECT_EQ(prompts.size(), 2u);
+}
+
+TEST_F(FileDialogTest, FrameOpensAndSavesAsThroughTheDialogs) {
+  const std::string source = WriteSolid(dir, "start.bmp", 24, 12, RGB(70, 80, 90));
+  std::snprintf(OpenPath, sizeof OpenPath, "%s/", dir.path().toUtf8().constData());
+  auto frame = std::make_unique<MainFrame>();
+  QString startedIn;
+  SetDialogAnswerer([&](QDialog& d) {
+    auto& open = dynamic_cast<OpenImageFileDialog&>(d);
+    startedIn = open.directory().absolutePath();
+    open.selectFile("start.bmp");
+    return true;
+  });
+  frame->Command(CM_OPEN);
+  EXPECT_EQ(startedIn, QDir(dir.path()).absolutePath());
+  DocumentWindow* doc = frame->ActiveDocument();
+  ASSERT_NE(doc, nullptr);
+  EXPECT_EQ(std::filesystem::path(doc->record()->FileName), std::filesystem::path(source));
+  EXPECT_EQ(GetDibPixel(LockDib(doc->record()->Image), 3, 3), RGB(70, 80, 90));
+
+  // Save as: the dialog starts with the document's name; choosing PNG writes a PNG file.
+  QString proposed;
+  SetDialogAnswerer([&](QDialog& d) {
+    auto& save = dynamic_cast<WriteImageFileDialog&>(d);
+    proposed = save.nameEdit()->text();
+    save.typeCombo()->setCurrentIndex(4);
+    return true;
+  });
+  frame->Command(CM_SAVEAS);
+  EXPECT_EQ(proposed, "start.bmp");
+  const std::string png = dir.filePath("start.png").toStdString();
+  EXPECT_EQ(std::filesystem::path(doc->record()->FileName), std::filesystem::path(png));
+  int w = 0, h = 0, bits = 0;
+  ASSERT_EQ(GetImageInfo(png.c_str(), &w, &h, &bits, nullptr), 1);
+  EXPECT_EQ(w, 24);
+  EXPECT_EQ(h, 12);
+  EXPECT_EQ(ImageFileOpenIndex, 5);
+
+  // A cancelled Open makes no document.
+  const int before = static_cast<int>(frame->client()->subWindowList().size());
+  SetDialogAnswerer([](QDialog&) { return false; });
+  frame->Command(CM_OPEN);
+  EXPECT_EQ(static_cast<int>(frame->client()->subWindowList().size()), before);
+  doc->record()->Modified = 0;
+  frame.reset();
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 }  // namespace
