@@ -526,5 +526,36 @@ TEST_F(FileDialogTest, FrameOpensAndSavesAsThroughTheDialogs) {
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
+TEST_F(FileDialogTest, ShrunkMonoPreviewKeepsEveryWhiteLine) {
+  // Black with a white column every tenth pixel: shrunk to 17 percent, each
+  // view column spans about six picture columns, so plain sampling would lose
+  // most of the lines; white-on-black keeps all hundred.
+  BYTE palette[768] = {};
+  palette[3] = palette[4] = palette[5] = 255;  // 0 black, 1 white
+  HDIB mono = CreateDib(1000, 100, palette, 1);
+  BITMAPINFOHEADER* h = LockDib(mono);
+  for (int y = 0; y < 100; ++y)
+    for (int x = 0; x < 1000; ++x) PutDibPixel(h, x, y, x % 10 == 0 ? 1 : 0);
+  const std::string path = dir.filePath("lines.bmp").toStdString();
+  ASSERT_EQ(WriteImage(path.c_str(), mono), 1);
+
+  OpenImageFileDialog d(nullptr, dir.path().toStdString());
+  d.ShowPreviewOf(QString::fromStdString(path));
+  ASSERT_TRUE(d.pane()->picture());
+  EXPECT_EQ(d.infoText()->text(), "Width: 1000\nDepth: 100\nColors: 2");
+  const QRect inner = d.pane()->innerRect();
+  const PreviewPlacement place = PlacePreview(inner.width(), inner.height(), 1000, 100);
+  ASSERT_LT(place.percent, 20);
+  const QImage shot = d.pane()->grab().toImage();
+  int white = 0, black = 0;
+  for (int x = place.rect.left(); x <= place.rect.right(); ++x) {
+    const QRgb c = PanePixel(shot, *d.pane(), x, place.rect.center().y());
+    white += c == 0xFFFFFFu;
+    black += c == 0;
+  }
+  EXPECT_EQ(white, 100);
+  EXPECT_EQ(white + black, place.rect.width());
+}
+
 }  // namespace
 }  // namespace ochrel
