@@ -1,5 +1,7 @@
 #include "ui/settingswindow.h"
 
+#include "render/wrapper.h"
+
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
@@ -680,7 +682,11 @@ void SettingsWindow::FillControls() {
   static_cast<QSpinBox*>(controls_[18])->setValue((rec.RedTolerance + rec.GreenTolerance + rec.BlueTolerance) / 3);
   static_cast<QCheckBox*>(controls_[23])->setChecked(ColourToleranceIdentical != 0);
   SetIdentical(ColourToleranceIdentical != 0);
-  const int font = fonts_->findText(QString::fromStdString(rec.TextFontName), Qt::MatchFixedString);
+  int font = fonts_->findText(QString::fromStdString(rec.TextFontName), Qt::MatchFixedString);
+  // A stored name the system knows by another family ("ARIAL") shows as the face it resolves to.
+  if (font < 0)
+    font = fonts_->findText(QString::fromStdString(ResolvedFontFamily(rec.TextFontName.c_str(), 0, 0)),
+                            Qt::MatchFixedString);
   fonts_->setCurrentIndex(font >= 0 ? font : 0);
   filling_ = false;
   RedrawSamples();

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "render/wrapper.h"
+
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
@@ -470,11 +472,17 @@ TEST_F(SettingsTest, FontListIsSortedWithNameSamplesWhenAskedFor) {
   EXPECT_EQ(plainList->count(), list->count());
   EXPECT_FALSE(plainList->itemData(0, Qt::FontRole).isValid());
 
-  // A name missing from the list shows the first entry and stays in the record.
+  // A name missing from the list shows the face it resolves to and stays in the record.
   DocumentWindow* d = DocumentWithTool(16);
+  auto* fonts = qobject_cast<QComboBox*>(win->control(30));
+  d->record()->TextFontName = "ARIAL";
+  win->Refresh();
+  EXPECT_EQ(fonts->currentText().toStdString(), ResolvedFontFamily("ARIAL", 0, 0));
+  EXPECT_EQ(d->record()->TextFontName, "ARIAL");
   d->record()->TextFontName = "NO SUCH FACE";
   win->Refresh();
-  EXPECT_EQ(qobject_cast<QComboBox*>(win->control(30))->currentIndex(), 0);
+  const int resolved = fonts->findText(QString::fromStdString(ResolvedFontFamily("NO SUCH FACE", 0, 0)), Qt::MatchFixedString);
+  EXPECT_EQ(fonts->currentIndex(), resolved >= 0 ? resolved : 0);
   EXPECT_EQ(d->record()->TextFontName, "NO SUCH FACE");
 }
 
