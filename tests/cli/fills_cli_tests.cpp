@@ -13,44 +13,14 @@
 #include "fills/matrix.h"
 #include "fills/shadow.h"
 #include "fills/texture_file.h"
+#include "cli_run.h"
 #include "test_images.h"
 
 namespace ochrel {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Scratch {
-  fs::path path;
-  Scratch() {
-    std::string t = (fs::temp_directory_path() / "ochrel-cli-fills-XXXXXX").string();
-    path = mkdtemp(t.data());
-  }
-  ~Scratch() {
-    std::error_code ec;
-    fs::remove_all(path, ec);
-  }
-  std::string operator/(const std::string& n) const { return (path / n).string(); }
-};
-
-struct CliRun {
-  int status;
-  std::string out, err;
-};
-
-std::string Slurp(const std::string& p) {
-  std::ifstream f(p, std::ios::binary);
-  std::stringstream s;
-  s << f.rdbuf();
-  return s.str();
-}
-
-CliRun Cli(const Scratch& dir, const std::string& args) {
-  std::string out = dir / "stdout.txt", err = dir / "stderr.txt";
-  std::string cmd = std::string("'") + OCHREL_CLI + "' " + args + " >'" + out + "' 2>'" + err + "'";
-  int raw = std::system(cmd.c_str());
-  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(out), Slurp(err)};
-}
+using namespace clitest;
 
 bool SamePixels(const HDIB& a, const HDIB& b) {
   const BITMAPINFOHEADER *ha = LockDib(a), *hb = LockDib(b);
