@@ -747,4 +747,15 @@ void MainFrame::closeEvent(QCloseEvent* event) {
 
 void MainFrame::moveEvent(QMoveEvent* event) { QMainWindow::moveEvent(event); }
 
+void MainFrame::FocusDocument() {
+  if (DocumentWindow* d = ActiveDocument(); d && d->record()->ToolWindow) d->view()->setFocus();
+}
+
+void MainFrame::changeEvent(QEvent* event) {
+  // Back from an icon: the active document's tool takes the keyboard again.
+  if (event->type() == QEvent::WindowStateChange && !isMinimized())
+    QMetaObject::invokeMethod(this, [this] { FocusDocument(); }, Qt::QueuedConnection);
+  QMainWindow::changeEvent(event);
+}
+
 }  // namespace ochrel

@@ -93,6 +93,8 @@ class MainFrame : public QMainWindow {
   QAction* action(int id) const;
   ToolBox* toolBox() const { return toolbox_; }
   SettingsWindow* settingsWindow() const { return settings_; }
+  // UM_FOCUSDOCUMENT: the keyboard to the active document's tool.
+  void FocusDocument();
   // The toolbox's tool change, on the top document.
   void ChooseTool(int tool);
   DocumentWindow* ActiveDocument() const;
@@ -126,6 +128,7 @@ class MainFrame : public QMainWindow {
  protected:
   void closeEvent(QCloseEvent* event) override;
   void moveEvent(QMoveEvent* event) override;
+  void changeEvent(QEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
