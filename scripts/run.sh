@@ -4,7 +4,7 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 image=${1:-}
 [ -n "$image" ] && image=$(realpath "$image")
-"$here/scripts/setup.sh" -DOCHREL_TESTS=OFF
+OCHREL_TARGETS="ochrel ochrel-cli" "$here/scripts/setup.sh"
 build=${OCHREL_BUILD_DIR:-build}
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
   cat >&2 <<MSG

@@ -29,5 +29,6 @@ fi
 build=${OCHREL_BUILD_DIR:-build}
 say "Configuring ($build)"
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@" >/dev/null
-say "Building"
-ninja -C "$build"
+say "Building${OCHREL_TARGETS:+ ($OCHREL_TARGETS)}"
+# shellcheck disable=SC2086
+ninja -C "$build" ${OCHREL_TARGETS:-}
