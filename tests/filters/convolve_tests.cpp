@@ -160,7 +160,9 @@ TEST(GaussianBlur, MatchesThePlainRuleOnRandomImages) {
     int w, h, bits, radius, sigma;
   } cases[] = {{37, 23, 24, 40, 50}, {64, 41, 8, 40, 50},  {1, 30, 24, 40, 50}, {30, 1, 8, 40, 50},
                {5, 4, 24, 40, 50},   {3, 3, 8, 990, 100}, {101, 7, 24, 10, 10}, {17, 61, 24, 225, 33},
-               {200, 150, 24, 120, 80}, {9, 9, 32, 40, 50}};
+               {200, 150, 24, 120, 80}, {9, 9, 32, 40, 50},
+               // Wider than one working strip of samples, so strips and their row rings meet.
+               {1500, 70, 24, 120, 80}, {2500, 33, 8, 40, 50}};
   unsigned seed = 1;
   for (const Case& c : cases) {
     HDIB src = RandomDib(c.w, c.h, c.bits, seed++, 10);
