@@ -59,25 +59,7 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, COLORREF background, FI
   const double radians = angle * kDegreesToRadians;
   const double c = std::cos(radians), sn = std::sin(radians);
   int nw = w, nh = h;
-  if (!param->FilterRotatePreserve) {
-    const int cx = w / 2, cy = h / 2;
-    const double px[4] = {-static_cast<double>(cx), -static_cast<double>(cx), static_cast<double>(w - cx),
-                          static_cast<double>(w - cx)};
-    const double py[4] = {-static_cast<double>(cy), static_cast<double>(h - cy), -static_cast<double>(cy),
-                          static_cast<double>(h - cy)};
-    double minx = 0, maxx = 0, miny = 0, maxy = 0;
-    for (int k = 0; k < 4; ++k) {
-      double x = px[k] * c - py[k] * sn, y = py[k] * c + px[k] * sn;
-      if (k == 0 || x < minx) minx = x;
-      if (k == 0 || x > maxx) maxx = x;
-      if (k == 0 || y < miny) miny = y;
-      if (k == 0 || y > maxy) maxy = y;
-    }
-    double fw = maxx - minx, fh = maxy - miny;
-    if (!(fw >= 1.0 && fh >= 1.0 && fw < INT_MAX && fh < INT_MAX)) return nullptr;
-    nw = static_cast<int>(fw);
-    nh = static_cast<int>(fh);
-  }
+  if (!param->FilterRotatePreserve && !RotatedSize(w, h, c, sn, &nw, &nh)) return nullptr;
   HDIB out = filterutil::CreateLike(s, nw, nh);
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;

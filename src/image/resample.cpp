@@ -391,6 +391,27 @@ HDIB FlipImageVertical(const HDIB& image) {
   return Remap(s, s->biWidth, h, [h](int X, int Y) { return XY{X, h - 1 - Y}; });
 }
 
+bool RotatedSize(int w, int h, double c, double sn, int* nw, int* nh) {
+  const int cx = w / 2, cy = h / 2;
+  const double px[4] = {-static_cast<double>(cx), -static_cast<double>(cx), static_cast<double>(w - cx),
+                        static_cast<double>(w - cx)};
+  const double py[4] = {-static_cast<double>(cy), static_cast<double>(h - cy), -static_cast<double>(cy),
+                        static_cast<double>(h - cy)};
+  double minx = 0, maxx = 0, miny = 0, maxy = 0;
+  for (int k = 0; k < 4; ++k) {
+    double x = px[k] * c - py[k] * sn, y = py[k] * c + px[k] * sn;
+    if (k == 0 || x < minx) minx = x;
+    if (k == 0 || x > maxx) maxx = x;
+    if (k == 0 || y < miny) miny = y;
+    if (k == 0 || y > maxy) maxy = y;
+  }
+  double fw = maxx - minx, fh = maxy - miny;
+  if (!(fw >= 1.0 && fh >= 1.0 && fw < INT_MAX && fh < INT_MAX)) return false;
+  *nw = static_cast<int>(fw);
+  *nh = static_cast<int>(fh);
+  return true;
+}
+
 HDIB FreeRotateImageFilter(const HDIB& image, int angle, int flags, COLORREF background) {
   const BITMAPINFOHEADER* s = LockDib(image);
   if (!s) return nullptr;
@@ -400,23 +421,7 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, int flags, COLORREF bac
   const double radians = angle * kDegreesToRadians;
   const double c = std::cos(radians), sn = std::sin(radians);
   int nw = w, nh = h;
-  if (!(flags & ROTATE_KEEPSIZE)) {
-    const int cx = w / 2, cy = h / 2;
-    const double px[4] = {-static_cast<double>(cx), -static_cast<double>(cx), static_cast<double>(w - cx), static_cast<double>(w - cx)};
-    const double py[4] = {-static_cast<double>(cy), static_cast<double>(h - cy), -static_cast<double>(cy), static_cast<double>(h - cy)};
-    double minx = 0, maxx = 0, miny = 0, maxy = 0;
-    for (int k = 0; k < 4; ++k) {
-      double x = px[k] * c - py[k] * sn, y = py[k] * c + px[k] * sn;
-      if (k == 0 || x < minx) minx = x;
-      if (k == 0 || x > maxx) maxx = x;
-      if (k == 0 || y < miny) miny = y;
-      if (k == 0 || y > maxy) maxy = y;
-    }
-    double fw = maxx - minx, fh = maxy - miny;
-    if (!(fw >= 1.0 && fh >= 1.0 && fw < INT_MAX && fh < INT_MAX)) return nullptr;
-    nw = static_cast<int>(fw);
-    nh = static_cast<int>(fh);
-  }
+  if (!(flags & ROTATE_KEEPSIZE) && !RotatedSize(w, h, c, sn, &nw, &nh)) return nullptr;
   HDIB out = CreateDibLike(s, nw, nh);
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;

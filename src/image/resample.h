@@ -43,6 +43,10 @@ inline constexpr int ROTATE_INTERPOLATE = 2;
 // counter-clockwise on the screen. `background` is a COLORREF; at 8 bits and
 // fewer it becomes an index (its luminance plus 1).
 HDIB FreeRotateImageFilter(const HDIB& image, int angle, int flags, COLORREF background);
+// The size of a w by h picture turned by the angle whose cosine and sine are
+// given: the box of its turned corners about the centre. False when that is
+// under one pixel or beyond an int.
+bool RotatedSize(int w, int h, double c, double sn, int* nw, int* nh);
 
 // Where the mask's pixel is non-zero (or the mask has none) the image's pixel,
 // elsewhere `colour`, a pixel value of the image's depth.
