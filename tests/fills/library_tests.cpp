@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "temp_dir.h"
 #include "fills/texture_file.h"
 #include "image/settings.h"
 
@@ -13,27 +14,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    path = fs::temp_directory_path() / ("ochrel_fills_" + std::to_string(::getpid()) + "_" +
-                                        std::to_string(reinterpret_cast<std::uintptr_t>(this)));
-    fs::create_directories(path);
-  }
-  ~TempDir() { fs::remove_all(path); }
-  std::string operator/(const char* name) const { return (path / name).string(); }
-};
-
-std::string Slurp(const std::string& p) {
-  std::ifstream in(p, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
-void Spit(const std::string& p, const std::string& text) {
-  std::ofstream out(p, std::ios::binary);
-  out << text;
-}
+using test::TempDir;
+using test::Slurp;
+using test::Spit;
 
 TEXTURE Sample(int k) {
   TEXTURE t;

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "temp_dir.h"
 #include "fills/matrix.h"
 #include "fills/stock.h"
 #include "image/settings.h"
@@ -15,26 +16,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    path = fs::temp_directory_path() / ("ochrel_mtx_" + std::to_string(::getpid()) + "_" +
-                                        std::to_string(reinterpret_cast<std::uintptr_t>(this)));
-    fs::create_directories(path);
-  }
-  ~TempDir() { fs::remove_all(path); }
-  std::string operator/(const char* name) const { return (path / name).string(); }
-};
-std::string Slurp(const std::string& p) {
-  std::ifstream in(p, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
-void Spit(const std::string& p, const std::string& bytes) {
-  std::ofstream out(p, std::ios::binary);
-  out << bytes;
-}
+using test::TempDir;
+using test::Slurp;
+using test::Spit;
 void Le32(std::string& s, std::size_t at, std::uint32_t v) {
   for (int k = 0; k < 4; ++k) s[at + k] = static_cast<char>((v >> (8 * k)) & 255);
 }
