@@ -59,7 +59,23 @@ int CreateNewFile(BLOCKSET* r) {
   r->UndoShape = DefaultUndoShape;
   r->UndoType = DefaultUndoType;
   r->UndoSoftness = DefaultUndoSoftness;
-  r->GradientImageType = 0;
+  r->Gradient.GradientType = GradientType;
+  r->Gradient.StartColour = static_cast<COLORREF>(GradientStartColour);
+  r->Gradient.EndColour = static_cast<COLORREF>(GradientEndColour);
+  r->Gradient.EdgePad = GradientEdgePad;
+  r->Gradient.CenterX = GradientCenterX;
+  r->Gradient.CenterY = GradientCenterY;
+  r->Gradient.Midpoint = GradientMidpoint;
+  r->Gradient.Angle = GradientAngle;
+  CreateDefaultTexture(&r->Texture);
+  CreateDefaultMatrix(&r->Matrix);
+  r->Shadow.ShadowType = ShadowType;
+  r->Shadow.ShadowColor = static_cast<COLORREF>(ShadowColor);
+  r->Shadow.ShadowDirection = ShadowDirection;
+  r->Shadow.ShadowOpacity = ShadowOpacity;
+  r->Shadow.ShadowOffset = ShadowOffset;
+  r->Shadow.ShadowSoft = ShadowSoft;
+  r->Shadow.ShadowActive = DefaultShadow;
   r->ShadowActive = DefaultShadow;
   r->GridActive = DefaultGridActive;
   r->GridShow = DefaultGridShow;
@@ -102,15 +118,15 @@ int DoNew(BLOCKSET* r) {
 void SetImageType(BLOCKSET* r) {
   r->ImageType = GetImageType(r->Image);
   switch (r->ImageType) {
-    case IMAGE_TRUECOLOUR: r->GradientImageType = 0; break;
+    case IMAGE_TRUECOLOUR: r->Gradient.ImageType = 0; break;
     case IMAGE_GREY:
-      r->GradientImageType = 1;
+      r->Gradient.ImageType = 1;
       if (r->FillType == 2 || r->FillType == 3) r->FillType = 0;
       break;
     case IMAGE_PALETTED:
     case IMAGE_MONO: r->FillType = 0; break;
     default:
-      r->GradientImageType = 4;
+      r->Gradient.ImageType = 4;
       r->FillType = 0;
       break;
   }
@@ -183,6 +199,18 @@ void FreeUndo(BLOCKSET* r) {
 }
 
 void FreeBlocks(BLOCKSET* r) { r->Image.reset(); }
+
+HDIB GetFillImage(BLOCKSET* r, const RECT& rect) {
+  return GetFillImage(r->FillType, &r->Gradient, &r->Texture, &r->Matrix, rect);
+}
+
+int HandleShadowImage(HDIB* mask, int* x, int* y, COLORREF* colour, const BLOCKSET* r) {
+  SHADOWCOLOURS colours;
+  colours.PaintColour = GetPaintColour(r);
+  colours.FillColour = GetFillColour(r);
+  colours.PaperColour = GetPaperColour(r);
+  return HandleShadowImage(mask, x, y, colour, &r->Shadow, colours);
+}
 
 bool NeedsSaveAs(const BLOCKSET* r) {
   if (!r->HasFile) return true;

@@ -4,6 +4,10 @@
 
 #include <string>
 
+#include "fills/gradient.h"
+#include "fills/matrix.h"
+#include "fills/shadow.h"
+#include "fills/texture.h"
 #include "image/dib.h"
 
 namespace ochrel {
@@ -55,7 +59,12 @@ struct BLOCKSET {
   int SpraycanThickness = 0, SpraycanFlow = 0;
   int UndoThickness = 0, UndoShape = 0, UndoType = 0, UndoSoftness = 0;
   // The gradient's image type (the rest of the fill records join with the fill dialogs).
-  int GradientImageType = 0;
+  // The document's fill and shadow parameters. The shadow switch is kept
+  // beside the record in ShadowActive, where the tool settings reach it.
+  GRADIENT Gradient;
+  TEXTURE Texture;
+  MATRIX Matrix;
+  SHADOW Shadow;
   int ShadowActive = 0;
   int GridActive = 0;
   int GridShow = 0;
@@ -97,6 +106,12 @@ void FreeUndo(BLOCKSET* record);
 void FreeBlocks(BLOCKSET* record);
 
 // Save goes to Save as for a document without a file or with an untitled name.
+// The document's fill of its FillType at the size of rect (null for a solid
+// fill or on failure); the caller owns the result.
+HDIB GetFillImage(BLOCKSET* record, const RECT& rect);
+// The document's shadow for a shape mask: see HandleShadowImage in the fills.
+int HandleShadowImage(HDIB* mask, int* x, int* y, COLORREF* colour, const BLOCKSET* record);
+
 bool NeedsSaveAs(const BLOCKSET* record);
 
 }  // namespace ochrel
