@@ -1,6 +1,8 @@
 #include "tools/viewtools.h"
 
 #include "tools/brushtools.h"
+#include "tools/floodfill.h"
+#include "tools/spraycan.h"
 
 #include <cstdio>
 
@@ -126,6 +128,8 @@ std::unique_ptr<ToolSession> CreateToolSession(int tool) {
     case TOOL_BRUSH:
     case TOOL_ERASER:
     case TOOL_AIRBRUSH: return std::make_unique<StrokeTool>(tool);
+    case TOOL_BUCKET: return std::make_unique<BucketTool>();
+    case TOOL_SPRAYCAN: return std::make_unique<SpraycanTool>();
     default: return std::make_unique<PlainTool>(tool);
   }
 }
