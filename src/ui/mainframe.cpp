@@ -40,6 +40,7 @@
 #include "ui/convertdialogs.h"
 #include "ui/documentwindow.h"
 #include "ui/filedialogs.h"
+#include "ui/filterdialog.h"
 #include "ui/icons.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
@@ -232,6 +233,7 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   });
 
   BuildMenus();
+  AddFilterMenu(this);
   BuildAccelerators();
   UpdateMenuStates();
   RefreshStatus();
@@ -436,6 +438,7 @@ void MainFrame::UpdateMenuStates() {
     if (QAction* a = action(id)) a->setEnabled(enabled);
     if (QToolButton* b = bar_->button(id)) b->setEnabled(enabled);
   }
+  UpdateFilterMenu(this, d ? d->record() : nullptr);
 }
 
 void MainFrame::RefreshStatus() {
@@ -505,6 +508,7 @@ void MainFrame::Command(int id) {
         if (k < items.size()) OpenFile(items[k]);
         break;
       }
+      if (DocumentWindow* d = ActiveDocument(); d && TrapFilterCommands(d, id)) break;
       if (DocumentWindow* d = ActiveDocument()) {
         if (!d->Command(id) && id >= CM_PAINTSWATCH && id <= CM_PAPERSWATCH) {
           BLOCKSET* r = d->record();

@@ -1,0 +1,160 @@
+// The filter dialog "MasterFilterBox": the seventeen filters with before and
+// after panes, each with its own zoom and pan, and the Filters menu that
+// reaches it.
+#pragma once
+
+#include <QDialog>
+#include <QFrame>
+#include <QImage>
+
+#include <memory>
+#include <thread>
+
+#include "filters/filterparam.h"
+
+class QCheckBox;
+class QComboBox;
+class QGridLayout;
+class QLabel;
+class QMainWindow;
+class QPushButton;
+class QScrollBar;
+class QToolButton;
+
+namespace ochrel {
+
+struct BLOCKSET;
+
+inline constexpr int CM_FILTERS = 2048;  // "&Filters": the dialog with the remembered filter
+
+// The pan offset of a pane on one axis, held where the image can't leave the
+// pane: inner is the pane's inner size, scaled the image's zoomed size.
+int ClampFilterPan(int offset, int inner, int scaled);
+
+// Before (101) or after (102) pane: the image at the pane's zoom, centred and
+// moved by its pan. Draws only the part that shows.
+class FilterPane : public QFrame {
+  Q_OBJECT
+ public:
+  FilterPane(int id, FILTERPARAM* param, QWidget* parent);
+  bool isAfter() const { return after_; }
+  // Where the image stands in the pane for a given pan, in widget pixels.
+  QRect ImageRect(int panX, int panY) const;
+  QRect InnerRect() const { return rect().adjusted(1, 1, -1, -1); }
+  // The pan a drag by (dx, dy) would give now, clamped.
+  QPoint ClampedPan(int panX, int panY) const;
+  // Where the last paint put the image (for tests and screenshots).
+  QRect lastImageRect() const { return lastImage_; }
+  QSize sizeHint() const override { return QSize(282, 282); }
+
+ signals:
+  void zoomIn();
+  void zoomOut();
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+
+ private:
+  const HDIB* Image() const;
+  int& Zoom() const;
+  int& PanX() const;
+  int& PanY() const;
+  int Mode() const;
+  void UpdateCursor();
+  FILTERPARAM* param_;
+  bool after_;
+  QRect lastImage_;
+  QImage canvas_;
+  bool dragging_ = false;  // this pane's pan drag runs
+  friend class MasterFilterBox;
+};
+
+class MasterFilterBox : public QDialog {
+  Q_OBJECT
+ public:
+  // The record's images and settings are filled by the caller.
+  MasterFilterBox(FILTERPARAM* param, QWidget* parent = nullptr);
+  ~MasterFilterBox() override;
+
+  FILTERPARAM* param() const { return param_; }
+  QComboBox* filterList() const { return list_; }
+  FilterPane* pane(int id) const { return id == 101 ? before_ : after_; }
+  QScrollBar* scrollBar(int id) const;
+  QLabel* valueLabel(int barId) const;
+  // Any control by its number (check boxes, edits, labels, buttons).
+  QWidget* control(int id) const;
+  QPushButton* previewButton() const { return preview_; }
+  QPushButton* okButton() const { return ok_; }
+  QPushButton* cancelButton() const { return cancel_; }
+
+  // The filter of the selected list item, -1 for none.
+  int SelectedFilter() const;
+  // Hides every control numbered 200 or more, then shows the filter's own.
+  void SetFilterLevel(int filter);
+  // Every control from the record; leaves Changed set.
+  void SetFilterDefaults();
+  // Runs the selected filter on the before image into the after image, off
+  // this thread; the buttons stay disabled until the result is in.
+  void Preview();
+  bool PreviewRunning() const { return static_cast<bool>(job_); }
+  // Blocks until a running preview has delivered its result.
+  void WaitForPreview();
+  // What OK does before the dialog ends: the pending preview when Changed,
+  // and the filter's name remembered. False when the filter failed.
+  bool FinishOk();
+  // Commands 108 to 111: zoom a pane in or out; 103, 104 toggle a pane's mode.
+  void PaneCommand(int id);
+  void done(int result) override;
+
+ private:
+  struct PreviewJob;
+  void Build();
+  void AddBar(QGridLayout* grid, int& row, int bar, const char* label);
+  void UpdateFilterScrollBars(int bar, int value);
+  void FilterDoCommand(int id);
+  void FilterCheckSelect();
+  void StartPreview(bool thenAccept);
+  void DeliverPreview();
+  void RunPreviewNow();
+  bool TakeResult(HDIB result, HDIB mask);
+  void UpdateLabels();
+  void SetBusy(bool busy);
+  void RememberFilterName();
+
+  FILTERPARAM* param_;
+  FilterPane* before_ = nullptr;
+  FilterPane* after_ = nullptr;
+  QComboBox* list_ = nullptr;
+  QPushButton* preview_ = nullptr;
+  QPushButton* ok_ = nullptr;
+  QPushButton* cancel_ = nullptr;
+  QToolButton* modes_[2] = {nullptr, nullptr};
+  QLabel* magnification_[2] = {nullptr, nullptr};
+  bool settingUp_ = false;
+  bool acceptWhenDone_ = false;
+  bool scrolledDuringRun_ = false;
+  bool waitCursor_ = false;
+  std::shared_ptr<PreviewJob> job_;
+  std::thread worker_;
+};
+
+// The whole operation from a document window (null for a bare record): opens
+// the dialog on the document's image with the filter preselected (-1 for the
+// remembered one) and on OK puts the result in place, with one step of undo,
+// or into a new document. 1 for OK, 0 for Cancel or when there is no image.
+int DoMasterFilterDialog(QWidget* window, BLOCKSET* blockset, int filterType);
+
+// "&Filters" appended to the frame's third menu (&Image): an entry 2048, a
+// separator and the seventeen filters, 2049 onwards; each calls the frame's
+// Command with its number.
+void AddFilterMenu(QMainWindow* frame);
+// Greys or enables those entries for a document (null for none).
+void UpdateFilterMenu(QMainWindow* frame, const BLOCKSET* blockset);
+// Commands 2048 to 2065 from a document window open the dialog; true for
+// these, false for any other number.
+bool TrapFilterCommands(QWidget* window, int command);
+
+}  // namespace ochrel
