@@ -97,6 +97,13 @@ class ToolHost {
   virtual void SetCursor(int resource) = 0;
   // The document's menus and bars may have changed.
   virtual void UpdateMenuStates() = 0;
+  // Previews inverted on the screen, in view coordinates, one pixel wide at
+  // any scale and kept inside the image: drawing the same figure twice leaves
+  // no trace, and a redraw of the area takes it away. A host without a screen
+  // draws nothing.
+  virtual void InvertRectangle(RECT) {}   // the border pixels of rect (right and bottom outside)
+  virtual void InvertEllipse(RECT) {}     // the ellipse inside rect
+  virtual void InvertLine(POINT, POINT) {} // from the first point to the second, which is left out
 };
 
 // One session. Handlers get coordinates in the session's own client space
@@ -173,6 +180,18 @@ class DocumentTools {
   void TakeColour(int viewX, int viewY, bool paper);
   // "Memory error", the session destroyed, the toolbox back to tool 0.
   void FailSession(bool releaseFirst);
+  // Mouse capture: every mouse event goes to this session, wherever it is,
+  // until released (or the session ends).
+  void Capture(ToolSession* tool) {
+    capture_ = tool;
+    host_->CaptureMouse(tool);
+  }
+  void ReleaseCapture() {
+    if (!capture_) return;
+    capture_ = nullptr;
+    host_->ReleaseMouse();
+  }
+  ToolSession* captured() const { return capture_; }
 
   // Set by the toolbox side: the tool change of the toolbox (WM_COMMAND to it).
   static std::function<void(int tool)>& ToolboxCommand();

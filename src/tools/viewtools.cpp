@@ -3,6 +3,8 @@
 #include "tools/brushtools.h"
 #include "tools/floodfill.h"
 #include "tools/spraycan.h"
+#include "tools/polygontool.h"
+#include "tools/shapetools.h"
 
 #include <cstdio>
 
@@ -130,6 +132,10 @@ std::unique_ptr<ToolSession> CreateToolSession(int tool) {
     case TOOL_AIRBRUSH: return std::make_unique<StrokeTool>(tool);
     case TOOL_BUCKET: return std::make_unique<BucketTool>();
     case TOOL_SPRAYCAN: return std::make_unique<SpraycanTool>();
+    case TOOL_LINE:
+    case TOOL_RECTANGLE:
+    case TOOL_ELLIPSE: return std::make_unique<ShapeTool>(tool);
+    case TOOL_POLYGON: return std::make_unique<PolygonTool>();
     default: return std::make_unique<PlainTool>(tool);
   }
 }
