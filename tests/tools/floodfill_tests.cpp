@@ -1,0 +1,540 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "fills/gradient.h"
+#include "frame/blockset.h"
+#include "image/settings.h"
+#include "test_images.h"
+#include "tools/floodfill.h"
+#include "tools/toolsession.h"
+
+namespace ochrel {
+namespace {
+
+// A blank image of a depth: 24-bit true colour, 8-bit grey (palette 10) or
+// paletted (palette 8), 4- and 1-bit paletted.
+HDIB Blank(int w, int h, int bits, std::uint32_t value, int paletteNumber = 8) {
+  BYTE palette[768];
+  GetDefaultPalette(palette, nullptr, bits == 1 ? 0 : paletteNumber);
+  HDIB dib = CreateDib(w, h, palette, bits);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) PutDibPixel(LockDib(dib), x, y, value);
+  return dib;
+}
+
+HDIB GreyMask(int w, int h) {
+  BYTE grey[768];
+  GetDefaultPalette(grey, nullptr, 10);
+  return CreateDib(w, h, grey, 8);
+}
+
+std::uint32_t Px(const HDIB& d, int x, int y) { return GetDibPixel(LockDib(d), x, y); }
+
+// A record over an image, with the tolerances and settings of a fresh document.
+struct Doc {
+  BLOCKSET r;
+  explicit Doc(HDIB image) {
+    CreateNewFile(&r);
+    r.Image = std::move(image);
+    SetImageType(&r);
+    r.Opacity = 255;
+    r.Antialias = 0;
+    r.FillType = 0;
+    r.RedTolerance = r.GreenTolerance = r.BlueTolerance = 16;
+  }
+};
+
+struct StackSize {
+  int saved = FloodFillStackSize;
+  explicit StackSize(int v) { FloodFillStackSize = v; }
+  ~StackSize() { FloodFillStackSize = saved; }
+};
+
+TEST(FloodFillMatch, TrueColourIsStrictPerChannel) {
+  Doc d(Blank(2, 2, 24, 0));
+  const BITMAPINFOHEADER* h = LockDib(d.r.Image);
+  d.r.RedTolerance = 16;
+  d.r.GreenTolerance = 4;
+  d.r.BlueTolerance = 1;
+  EXPECT_TRUE(MatchPixel(h, &d.r, RGB(100, 50, 20), RGB(115, 53, 20), 0));
+  EXPECT_FALSE(MatchPixel(h, &d.r, RGB(100, 50, 20), RGB(116, 50, 20), 0));  // red off by its tolerance
+  EXPECT_TRUE(MatchPixel(h, &d.r, RGB(116, 50, 20), RGB(101, 50, 20), 0));
+  EXPECT_FALSE(MatchPixel(h, &d.r, RGB(100, 50, 20), RGB(100, 54, 20), 0));  // green: 4 is not under 4
+  EXPECT_FALSE(MatchPixel(h, &d.r, RGB(100, 50, 20), RGB(100, 50, 21), 0));  // blue tolerance 1: equal only
+  // Tolerance 0 matches nothing, not even a value and itself; -1 never matches.
+  d.r.BlueTolerance = 0;
+  EXPECT_FALSE(MatchPixel(h, &d.r, RGB(1, 2, 3), RGB(1, 2, 3), 0));
+  d.r.BlueTolerance = 16;
+  EXPECT_FALSE(MatchPixel(h, &d.r, NOPIXEL, RGB(1, 2, 3), 0));
+  EXPECT_FALSE(MatchPixel(h, &d.r, RGB(1, 2, 3), NOPIXEL, 0));
+  // Any other type counts as true colour.
+  EXPECT_TRUE(MatchPixel(h, &d.r, RGB(10, 10, 10), RGB(20, 12, 10), 4));
+  EXPECT_FALSE(MatchPixel(h, &d.r, RGB(10, 10, 10), RGB(20, 14, 10), 4));
+}
+
+TEST(FloodFillMatch, GreyPalettedMonoAndNotColour) {
+  Doc d(Blank(2, 2, 8, 0, 10));
+  ASSERT_EQ(d.r.ImageType, IMAGE_GREY);
+  const BITMAPINFOHEADER* h = LockDib(d.r.Image);
+  // Grey: the average of the three tolerances, in whole numbers.
+  d.r.RedTolerance = 16, d.r.GreenTolerance = 16, d.r.BlueTolerance = 17;  // 49 / 3 = 16
+  EXPECT_TRUE(MatchPixel(h, &d.r, 100, 115, 1));
+  EXPECT_TRUE(MatchPixel(h, &d.r, 115, 100, 1));
+  EXPECT_FALSE(MatchPixel(h, &d.r, 100, 116, 1));
+  d.r.RedTolerance = 1, d.r.GreenTolerance = 1, d.r.BlueTolerance = 0;  // 2 / 3 = 0
+  EXPECT_FALSE(MatchPixel(h, &d.r, 100, 100, 1));
+  // Paletted: low bytes equal, whatever the tolerances. Mono: lowest bits.
+  d.r.RedTolerance = d.r.GreenTolerance = d.r.BlueTolerance = 0;
+  EXPECT_TRUE(MatchPixel(h, &d.r, 0x105, 0x05, 2));
+  EXPECT_FALSE(MatchPixel(h, &d.r, 5, 6, 2));
+  EXPECT_TRUE(MatchPixel(h, &d.r, 2, 4, 3));
+  EXPECT_FALSE(MatchPixel(h, &d.r, 2, 3, 3));
+
+  EXPECT_EQ(NotColour(&d.r, 0x40), 0xBFu);
+  Doc rgb(Blank(1, 1, 24, 0));
+  EXPECT_EQ(NotColour(&rgb.r, RGB(1, 2, 3)), RGB(254, 253, 252));
+  Doc mono(Blank(1, 1, 1, 0));
+  ASSERT_EQ(mono.r.ImageType, IMAGE_MONO);
+  EXPECT_EQ(NotColour(&mono.r, 1), 0u);
+  Doc p4(Blank(1, 1, 4, 0, 3));
+  ASSERT_EQ(p4.r.ImageType, IMAGE_PALETTED);
+  EXPECT_EQ(NotColour(&p4.r, 3), 12u);
+  Doc p8(Blank(1, 1, 8, 0, 8));
+  ASSERT_EQ(p8.r.ImageType, IMAGE_PALETTED);
+  EXPECT_EQ(NotColour(&p8.r, 3), 252u);
+  EXPECT_EQ(NotColour(&mono.r, 0), 1u);
+}
+
+TEST(FloodFillSeed, DiagonalWallHoldsFourConnectedFill) {
+  // A one-pixel diagonal wall: 4-connectivity never slips between its corners.
+  const int n = 40;
+  Doc d(Blank(n, n, 24, RGB(255, 255, 255)));
+  for (int i = 0; i < n; ++i) PutDibPixel(LockDib(d.r.Image), i, i, 0);
+  HDIB copy = DuplicateObject(d.r.Image);
+  HDIB mask = GreyMask(n, n);
+  d.r.Opacity = 200;
+  BucketFill(LockDib(copy), LockDib(mask), &d.r, 0, n - 1, RGB(0, 0, 255), RGB(255, 255, 255));
+  for (int y = 0; y < n; ++y)
+    for (int x = 0; x < n; ++x) {
+      const bool below = x < y;
+      ASSERT_EQ(Px(mask, x, y), below ? 200u : 0u) << x << "," << y;
+      ASSERT_EQ(Px(copy, x, y), below ? RGB(0, 0, 255) : Px(d.r.Image, x, y)) << x << "," << y;
+    }
+  // The same fill from the other side, through the whole tool path.
+  EXPECT_EQ(InsetBucketFill(&d.r, RGB(255, 0, 0), RGB(255, 255, 255), n - 1, 0), 1);
+  int red = 0;
+  for (int y = 0; y < n; ++y)
+    for (int x = 0; x < n; ++x) {
+      const std::uint32_t expect = x > y ? RGB(255, 55, 55) : x == y ? 0u : RGB(255, 255, 255);
+      // Opacity 200 from white toward red: 255 * 55 / 255 + 0 = 55 in green and blue.
+      ASSERT_EQ(Px(d.r.Image, x, y), expect) << x << "," << y;
+      red += x > y;
+    }
+  EXPECT_EQ(red, n * (n - 1) / 2);
+}
+
+TEST(FloodFillSeed, NothingWhenTheColourMatchesOrTheSeedIsOutside) {
+  Doc d(Blank(10, 10, 24, RGB(100, 100, 100)));
+  HDIB before = DuplicateObject(d.r.Image);
+  HDIB mask = GreyMask(10, 10);
+  // New value within tolerance of the seed: nothing is marked.
+  BucketFill(LockDib(d.r.Image), LockDib(mask), &d.r, 5, 5, RGB(110, 90, 100), RGB(100, 100, 100));
+  EXPECT_TRUE(test::SameBlock(before, d.r.Image));
+  EXPECT_EQ(InsetBucketFill(&d.r, RGB(110, 90, 100), RGB(100, 100, 100), 5, 5), 1);
+  EXPECT_TRUE(test::SameBlock(before, d.r.Image));
+  // Tolerance 0 on every channel: not even the seed matches itself.
+  d.r.RedTolerance = d.r.GreenTolerance = d.r.BlueTolerance = 0;
+  EXPECT_EQ(InsetBucketFill(&d.r, 0, RGB(100, 100, 100), 5, 5), 1);
+  EXPECT_TRUE(test::SameBlock(before, d.r.Image));
+  d.r.RedTolerance = d.r.GreenTolerance = d.r.BlueTolerance = 16;
+  BucketFill(LockDib(d.r.Image), LockDib(mask), &d.r, -1, 5, 0, RGB(100, 100, 100));
+  BucketFill(LockDib(d.r.Image), LockDib(mask), &d.r, 5, 10, 0, RGB(100, 100, 100));
+  EXPECT_TRUE(test::SameBlock(before, d.r.Image));
+  // A mask of another size is refused rather than overrun.
+  HDIB small = GreyMask(3, 3);
+  BucketFill(LockDib(d.r.Image), LockDib(small), &d.r, 0, 0, 0, RGB(100, 100, 100));
+  EXPECT_TRUE(test::SameBlock(before, d.r.Image));
+}
+
+// A comb: row 0 open, below it teeth on the even columns between one-pixel
+// walls. The fill from (0, 0) lays one span per tooth on the stack at row 1
+// (tooth 0's span is already there), then walks each tooth down with one
+// entry. A stack of C entries takes teeth 2 .. 2(C - 1); the later teeth keep
+// their first row and lose the rest.
+TEST(FloodFillSeed, FullStackDropsSpansAndTheSizeIsHeld) {
+  const int w = 1200, h = 6;
+  Doc d(Blank(w, h, 8, 200, 10));
+  for (int y = 1; y < h; ++y)
+    for (int x = 1; x < w; x += 2) PutDibPixel(LockDib(d.r.Image), x, y, 0);
+  auto fill = [&](int setting) {
+    StackSize s(setting);
+    HDIB mask = GreyMask(w, h);
+    BucketFillMask(LockDib(d.r.Image), LockDib(mask), &d.r, 0, 0, 90, 200);
+    return mask;
+  };
+  HDIB small = fill(1);  // held to 512
+  for (int x = 0; x < w; ++x) {
+    ASSERT_EQ(Px(small, x, 0), 255u) << x;
+    for (int y = 1; y < h; ++y) {
+      const bool tooth = x % 2 == 0;
+      const bool whole = tooth && x <= 2 * (kMinFloodFillStack - 1);
+      const bool first = tooth && y == 1;
+      ASSERT_EQ(Px(small, x, y), whole || first ? 255u : 0u) << x << "," << y;
+    }
+  }
+  EXPECT_TRUE(test::SameBlock(small, fill(512)));
+  EXPECT_FALSE(test::SameBlock(small, fill(513)));
+  HDIB large = fill(20000);  // held to 16384: the whole comb
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) ASSERT_EQ(Px(large, x, y), y == 0 || x % 2 == 0 ? 255u : 0u) << x << "," << y;
+  EXPECT_TRUE(test::SameBlock(large, fill(16384)));
+  EXPECT_EQ(GetFloodFillStackSize(), FloodFillStackSize < 512 ? 512 : FloodFillStackSize > 16384 ? 16384 : FloodFillStackSize);
+}
+
+// Images of a few values, so that regions are large and ragged.
+HDIB Patchy(int w, int h, int bits, unsigned seed) {
+  std::mt19937 rng(seed);
+  const int paletteNumber = bits == 8 && seed % 2 ? 10 : 8;
+  HDIB dib = Blank(w, h, bits, 0, paletteNumber);
+  const std::uint32_t values[4] = {0, 1, bits == 24 ? RGB(20, 20, 20) : 3, bits == 24 ? RGB(200, 10, 10) : 2};
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      const unsigned r = rng() % 16;
+      PutDibPixel(LockDib(dib), x, y, r < 11 ? values[0] : values[1 + r % 3]);
+    }
+  return dib;
+}
+
+TEST(FloodFillSeed, MaskOnlyFillEqualsTheFillOnACopyAtEveryDepth) {
+  for (int bits : {1, 4, 8, 24}) {
+    for (unsigned seed = 1; seed <= 12; ++seed) {
+      Doc d(Patchy(173, 61, bits, seed * 7 + bits));
+      std::mt19937 rng(seed);
+      d.r.RedTolerance = 1 + static_cast<int>(rng() % 40);
+      d.r.GreenTolerance = 1 + static_cast<int>(rng() % 40);
+      d.r.BlueTolerance = 1 + static_cast<int>(rng() % 40);
+      d.r.Opacity = 1 + static_cast<int>(rng() % 255);
+      StackSize s(seed % 3 == 0 ? 512 : 4096);
+      const int x = static_cast<int>(rng() % 173), y = static_cast<int>(rng() % 61);
+      const std::uint32_t old = Px(d.r.Image, x, y);
+      const std::uint32_t marker = NotColour(&d.r, old);
+      HDIB copy = DuplicateObject(d.r.Image);
+      HDIB a = GreyMask(173, 61), b = GreyMask(173, 61);
+      BucketFill(LockDib(copy), LockDib(a), &d.r, x, y, marker, old);
+      BucketFillMask(LockDib(d.r.Image), LockDib(b), &d.r, x, y, marker, old);
+      ASSERT_TRUE(test::SameBlock(a, b)) << bits << " bits, seed " << seed;
+      // Every marked pixel of the copy is covered in the mask, and only those.
+      int marked = 0;
+      for (int j = 0; j < 61; ++j)
+        for (int i = 0; i < 173; ++i) {
+          const bool changed = Px(copy, i, j) != Px(d.r.Image, i, j);
+          ASSERT_EQ(changed, Px(a, i, j) != 0) << i << "," << j;
+          marked += changed;
+        }
+      EXPECT_GT(marked, 0);
+    }
+  }
+}
+
+TEST(FloodFillSeed, HostileShapesEndWithoutHelp) {
+  // A checkerboard: 4-connected, every square is its own region.
+  Doc d(Blank(301, 301, 24, 0));
+  for (int y = 0; y < 301; ++y)
+    for (int x = 0; x < 301; ++x) PutDibPixel(LockDib(d.r.Image), x, y, (x + y) % 2 ? RGB(255, 255, 255) : 0);
+  EXPECT_EQ(InsetBucketFill(&d.r, RGB(255, 0, 0), 0, 150, 150), 1);
+  EXPECT_EQ(Px(d.r.Image, 150, 150), RGB(255, 0, 0));
+  EXPECT_EQ(Px(d.r.Image, 152, 150), 0u);
+  EXPECT_EQ(Px(d.r.Image, 151, 150), RGB(255, 255, 255));
+  // A one-pixel image, any depth.
+  for (int bits : {1, 4, 8, 24}) {
+    Doc one(Blank(1, 1, bits, 0));
+    const std::uint32_t colour = bits == 24 ? RGB(255, 255, 255) : 1;
+    EXPECT_EQ(InsetBucketFill(&one.r, colour, 0, 0, 0), 1) << bits;
+    EXPECT_EQ(Px(one.r.Image, 0, 0), colour) << bits;
+  }
+  // A marker that the grey image stores as something still alike to the
+  // seed: the copy's marks can't tell visited pixels, yet the fill ends.
+  Doc g(Blank(50, 50, 8, 100, 10));
+  HDIB mask = GreyMask(50, 50);
+  HDIB copy = DuplicateObject(g.r.Image);
+  BucketFill(LockDib(copy), LockDib(mask), &g.r, 3, 3, 0x6400 | 101, 100);
+  EXPECT_EQ(Px(mask, 49, 49), 255u);
+  EXPECT_EQ(Px(copy, 49, 49), 101u);
+}
+
+TEST(FloodFillBox, BoundingBoxOfTheMask) {
+  HDIB mask = GreyMask(30, 20);
+  RECT r{1, 2, 3, 4};
+  EXPECT_EQ(GetBucketFillBoundingBox(LockDib(mask), &r), 1);
+  EXPECT_EQ(r, (RECT{0, 0, 0, 0}));
+  PutDibPixel(LockDib(mask), 7, 3, 1);
+  PutDibPixel(LockDib(mask), 12, 15, 200);
+  PutDibPixel(LockDib(mask), 4, 9, 255);
+  GetBucketFillBoundingBox(LockDib(mask), &r);
+  EXPECT_EQ(r, (RECT{4, 3, 13, 16}));
+  PutDibPixel(LockDib(mask), 29, 19, 9);
+  PutDibPixel(LockDib(mask), 0, 0, 9);
+  GetBucketFillBoundingBox(LockDib(mask), &r);
+  EXPECT_EQ(r, (RECT{0, 0, 30, 20}));
+  // A 1-bit mask, as the wand uses.
+  BYTE mono[768];
+  GetDefaultPalette(mono, nullptr, 0);
+  HDIB bitmask = CreateDib(40, 5, mono, 1);
+  PutDibPixel(LockDib(bitmask), 33, 2, 1);
+  GetBucketFillBoundingBox(LockDib(bitmask), &r);
+  EXPECT_EQ(r, (RECT{33, 2, 34, 3}));
+}
+
+TEST(FloodFillInset, OpacityAndAntialiasThroughTheCoverageBlend) {
+  Doc d(Blank(20, 12, 24, RGB(255, 255, 255)));
+  d.r.Opacity = 128;
+  ASSERT_EQ(InsetBucketFill(&d.r, RGB(255, 0, 0), RGB(255, 255, 255), 3, 3), 1);
+  // 255 * 127 / 255 + 255 * 128 / 255 = 255 in red, 127 in green and blue.
+  for (int y = 0; y < 12; ++y)
+    for (int x = 0; x < 20; ++x) ASSERT_EQ(Px(d.r.Image, x, y), RGB(255, 127, 127));
+
+  // A grey wall at x = 10; the left side filled black with antialias on: the
+  // edge is feathered both ways by the 3 by 3 kernel (weights 1 2 1 / 2 15 2 / 1 2 1).
+  Doc a(Blank(20, 12, 24, RGB(255, 255, 255)));
+  for (int y = 0; y < 12; ++y) PutDibPixel(LockDib(a.r.Image), 10, y, RGB(128, 128, 128));
+  a.r.Antialias = 1;
+  ASSERT_EQ(InsetBucketFill(&a.r, 0, RGB(255, 255, 255), 2, 5), 1);
+  auto grey = [](int v) { return RGB(v, v, v); };
+  for (int y = 1; y < 11; ++y) {
+    EXPECT_EQ(Px(a.r.Image, 8, y), 0u);
+    EXPECT_EQ(Px(a.r.Image, 9, y), grey(255 - 23 * 255 / 27)) << y;  // m = 217
+    EXPECT_EQ(Px(a.r.Image, 10, y), grey(128 * (255 - 4 * 255 / 27) / 255)) << y;  // m = 37
+    EXPECT_EQ(Px(a.r.Image, 11, y), grey(255));
+  }
+  // At the top row the weights outside fall away: 20 of 23 inside at x = 9.
+  EXPECT_EQ(Px(a.r.Image, 9, 0), grey(255 - 20 * 255 / 23));
+  EXPECT_EQ(Px(a.r.Image, 10, 0), grey(128 * (255 - 3 * 255 / 23) / 255));
+
+  // The same in a corner of a large image: the feathering near the fill
+  // doesn't depend on how much empty mask lies around it.
+  Doc big(Blank(300, 200, 24, RGB(255, 255, 255)));
+  for (int y = 0; y < 12; ++y) PutDibPixel(LockDib(big.r.Image), 10, y, RGB(128, 128, 128));
+  for (int x = 0; x <= 10; ++x) PutDibPixel(LockDib(big.r.Image), x, 12, RGB(128, 128, 128));
+  big.r.Antialias = 1;
+  ASSERT_EQ(InsetBucketFill(&big.r, 0, RGB(255, 255, 255), 2, 5), 1);
+  for (int y = 1; y < 11; ++y) EXPECT_EQ(Px(big.r.Image, 9, y), grey(255 - 23 * 255 / 27)) << y;
+  EXPECT_EQ(Px(big.r.Image, 11, 5), grey(255));
+  EXPECT_EQ(Px(big.r.Image, 5, 13), grey(255));
+}
+
+TEST(FloodFillInset, GreyAndPalettedImages) {
+  // Grey: the tolerances count as their average.
+  Doc g(Blank(10, 10, 8, 100, 10));
+  for (int x = 5; x < 10; ++x)
+    for (int y = 0; y < 10; ++y) PutDibPixel(LockDib(g.r.Image), x, y, 112);
+  g.r.RedTolerance = 1, g.r.GreenTolerance = 1, g.r.BlueTolerance = 0;
+  HDIB before = DuplicateObject(g.r.Image);
+  ASSERT_EQ(InsetBucketFill(&g.r, 0, 100, 0, 0), 1);
+  EXPECT_TRUE(test::SameBlock(before, g.r.Image));
+  g.r.RedTolerance = 13, g.r.GreenTolerance = 13, g.r.BlueTolerance = 13;  // 13: 112 is alike to 100
+  g.r.Opacity = 100;
+  ASSERT_EQ(InsetBucketFill(&g.r, 0, 100, 0, 0), 1);
+  EXPECT_EQ(Px(g.r.Image, 0, 0), static_cast<std::uint32_t>(100 * 155 / 255));
+  EXPECT_EQ(Px(g.r.Image, 9, 9), static_cast<std::uint32_t>(112 * 155 / 255));
+
+  // Paletted: opacity ignored, equal indices only, whatever the colours look like.
+  Doc p(Blank(8, 8, 8, 10, 8));
+  ASSERT_EQ(p.r.ImageType, IMAGE_PALETTED);
+  for (int y = 0; y < 8; ++y) PutDibPixel(LockDib(p.r.Image), 4, y, 11);
+  p.r.Opacity = 10;
+  p.r.Antialias = 1;  // no effect on a paletted image
+  ASSERT_EQ(InsetBucketFill(&p.r, 200, 10, 0, 0), 1);
+  for (int y = 0; y < 8; ++y)
+    for (int x = 0; x < 8; ++x) ASSERT_EQ(Px(p.r.Image, x, y), x < 4 ? 200u : x == 4 ? 11u : 10u);
+
+  // Mono: the lowest bit.
+  Doc m(Blank(9, 3, 1, 0));
+  PutDibPixel(LockDib(m.r.Image), 4, 0, 1);
+  PutDibPixel(LockDib(m.r.Image), 4, 1, 1);
+  PutDibPixel(LockDib(m.r.Image), 4, 2, 1);
+  ASSERT_EQ(InsetBucketFill(&m.r, 1, 0, 8, 1), 1);  // a press on the last column
+  for (int x = 0; x < 9; ++x) EXPECT_EQ(Px(m.r.Image, x, 1), x >= 4 ? 1u : 0u) << x;
+}
+
+TEST(FloodFillInset, GradientStretchesOverTheFilledBox) {
+  // A framed room from (10, 5) to (19, 14) inside a white image.
+  Doc d(Blank(40, 30, 24, RGB(255, 255, 255)));
+  for (int i = 9; i <= 20; ++i) {
+    PutDibPixel(LockDib(d.r.Image), i, 4, 0);
+    PutDibPixel(LockDib(d.r.Image), i, 15, 0);
+    PutDibPixel(LockDib(d.r.Image), 9, i - 5, 0);
+    PutDibPixel(LockDib(d.r.Image), 20, i - 5, 0);
+  }
+  d.r.FillType = FILL_GRADIENT;
+  d.r.Gradient.GradientType = 0;
+  d.r.Gradient.StartColour = RGB(255, 0, 0);
+  d.r.Gradient.EndColour = RGB(0, 0, 255);
+  d.r.Gradient.Angle = 0;
+  d.r.Gradient.ImageType = 0;
+  HDIB before = DuplicateObject(d.r.Image);
+  ASSERT_EQ(InsetBucketFill(&d.r, RGB(0, 255, 0), RGB(255, 255, 255), 12, 8), 1);
+  EXPECT_EQ(d.r.Gradient.Rect, (RECT{10, 5, 20, 15}));
+  GRADIENT g = d.r.Gradient;
+  g.Rect = RECT{0, 0, 10, 10};
+  HDIB source = CreateGradient(&g);
+  ASSERT_TRUE(source);
+  bool varies = false;
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 40; ++x) {
+      const bool inside = x >= 10 && x < 20 && y >= 5 && y < 15;
+      ASSERT_EQ(Px(d.r.Image, x, y), inside ? Px(source, x - 10, y - 5) : Px(before, x, y)) << x << "," << y;
+      varies |= inside && Px(source, x - 10, y - 5) != Px(source, 0, 0);
+    }
+  EXPECT_TRUE(varies);
+
+  // A one-pixel region: the source is one pixel, its own start colour.
+  Doc one(Blank(5, 5, 24, 0));
+  PutDibPixel(LockDib(one.r.Image), 2, 2, RGB(255, 255, 255));
+  one.r.FillType = FILL_GRADIENT;
+  one.r.Gradient = d.r.Gradient;
+  ASSERT_EQ(InsetBucketFill(&one.r, 0, RGB(255, 255, 255), 2, 2), 1);
+  EXPECT_EQ(one.r.Gradient.Rect, (RECT{2, 2, 3, 3}));
+  GRADIENT g1 = one.r.Gradient;
+  g1.Rect = RECT{0, 0, 1, 1};
+  HDIB px = CreateGradient(&g1);
+  EXPECT_EQ(Px(one.r.Image, 2, 2), Px(px, 0, 0));
+  EXPECT_EQ(Px(one.r.Image, 1, 2), 0u);
+}
+
+// ---- The tool through the fake host -------------------------------------------------------
+
+class Host : public ToolHost {
+ public:
+  std::vector<std::string> messages;
+  int ScrollX() const override { return scrollX; }
+  int ScrollY() const override { return scrollY; }
+  int ClientWidth() const override { return 400; }
+  int ClientHeight() const override { return 300; }
+  void SetScrollBars(int, int) override {}
+  void SelectViewMode(int) override {}
+  void InvalidateImage(RECT) override {}
+  void InvalidateView() override { ++redraws; }
+  void StartTimer(ToolSession*, int, int) override {}
+  void StopTimer(ToolSession*, int) override {}
+  void CaptureMouse(ToolSession*) override {}
+  void ReleaseMouse() override {}
+  bool ControlDown() const override { return false; }
+  bool ShiftDown() const override { return false; }
+  bool AltDown() const override { return false; }
+  void ShowMessage(const std::string& text) override { messages.push_back(text); }
+  void StatusText(const std::string& text) override { status = text; }
+  void SetCursor(int) override {}
+  void UpdateMenuStates() override {}
+  std::string status;
+  int redraws = 0, scrollX = 0, scrollY = 0;
+};
+
+class BucketToolTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    CreateNewFile(&record);
+    record.Image = Blank(100, 80, 24, RGB(255, 255, 255));
+    for (int y = 0; y < 80; ++y) PutDibPixel(LockDib(record.Image), 50, y, 0);
+    SetImageType(&record);
+    record.Opacity = 255;
+    record.Antialias = 0;
+    record.PaintColour = RGB(255, 0, 0);
+    record.FillColour = RGB(0, 255, 0);
+    record.PaperColour = RGB(0, 0, 255);
+    doc = std::make_unique<DocumentTools>(&record, &host);
+    MessageQueue::Instance().Clear();
+    CurrentTool() = -1;
+    ASSERT_TRUE(ChangeTool(doc.get(), TOOL_BUCKET));
+    MessageQueue::Instance().Drain();
+  }
+  void TearDown() override {
+    doc.reset();
+    MessageQueue::Instance().Clear();
+    CurrentTool() = -1;
+    SetAllocationLimit(0);
+  }
+  void Press(int event, int x, int y, unsigned keys) {
+    doc->MouseEvent(event, x, y, keys);
+    MessageQueue::Instance().Drain();
+  }
+  BLOCKSET record;
+  Host host;
+  std::unique_ptr<DocumentTools> doc;
+};
+
+TEST_F(BucketToolTest, ButtonsAndShiftPickTheColourAndEachFillCanBeUndone) {
+  ASSERT_NE(doc->session(), nullptr);
+  EXPECT_EQ(doc->session()->param.Tool, TOOL_BUCKET);
+  EXPECT_EQ(doc->session()->window, (RECT{0, 0, 100, 80}));
+  doc->MouseEvent(WM_MOUSEMOVE, 7, 9, 0);
+  EXPECT_EQ(host.status, "(7,9)");
+
+  Press(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
+  EXPECT_EQ(Px(record.Image, 0, 0), RGB(255, 0, 0));
+  EXPECT_EQ(Px(record.Image, 70, 0), RGB(255, 255, 255));
+  EXPECT_EQ(record.Modified, 1);
+  EXPECT_EQ(record.UndoAvailable, 1);
+  EXPECT_GE(host.redraws, 1);
+  Press(WM_RBUTTONDOWN, 70, 10, MK_RBUTTON);
+  EXPECT_EQ(Px(record.Image, 99, 79), RGB(0, 255, 0));
+  Press(WM_LBUTTONDOWN, 70, 10, MK_LBUTTON | MK_SHIFT);
+  EXPECT_EQ(Px(record.Image, 99, 79), RGB(0, 0, 255));
+  Press(WM_MBUTTONDOWN, 10, 10, MK_MBUTTON);
+  EXPECT_EQ(Px(record.Image, 0, 79), RGB(0, 0, 255));
+  // Undo gives back the image before the last fill.
+  ASSERT_TRUE(DoUndo(&record));
+  EXPECT_EQ(Px(record.Image, 0, 79), RGB(255, 0, 0));
+  EXPECT_EQ(Px(record.Image, 99, 79), RGB(0, 0, 255));
+  EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(BucketToolTest, PressesOutsideTheImageOrOnTheColourItself) {
+  // Scrolled: the press point is unzoomed plus scroll.
+  host.scrollX = 60;
+  Press(WM_LBUTTONDOWN, 0, 0, MK_LBUTTON);
+  EXPECT_EQ(Px(record.Image, 99, 0), RGB(255, 0, 0));
+  EXPECT_EQ(Px(record.Image, 0, 0), RGB(255, 255, 255));
+  host.scrollX = 0;
+  record.Modified = 0;
+  record.UndoAvailable = 0;
+  // Paint colour within tolerance of the seed: the messages of a success, no change.
+  record.PaintColour = RGB(250, 250, 250);
+  HDIB before = DuplicateObject(record.Image);
+  Press(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
+  EXPECT_TRUE(test::SameBlock(before, record.Image));
+  EXPECT_EQ(record.Modified, 1);
+  EXPECT_EQ(record.UndoAvailable, 1);
+  // A point beyond the image (the window reaching past it after a zoom or
+  // resize): nothing at all, no undo taken.
+  record.Modified = 0;
+  record.UndoAvailable = 0;
+  doc->session()->OnLButtonDown(150, 10, MK_LBUTTON);
+  MessageQueue::Instance().Drain();
+  EXPECT_EQ(record.UndoAvailable, 0);
+  EXPECT_EQ(record.Modified, 0);
+  EXPECT_TRUE(test::SameBlock(before, record.Image));
+}
+
+TEST_F(BucketToolTest, MemoryErrorLeavesTheImage) {
+  // A mono image: its undo copy is far smaller than the fill's 8-bit mask.
+  record.Image = Blank(200, 100, 1, 0);
+  SetImageType(&record);
+  record.PaintColour = 1;
+  HDIB before = DuplicateObject(record.Image);
+  SetAllocationLimit(5000);
+  Press(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
+  SetAllocationLimit(0);
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_EQ(host.messages[0], "Memory error");
+  EXPECT_TRUE(test::SameBlock(before, record.Image));
+  EXPECT_EQ(record.Modified, 0);
+  EXPECT_NE(doc->session(), nullptr);  // the tool still stands
+  Press(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
+  EXPECT_EQ(Px(record.Image, 199, 99), 1u);
+}
+
+}  // namespace
+}  // namespace ochrel
