@@ -14,6 +14,8 @@
 #include "render/wrapper.h"
 #include "ui/mainframe.h"
 #include "ui/messages.h"
+#include "ui/startup.h"
+#include "frame/tips.h"
 
 int main(int argc, char** argv) {
   using namespace ochrel;
@@ -29,6 +31,8 @@ int main(int argc, char** argv) {
     ReadStartupWindowFlag();
     QScreen* screen = QGuiApplication::primaryScreen();
     SetDisplayBits(screen ? screen->depth() : 0);
+    // The start-up window stands while the frame is built.
+    OpenLogo(nullptr);
 
     MainFrame frame;
     // One command line is one file name, quotes and all.
@@ -40,27 +44,31 @@ int main(int argc, char** argv) {
     }
     frame.show();
     if (StartMaximized) frame.showMaximized();
+    // The start-up window stays in front of the frame that was built behind it.
+    if (LogoWindow* logo = CurrentLogo()) logo->raise();
 
     // The program needs true colour and at least 800 by 600.
     QSize size = screen ? screen->size() : QSize();
     if (GetDisplayBits() <= 8 || size.width() < 800 || size.height() < 600) {
-      DoMessage(&frame,
-                "Your present Windows screen driver can't display true color, or it's set to a resolution of "
-                "less than 800 x 600.");
+      CloseLogo();
+      ShowDriverDialog(&frame);
       code = 0;
     } else {
       // Timer 2: the start-up window closes after LogoDelay.
-      QTimer::singleShot(std::max(100, LogoDelay), &frame, [] {});
+      QTimer::singleShot(std::max(100, LogoDelay), &frame, [] { CloseLogo(); });
+      const bool tipDue = ShowTipOfTheDay && IsTipTime();
       ochrel::srand(static_cast<unsigned>(std::time(nullptr)));
-      if (WarnNonBeta) {
-        QTimer::singleShot(0, &frame, [&frame] {
+      // The one-time notice comes first; the day's tip waits until it is closed.
+      QTimer::singleShot(0, &frame, [&frame, tipDue] {
+        if (WarnNonBeta) {
           DoMessage(&frame,
                     "This is an interim release of Ochrel. Some features are still being completed.\n\n"
                     "This notice will not be shown again.",
                     "Interim Release Notice");
           WarnNonBeta = 0;
-        });
-      }
+        }
+        if (tipDue) frame.PostCommand(CM_TIPOFTHEDAY);
+      });
       // For smoke tests: OCHREL_QUIT_AFTER_MS closes the program by itself.
       if (const char* ms = std::getenv("OCHREL_QUIT_AFTER_MS"))
         QTimer::singleShot(std::atoi(ms), &frame, [&frame] { frame.close(); });

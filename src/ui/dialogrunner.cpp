@@ -13,6 +13,7 @@ namespace ochrel {
 
 namespace {
 DialogAnswerer g_answerer;
+UrlOpener g_opener;
 }
 
 void SetDialogAnswerer(DialogAnswerer answerer) { g_answerer = std::move(answerer); }
@@ -22,11 +23,17 @@ bool RunDialog(QDialog& dialog) {
   return dialog.exec() == QDialog::Accepted;
 }
 
-void DoHelp(QWidget* parent, const char* topic) {
-  QString page = QString::fromStdString((DataFolder() / "html" / "referenc.htm").string());
+void SetUrlOpener(UrlOpener opener) { g_opener = std::move(opener); }
+
+bool OpenUrl(const QUrl& url) { return g_opener ? g_opener(url) : QDesktopServices::openUrl(url); }
+
+void OpenHelpPage(QWidget* parent, const char* pageName, const char* topic) {
+  QString page = QString::fromStdString((DataFolder() / "html" / pageName).string());
   QUrl url = QUrl::fromLocalFile(page);
   url.setFragment(QString::fromLatin1(topic));
-  if (!QFileInfo::exists(page) || !QDesktopServices::openUrl(url)) DoMessage(parent, FetchString(306));
+  if (!QFileInfo::exists(page) || !OpenUrl(url)) DoMessage(parent, FetchString(306));
 }
+
+void DoHelp(QWidget* parent, const char* topic) { OpenHelpPage(parent, "referenc.htm", topic); }
 
 }  // namespace ochrel

@@ -5,6 +5,7 @@
 #include <functional>
 
 class QDialog;
+class QUrl;
 class QWidget;
 
 namespace ochrel {
@@ -15,5 +16,12 @@ bool RunDialog(QDialog& dialog);
 
 // Opens a help topic in the help pages; says so when they cannot be shown.
 void DoHelp(QWidget* parent, const char* topic);
+// A page of the help folder (html/ in the application folder) at an anchor.
+void OpenHelpPage(QWidget* parent, const char* page, const char* topic);
+
+// Pages open in the desktop's browser; tests install an opener instead.
+using UrlOpener = std::function<bool(const QUrl&)>;
+void SetUrlOpener(UrlOpener opener);
+bool OpenUrl(const QUrl& url);
 
 }  // namespace ochrel

@@ -45,6 +45,8 @@
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
 #include "ui/settingswindow.h"
+#include "ui/startup.h"
+#include "ui/dialogrunner.h"
 #include "ui/toolbox.h"
 #include "tools/toolsession.h"
 
@@ -488,14 +490,17 @@ void MainFrame::Command(int id) {
     case CM_PRINT:
     case CM_DELETE:
       break;  // accelerators without an action
-    case CM_HELP:
+    case CM_HELP: DoHelp(this, "INDEX"); break;
     case CM_SETUP:
-    case CM_MANUAL:
-    case CM_ABOUT:
-    case CM_SYSINFO:
-    case CM_TIPOFTHEDAY:
+      DoSetup(this);
+      setWindowTitle(QString::fromUtf8(FetchString(IDS_TITLE)));
+      break;
+    case CM_MANUAL: ShowManual(this); break;
+    case CM_ABOUT: DoAbout(this); break;
+    case CM_SYSINFO: ShowSysInfo(this); break;
+    case CM_TIPOFTHEDAY: ShowTipDialog(this); break;
     case CM_PASTENEW:
-      break;  // dialogs of their own, not yet here
+      break;  // comes with the clipboard
     case CM_DUPLICATE: DoDuplicate(); break;
     case CM_TOTRUECOLOUR:
     case CM_TOGREY:
