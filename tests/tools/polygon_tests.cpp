@@ -1,0 +1,349 @@
+// The polygon tool: vertices by presses, the rubber band, the double click
+// that commits, and the figure's exact place in the image.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "frame/blockset.h"
+#include "frame/view.h"
+#include "tools/polygontool.h"
+#include "tools/toolsession.h"
+
+namespace ochrel {
+namespace {
+
+constexpr COLORREF kWhite = RGB(255, 255, 255);
+
+class PolygonHost : public ToolHost {
+ public:
+  int scrollX = 0, scrollY = 0;
+  bool ctrl = false, captured = false;
+  std::string status;
+  std::vector<std::string> lines;
+  std::vector<RECT> invalidated;
+  int ScrollX() const override { return scrollX; }
+  int ScrollY() const override { return scrollY; }
+  int ClientWidth() const override { return 400; }
+  int ClientHeight() const override { return 300; }
+  void SetScrollBars(int, int) override {}
+  void SelectViewMode(int) override {}
+  void InvalidateImage(RECT r) override { invalidated.push_back(r); }
+  void InvalidateView() override { invalidated.push_back(RECT{-1, -1, -1, -1}); }
+  void StartTimer(ToolSession*, int, int) override {}
+  void StopTimer(ToolSession*, int) override {}
+  void CaptureMouse(ToolSession*) override { captured = true; }
+  void ReleaseMouse() override { captured = false; }
+  bool ControlDown() const override { return ctrl; }
+  bool ShiftDown() const override { return false; }
+  bool AltDown() const override { return false; }
+  void ShowMessage(const std::string&) override {}
+  void StatusText(const std::string& text) override { status = text; }
+  void SetCursor(int) override {}
+  void UpdateMenuStates() override {}
+  void InvertLine(POINT a, POINT b) override {
+    if (a == b) return;  // a line that leaves out its only point draws nothing
+    lines.push_back(std::to_string(a.x) + "," + std::to_string(a.y) + "-" + std::to_string(b.x) + "," +
+                    std::to_string(b.y));
+  }
+  // The lines inverted an odd number of times: what is on the screen now.
+  std::set<std::string> Shown() const {
+    std::map<std::string, int> n;
+    for (const auto& s : lines) ++n[s];
+    std::set<std::string> out;
+    for (const auto& [s, count] : n)
+      if (count % 2) out.insert(s);
+    return out;
+  }
+};
+
+class PolygonTest : public ::testing::Test {
+ protected:
+  void SetUp() override { Make(0); }
+  void Make(int type) {
+    doc.reset();
+    record = BLOCKSET{};
+    CreateNewFile(&record);
+    record.Image = CreateNewImage(NEWFILEPARAM{40, 30, type, kWhite});
+    SetImageType(&record);
+    record.ViewMode = 5;
+    record.Opacity = 255;
+    record.Antialias = 0;
+    record.LineThickness = 0;
+    record.SolidFillMode = 0;
+    record.FillType = 0;
+    record.ShadowActive = 0;
+    record.GridActive = 0;
+    record.PaintColour = RGB(0, 0, 0);
+    record.FillColour = RGB(255, 0, 0);
+    doc = std::make_unique<DocumentTools>(&record, &host);
+    MessageQueue::Instance().Clear();
+    CurrentTool() = -1;
+    ASSERT_TRUE(ChangeTool(doc.get(), TOOL_POLYGON));
+    MessageQueue::Instance().Drain();
+  }
+  void TearDown() override {
+    doc.reset();
+    MessageQueue::Instance().Clear();
+    CurrentTool() = -1;
+  }
+  PolygonTool* tool() { return dynamic_cast<PolygonTool*>(doc->session()); }
+  void Click(int x, int y, unsigned keys = 0) {
+    doc->MouseEvent(WM_LBUTTONDOWN, x, y, MK_LBUTTON | keys);
+    doc->MouseEvent(WM_LBUTTONUP, x, y, keys);
+  }
+  // The last vertex: its press, then the double click at the same place.
+  void Finish(int x, int y) {
+    Click(x, y);
+    doc->MouseEvent(WM_LBUTTONDBLCLK, x, y, MK_LBUTTON);
+    doc->MouseEvent(WM_LBUTTONUP, x, y, 0);
+    MessageQueue::Instance().Drain();
+  }
+  std::uint32_t Pixel(int x, int y) { return GetDibPixel(LockDib(record.Image), x, y); }
+  RECT Painted(std::uint32_t colour, int* count) {
+    RECT r{1000, 1000, -1, -1};
+    *count = 0;
+    for (int y = 0; y < 30; ++y)
+      for (int x = 0; x < 40; ++x)
+        if (Pixel(x, y) == colour) {
+          ++*count;
+          r = RECT{std::min(r.left, x), std::min(r.top, y), std::max(r.right, x + 1), std::max(r.bottom, y + 1)};
+        }
+    return r;
+  }
+
+  BLOCKSET record;
+  PolygonHost host;
+  std::unique_ptr<DocumentTools> doc;
+};
+
+TEST_F(PolygonTest, StandsOverTheImageAndCommitsAtTheDoubleClick) {
+  ASSERT_NE(tool(), nullptr);
+  EXPECT_EQ(doc->session()->window, (RECT{0, 0, 40, 30}));  // the limit rectangle: the image at 100 percent
+  Click(10, 10);
+  EXPECT_EQ(record.UndoAvailable, 1);  // taken at the first vertex
+  EXPECT_TRUE(host.captured);
+  Click(20, 10);
+  Click(20, 20);
+  EXPECT_EQ(tool()->Points(), (std::vector<POINT>{{10, 10}, {20, 10}, {20, 20}}));
+  EXPECT_EQ(Pixel(15, 15), kWhite);  // nothing until the double click
+  Finish(10, 20);
+  // The figure is filled where it was drawn, a 10 by 10 square whose pixels
+  // lie between the vertices (the back end decides which edge takes the
+  // pixels the edges pass through); the tool stands ready again.
+  int n = 0;
+  const RECT r = Painted(RGB(255, 0, 0), &n);
+  EXPECT_EQ(n, 100);
+  EXPECT_EQ(r.right - r.left, 10);
+  EXPECT_EQ(r.bottom - r.top, 10);
+  EXPECT_TRUE(r.left == 10 || r.left == 11) << r.left;
+  EXPECT_TRUE(r.top == 10 || r.top == 11) << r.top;
+  EXPECT_TRUE(tool()->Points().empty());
+  EXPECT_FALSE(host.captured);
+  EXPECT_EQ(record.Modified, 1);
+  EXPECT_EQ(doc->session()->param.Tool, TOOL_POLYGON);
+  ASSERT_TRUE(DoUndo(&record));
+  EXPECT_EQ(Pixel(15, 15), kWhite);
+}
+
+TEST_F(PolygonTest, OutlineIsClosedAndCentredOnTheEdges) {
+  record.SolidFillMode = 1;
+  record.LineThickness = 1;
+  Click(10, 10);
+  Click(25, 10);
+  Click(25, 20);
+  Finish(10, 20);
+  for (POINT p : std::vector<POINT>{{10, 10}, {25, 10}, {25, 20}, {10, 20}, {17, 10}, {25, 15}, {17, 20}, {10, 15}})
+    EXPECT_EQ(Pixel(p.x, p.y), RGB(0, 0, 0)) << p.x << "," << p.y;  // the closing edge included
+  EXPECT_EQ(Pixel(17, 15), kWhite);
+  EXPECT_EQ(Pixel(9, 15), kWhite);
+  EXPECT_EQ(Pixel(26, 15), kWhite);
+  // Outline over fill, thicker: the fill stays inside.
+  Make(0);
+  record.LineThickness = 3;
+  Click(10, 10);
+  Click(25, 10);
+  Click(25, 20);
+  Finish(10, 20);
+  EXPECT_EQ(Pixel(17, 15), RGB(255, 0, 0));
+  EXPECT_EQ(Pixel(9, 15), RGB(0, 0, 0));
+  EXPECT_EQ(Pixel(11, 15), RGB(0, 0, 0));
+  EXPECT_EQ(Pixel(7, 15), kWhite);
+}
+
+TEST_F(PolygonTest, DoubleClickFirstGivesOneOrTwoVertices) {
+  record.LineThickness = 3;
+  record.SolidFillMode = 1;
+  // A double click on the spot: one vertex, drawn as a dot.
+  Finish(15, 15);
+  int n = 0;
+  RECT r = Painted(RGB(0, 0, 0), &n);
+  EXPECT_GT(n, 0);
+  EXPECT_GE(r.left, 13);
+  EXPECT_LE(r.right, 18);
+  EXPECT_EQ(Pixel(15, 15), RGB(0, 0, 0));
+  // The mouse moved between the press and the double click: a second vertex.
+  Make(0);
+  record.LineThickness = 1;
+  record.SolidFillMode = 1;
+  Click(5, 5);
+  doc->MouseEvent(WM_LBUTTONDBLCLK, 30, 5, MK_LBUTTON);
+  MessageQueue::Instance().Drain();
+  r = Painted(RGB(0, 0, 0), &n);
+  EXPECT_EQ(r.top, 5);
+  EXPECT_EQ(r.bottom, 6);
+  EXPECT_LE(r.left, 6);
+  EXPECT_GE(r.right, 30);
+  EXPECT_EQ(n, r.right - r.left);
+}
+
+TEST_F(PolygonTest, CtrlAndGridPlaceVertices) {
+  Click(10, 10);
+  // Ctrl during the band: the free end goes onto the horizontal.
+  doc->MouseEvent(WM_MOUSEMOVE, 30, 12, MK_CONTROL);
+  EXPECT_EQ(tool()->param.RubberEnd, (POINT{30, 10}));
+  // Ctrl at the press takes the constrained end, not the mouse point.
+  doc->MouseEvent(WM_LBUTTONDOWN, 30, 12, MK_LBUTTON | MK_CONTROL);
+  EXPECT_EQ(tool()->Points().back(), (POINT{30, 10}));
+  doc->MouseEvent(WM_LBUTTONUP, 30, 12, 0);
+  doc->PrepareToolFunction(TOOL_POLYGON);  // ends the session, figure dropped
+  EXPECT_EQ(Pixel(20, 10), kWhite);
+
+  // The grid snaps presses, not the band.
+  Make(0);
+  record.GridActive = 1;
+  record.GridHorizontal = 10;
+  record.GridVertical = 10;
+  Click(13, 17);
+  EXPECT_EQ(tool()->Points().back(), (POINT{10, 20}));
+  doc->MouseEvent(WM_MOUSEMOVE, 26, 34, 0);
+  EXPECT_EQ(tool()->param.RubberEnd, (POINT{26, 34}));
+  Click(26, 24);
+  EXPECT_EQ(tool()->Points().back(), (POINT{30, 20}));
+}
+
+TEST_F(PolygonTest, BandAndEdgesOnTheScreen) {
+  Click(10, 10);
+  doc->MouseEvent(WM_MOUSEMOVE, 20, 12, 0);
+  EXPECT_EQ(host.Shown(), (std::set<std::string>{"10,10-20,12"}));
+  doc->MouseEvent(WM_MOUSEMOVE, 20, 10, 0);
+  EXPECT_EQ(host.Shown(), (std::set<std::string>{"10,10-20,10"}));
+  Click(20, 10);
+  // The fixed edge stays; the band starts again at the new vertex.
+  doc->MouseEvent(WM_MOUSEMOVE, 20, 20, 0);
+  EXPECT_EQ(host.Shown(), (std::set<std::string>{"10,10-20,10", "20,10-20,20"}));
+  EXPECT_EQ(host.status, "(20,20)");
+  // Back onto the last press: the band stays where it was.
+  doc->MouseEvent(WM_MOUSEMOVE, 20, 10, 0);
+  EXPECT_EQ(host.Shown(), (std::set<std::string>{"10,10-20,10", "20,10-20,20"}));
+  host.invalidated.clear();
+  Finish(20, 20);
+  // The commit redraws the figure's area, which takes the edges away.
+  ASSERT_FALSE(host.invalidated.empty());
+  const RECT& r = host.invalidated.back();
+  EXPECT_LE(r.left, 10);
+  EXPECT_LE(r.top, 10);
+  EXPECT_GE(r.right, 21);
+  EXPECT_GE(r.bottom, 21);
+}
+
+TEST_F(PolygonTest, ScrolledViewsAndZoomLandUnderTheDrawing) {
+  auto square = [this] {
+    Click(10, 10);
+    Click(20, 10);
+    Click(20, 20);
+    Finish(10, 20);
+  };
+  square();
+  int n = 0;
+  const RECT home = Painted(RGB(255, 0, 0), &n);
+  Make(0);
+  host.scrollX = 7;
+  host.scrollY = 5;
+  square();
+  EXPECT_EQ(Painted(RGB(255, 0, 0), &n), (RECT{home.left + 7, home.top + 5, home.right + 7, home.bottom + 5}));
+  EXPECT_EQ(n, 100);
+  host.scrollX = host.scrollY = 0;
+  // At 200 percent the view points are halved.
+  Make(0);
+  record.ViewMode = 6;
+  doc->PrepareToolFunction(TOOL_POLYGON);
+  doc->PrepareToolFunction(TOOL_POLYGON);
+  Click(20, 20);
+  Click(40, 20);
+  Click(40, 40);
+  Finish(20, 40);
+  EXPECT_EQ(Painted(RGB(255, 0, 0), &n), home);
+}
+
+TEST_F(PolygonTest, NothingToPaintAndToolChangeLeaveTheImage) {
+  record.LineThickness = 0;
+  record.SolidFillMode = 1;
+  HDIB before = DuplicateObject(record.Image);
+  Click(5, 5);
+  Click(30, 5);
+  Finish(30, 25);
+  EXPECT_EQ(std::memcmp(before->data(), record.Image->data(), before->size()), 0);
+  EXPECT_EQ(record.UndoAvailable, 1);
+  // A tool change in the middle of a figure forgets it and redraws its place.
+  record.SolidFillMode = 0;
+  Click(5, 5);
+  Click(30, 5);
+  host.invalidated.clear();
+  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_PEN));
+  MessageQueue::Instance().Drain();
+  EXPECT_EQ(std::memcmp(before->data(), record.Image->data(), before->size()), 0);
+  EXPECT_FALSE(host.invalidated.empty());
+  EXPECT_FALSE(host.captured);
+}
+
+TEST_F(PolygonTest, RightPressTakesThePaintColour) {
+  InsetSolidRectangle(record.Image, RGB(10, 20, 30), RECT{0, 0, 5, 5});
+  doc->MouseEvent(WM_RBUTTONDOWN, 2, 2, MK_RBUTTON);
+  EXPECT_EQ(record.PaintColour, RGB(10, 20, 30));
+}
+
+TEST_F(PolygonTest, OpacityPaletteAndShadowFollowTheShapeRules) {
+  record.Opacity = 128;
+  record.FillColour = RGB(200, 0, 100);
+  Click(10, 10);
+  Click(20, 10);
+  Click(20, 20);
+  Finish(10, 20);
+  EXPECT_EQ(Pixel(15, 15), RGB(227, 127, 177));
+  // Paletted: antialiasing asked for, but the figure has only exact indices.
+  Make(2);
+  const std::uint32_t background = Pixel(0, 0);
+  record.Antialias = 1;
+  record.FillColour = 6;
+  Click(3, 3);
+  Click(36, 9);
+  Finish(12, 27);
+  std::set<std::uint32_t> seen;
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 40; ++x) seen.insert(Pixel(x, y));
+  EXPECT_EQ(seen, (std::set<std::uint32_t>{background, 6}));
+  // A shadow falls beside a filled opaque figure on true colour.
+  Make(0);
+  record.ShadowActive = 1;
+  record.Shadow.ShadowType = 2;
+  record.Shadow.ShadowColor = RGB(0, 0, 0);
+  record.Shadow.ShadowDirection = 7;
+  record.Shadow.ShadowOffset = 5;
+  record.Shadow.ShadowSoft = 5;
+  record.Shadow.ShadowOpacity = 255;
+  Click(5, 5);
+  Click(20, 5);
+  Click(20, 15);
+  Finish(5, 15);
+  EXPECT_NE(Pixel(22, 17), kWhite);
+  EXPECT_EQ(Pixel(3, 3), kWhite);
+  EXPECT_EQ(Pixel(12, 10), RGB(255, 0, 0));
+}
+
+}  // namespace
+}  // namespace ochrel
