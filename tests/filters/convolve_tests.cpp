@@ -149,7 +149,9 @@ TEST(OptimalKernelWidth, RadiusAndSigmaRules) {
     };
     EXPECT_EQ(w % 2, 1);
     EXPECT_FALSE(passes(w + 2)) << sigma;
-    if (w >= 5) EXPECT_TRUE(passes(w)) << sigma;
+    if (w >= 5) {
+      EXPECT_TRUE(passes(w)) << sigma;
+    }
   }
 }
 
@@ -256,7 +258,9 @@ TEST(UnsharpMask, ThresholdAndAmountFollowTheRule) {
           expect = v < 0 ? 0 : v > 255 ? 255 : static_cast<int>(v + 0.5);
         }
         ASSERT_EQ(DibBits(o)[i], expect) << i;
-        if (threshold == 15 && std::abs(d) <= 191) ASSERT_EQ(DibBits(o)[i], sv);
+        if (threshold == 15 && std::abs(d) <= 191) {
+          ASSERT_EQ(DibBits(o)[i], sv);
+        }
         if (std::abs(d) > 191) ++changedFar;
       }
       (void)changedFar;

@@ -67,7 +67,9 @@ TEST(Rotate, FortyFiveDegreesWithAndWithoutPreserve) {
   // Every pixel the mask marks as background holds the paper colour.
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x)
-      if (GetDibPixel(m, x, y) == 0) ASSERT_EQ(GetDibPixel(o, x, y), RGB(1, 2, 3));
+      if (GetDibPixel(m, x, y) == 0) {
+        ASSERT_EQ(GetDibPixel(o, x, y), RGB(1, 2, 3));
+      }
   // Without interpolation the marked pixels are source pixels, unchanged.
   p.FilterRotateInterpolate = 0;
   p.FilterRotatePreserve = 1;
