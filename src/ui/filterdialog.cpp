@@ -220,7 +220,7 @@ FilterPane::FilterPane(int id, FILTERPARAM* param, QWidget* parent)
   setObjectName(QString::number(id));
   setMouseTracking(true);
   setAttribute(Qt::WA_OpaquePaintEvent);
-  setMinimumSize(120, 120);
+  setMinimumSize(160, 160);
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
   UpdateCursor();
 }
@@ -560,7 +560,6 @@ void MasterFilterBox::Build() {
   });
   connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
   connect(help, &QPushButton::clicked, this, [this] { DoHelp(this, "FILTERS"); });
-  resize(960, 560);
 }
 
 QScrollBar* MasterFilterBox::scrollBar(int id) const { return findChild<QScrollBar*>(QString::number(id)); }
