@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -233,9 +234,20 @@ void FillMarkingImage(BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const Mat
   });
 }
 
+// The box of the marked pixels, grown as they are marked.
+struct Box {
+  int left = INT_MAX, right = -1, top = INT_MAX, bottom = -1;
+  void Add(int y, int x0, int x1) {  // columns x0 .. x1 of row y
+    left = std::min(left, x0);
+    right = std::max(right, x1);
+    top = std::min(top, y);
+    bottom = std::max(bottom, y);
+  }
+};
+
 template <int Bits>
 void FillMaskOnly(const BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const Matcher& alike, int x, int y,
-                  std::uint32_t coverage) {
+                  std::uint32_t coverage, Box* box) {
   const int w = image->biWidth, h = image->biHeight;
   const bool bytes = mask->biBitCount == 8;
   SeedFill(w, h, x, y, [&](int row) {
@@ -243,13 +255,17 @@ void FillMaskOnly(const BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const M
       const BYTE* pixels;
       const Matcher* alike;
       MaskWriter mask;
+      Box* box;
       bool Inside(int x) const {
         const bool unmarked = mask.bytes ? mask.row[x] == 0 : GetDibPixel(mask.mask, x, mask.y) == 0;
         return unmarked && alike->Alike<Bits>(pixels, x);
       }
-      void Mark(int x) const { mask.Put(x); }
+      void Mark(int x) const {
+        mask.Put(x);
+        box->Add(mask.y, x, x);
+      }
     };
-    return Row{DibRow(image, row), &alike, MaskWriter{mask, coverage, bytes, row, DibRow(mask, row)}};
+    return Row{DibRow(image, row), &alike, MaskWriter{mask, coverage, bytes, row, DibRow(mask, row)}, box};
   });
 }
 
@@ -287,7 +303,8 @@ void BucketFill(BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const BLOCKSET*
 }
 
 void BucketFillMask(const BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const BLOCKSET* bs, int x, int y,
-                    std::uint32_t newValue, std::uint32_t oldValue) {
+                    std::uint32_t newValue, std::uint32_t oldValue, RECT* filled) {
+  if (filled) *filled = RECT{};
   if (!UsableDib(image) || !UsableDib(mask) || !SameSize(image, mask)) return;
   if (x < 0 || y < 0 || x >= image->biWidth || y >= image->biHeight) return;
   const int type = bs->ImageType;
@@ -296,13 +313,61 @@ void BucketFillMask(const BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const
   // A coverage the mask stores as 0 leaves it all 0 whatever is visited.
   if (StoredValue(mask->biBitCount, v) == 0) return;
   const Matcher alike(image, bs, oldValue, type);
+  Box box;
   switch (image->biBitCount) {
-    case 1: FillMaskOnly<1>(image, mask, alike, x, y, v); break;
-    case 4: FillMaskOnly<4>(image, mask, alike, x, y, v); break;
-    case 8: FillMaskOnly<8>(image, mask, alike, x, y, v); break;
-    case 24: FillMaskOnly<24>(image, mask, alike, x, y, v); break;
-    default: FillMaskOnly<32>(image, mask, alike, x, y, v); break;
+    case 1: FillMaskOnly<1>(image, mask, alike, x, y, v, &box); break;
+    case 4: FillMaskOnly<4>(image, mask, alike, x, y, v, &box); break;
+    case 8: FillMaskOnly<8>(image, mask, alike, x, y, v, &box); break;
+    case 24: FillMaskOnly<24>(image, mask, alike, x, y, v, &box); break;
+    default: FillMaskOnly<32>(image, mask, alike, x, y, v, &box); break;
   }
+  if (filled && box.right >= 0) *filled = RECT{box.left, box.top, box.right + 1, box.bottom + 1};
+}
+
+HDIB FeatherMask(const BITMAPINFOHEADER* mask) {
+  if (!UsableDib(mask) || mask->biBitCount != 8) return nullptr;
+  const int w = mask->biWidth, h = mask->biHeight;
+  BYTE palette[768];
+  GetDibPalette(mask, palette);
+  HDIB out = CreateDib(w, h, palette, 8);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  // Weights 1 2 1 / 2 15 2 / 1 2 1; those falling outside the image are
+  // dropped from both the sum and the divisor.
+  ParallelBands(h, 32, [&](int y0, int y1) {
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* up = y > 0 ? DibRow(mask, y - 1) : nullptr;
+      const BYTE* mid = DibRow(mask, y);
+      const BYTE* down = y + 1 < h ? DibRow(mask, y + 1) : nullptr;
+      BYTE* d = DibRow(o, y);
+      auto column = [&](int x, int& s, int& wt, int side) {  // side: 1 for a neighbour column, else centre
+        const int edge = side ? 1 : 2, centre = side ? 2 : 15;
+        s += mid[x] * centre;
+        wt += centre;
+        if (up) s += up[x] * edge, wt += edge;
+        if (down) s += down[x] * edge, wt += edge;
+      };
+      auto pixel = [&](int x) {
+        int s = 0, wt = 0;
+        column(x, s, wt, 0);
+        if (x > 0) column(x - 1, s, wt, 1);
+        if (x + 1 < w) column(x + 1, s, wt, 1);
+        return static_cast<BYTE>(std::min(255, s / wt));
+      };
+      d[0] = pixel(0);
+      if (w > 1) d[w - 1] = pixel(w - 1);
+      if (up && down) {
+        for (int x = 1; x + 1 < w; ++x) {
+          const int s = up[x - 1] + 2 * up[x] + up[x + 1] + 2 * mid[x - 1] + 15 * mid[x] + 2 * mid[x + 1] +
+                        down[x - 1] + 2 * down[x] + down[x + 1];
+          d[x] = static_cast<BYTE>(s / 27);
+        }
+      } else {
+        for (int x = 1; x + 1 < w; ++x) d[x] = pixel(x);
+      }
+    }
+  });
+  return out;
 }
 
 int GetBucketFillBoundingBox(const BITMAPINFOHEADER* mask, RECT* rect) {
@@ -413,10 +478,8 @@ int InsetBucketFill(BLOCKSET* bs, std::uint32_t colour, std::uint32_t seed, int 
   const std::uint32_t marker = bs->FillType != 0 ? NotColour(bs, seed) : colour;
   // The fill reads the image and marks only the mask, which is what a fill on
   // a throw-away copy leaves, without the copy.
-  BucketFillMask(img, LockDib(mask), bs, x, y, marker, seed);
-
   RECT rect{};
-  GetBucketFillBoundingBox(LockDib(mask), &rect);
+  BucketFillMask(img, LockDib(mask), bs, x, y, marker, seed, &rect);
   if (rect.right <= rect.left) return 1;  // nothing filled
 
   // The mask the composite reads, and where its top left lies in the image.
@@ -432,7 +495,7 @@ int InsetBucketFill(BLOCKSET* bs, std::uint32_t colour, std::uint32_t seed, int 
     HDIB part = area.left == 0 && area.top == 0 && area.right == w && area.bottom == h ? std::move(mask)
                                                                                         : CropImage(mask, area);
     if (!part) return 0;
-    feathered = ImposeKernelFilter(part, AntialiasKernel2, 0);
+    feathered = FeatherMask(LockDib(part));
     if (!LockDib(feathered)) return 0;
     m = LockDib(feathered);
     maskX = area.left;

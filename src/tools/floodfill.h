@@ -46,8 +46,15 @@ void BucketFill(BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const BLOCKSET*
 // The same fill without touching the image: `mask` must start all 0, and its
 // non-zero pixels stand for the marked ones. The mask comes out exactly as
 // BucketFill on a copy of the image would leave it, with no copy made.
+// `filled`, when given, receives the mask's bounding box as
+// GetBucketFillBoundingBox would find it, without the scan.
 void BucketFillMask(const BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const BLOCKSET* blockset, int x, int y,
-                    std::uint32_t newValue, std::uint32_t oldValue);
+                    std::uint32_t newValue, std::uint32_t oldValue, RECT* filled = nullptr);
+
+// The feathered edge of an 8-bit mask: exactly ImposeKernelFilter(mask,
+// AntialiasKernel2, 0), with the weights outside the image dropped, in one
+// pass over three rows at a time. Null for other depths or without memory.
+HDIB FeatherMask(const BITMAPINFOHEADER* mask);
 
 // The rectangle of the mask's non-zero pixels, right and bottom one past the
 // last; all zero for an empty mask. Always 1.

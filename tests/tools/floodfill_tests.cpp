@@ -6,6 +6,7 @@
 
 #include "fills/gradient.h"
 #include "frame/blockset.h"
+#include "image/kernel.h"
 #include "image/settings.h"
 #include "test_images.h"
 #include "tools/floodfill.h"
@@ -402,6 +403,38 @@ TEST(FloodFillInset, GradientStretchesOverTheFilledBox) {
   HDIB px = CreateGradient(&g1);
   EXPECT_EQ(Px(one.r.Image, 2, 2), Px(px, 0, 0));
   EXPECT_EQ(Px(one.r.Image, 1, 2), 0u);
+}
+
+TEST(FloodFillBox, FeatherMaskIsTheSmallKernelAndTheFillKnowsItsBox) {
+  // Masks of every awkward shape: the one-pass feathering against the kernel filter.
+  for (auto [w, h] : std::vector<std::pair<int, int>>{{1, 1}, {1, 7}, {9, 1}, {2, 2}, {3, 2}, {37, 23}, {64, 65}}) {
+    HDIB mask = test::RandomDib(w, h, 8, static_cast<unsigned>(w * 100 + h), 10);
+    // Runs of 0 and 255 as a fill leaves them, with some noise in between.
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x) {
+        const std::uint32_t v = Px(mask, x, y);
+        PutDibPixel(LockDib(mask), x, y, v < 100 ? 0 : v < 200 ? 255 : v);
+      }
+    HDIB a = FeatherMask(LockDib(mask));
+    HDIB b = ImposeKernelFilter(mask, AntialiasKernel2, 0);
+    ASSERT_TRUE(a && b);
+    EXPECT_TRUE(test::SameBlock(a, b)) << w << "x" << h;
+  }
+  HDIB wide = test::RandomDib(5, 5, 24, 1);
+  EXPECT_FALSE(FeatherMask(LockDib(wide)));
+
+  // The box the fill reports is the box of its mask.
+  for (unsigned seed = 1; seed <= 10; ++seed) {
+    Doc d(Patchy(90, 50, 24, seed));
+    d.r.RedTolerance = d.r.GreenTolerance = d.r.BlueTolerance = 30;
+    HDIB mask = GreyMask(90, 50);
+    RECT box{1, 1, 1, 1}, scanned{};
+    const int x = static_cast<int>(seed * 7 % 90), y = static_cast<int>(seed * 5 % 50);
+    BucketFillMask(LockDib(d.r.Image), LockDib(mask), &d.r, x, y, RGB(1, 255, 1), Px(d.r.Image, x, y), &box);
+    GetBucketFillBoundingBox(LockDib(mask), &scanned);
+    EXPECT_EQ(box, scanned) << seed;
+    EXPECT_LT(box.left, box.right);
+  }
 }
 
 // ---- The tool through the fake host -------------------------------------------------------
