@@ -151,7 +151,8 @@ struct Span {
 static_assert(sizeof(Span) == 16);
 
 // The scan-line seed fill over spans of rows. rowOf(y) gives an object with
-// Inside(x) (alike to the old value and not yet marked) and Mark(x). The order
+// Inside(x) (alike to the old value and not yet marked), Mark(x), and
+// Marked(x0, x1), told after each run of marks. The order
 // of the pushes decides which spans a full stack drops, so it is kept exactly.
 template <class RowOf>
 void SeedFill(int w, int h, int x, int y, RowOf&& rowOf) {
@@ -175,12 +176,15 @@ void SeedFill(int w, int h, int x, int y, RowOf&& rowOf) {
     bool skipping = px >= x1;
     int l = px + 1;
     if (!skipping) {
+      r.Marked(l, x1);
       if (l < x1) push(row, l, x1 - 1, -d);
       px = x1 + 1;
     }
     for (;;) {
       if (!skipping) {
+        const int from = px;
         while (px < w && r.Inside(px)) r.Mark(px++);
+        if (px > from) r.Marked(from, px - 1);
         push(row, l, px - 1, d);
         if (px > x2 + 1) push(row, x2 + 1, px - 1, -d);
       }
@@ -227,6 +231,7 @@ void FillMarkingImage(BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const Mat
         mask.Put(x);
         if (seen) seen[x] = 1;
       }
+      void Marked(int, int) const {}
     };
     BYTE* seen = visited ? visited + static_cast<std::size_t>(row) * static_cast<std::size_t>(w) : nullptr;
     return Row{image, DibRow(image, row), &alike, MaskWriter{mask, coverage, bytes, row, DibRow(mask, row)}, seen,
@@ -260,10 +265,8 @@ void FillMaskOnly(const BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const M
         const bool unmarked = mask.bytes ? mask.row[x] == 0 : GetDibPixel(mask.mask, x, mask.y) == 0;
         return unmarked && alike->Alike<Bits>(pixels, x);
       }
-      void Mark(int x) const {
-        mask.Put(x);
-        box->Add(mask.y, x, x);
-      }
+      void Mark(int x) const { mask.Put(x); }
+      void Marked(int x0, int x1) const { box->Add(mask.y, x0, x1); }
     };
     return Row{DibRow(image, row), &alike, MaskWriter{mask, coverage, bytes, row, DibRow(mask, row)}, box};
   });
