@@ -1,0 +1,174 @@
+// The colour table file: the reader's line rules, the writer's format and
+// its backup handling.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "frame/colourtable.h"
+#include "image/settings.h"
+#include "temp_dir.h"
+
+namespace ochrel {
+namespace {
+
+using test::Slurp;
+using test::Spit;
+using test::TempDir;
+
+COLOURTABLEITEM Item(const std::string& name, COLORREF c) { return COLOURTABLEITEM{name, c}; }
+
+
+TEST(ColourTable, SpacesBackspacesAndCommasAroundTheNumbers) {
+  COLOURTABLEITEM item;
+  // A space before '=' belongs to the name; spaces after '=' or after a comma
+  // don't touch the numbers.
+  ASSERT_TRUE(ParseColourTableLine("Sky blue =  135, 206,   235", &item));
+  EXPECT_EQ(item.Name, "Sky blue ");
+  EXPECT_EQ(item.Colour, RGB(135, 206, 235));
+  // Byte 8 is skipped right after '=' only.
+  ASSERT_TRUE(ParseColourTableLine("a=\b\b 7,8,9", &item));
+  EXPECT_EQ(item.Colour, RGB(7, 8, 9));
+  ASSERT_TRUE(ParseColourTableLine("a=7,\b8,9", &item));
+  EXPECT_EQ(item.Colour, RGB(7, 0, 9));
+  // Runs of commas count as one.
+  ASSERT_TRUE(ParseColourTableLine("b=1,,,2,,3", &item));
+  EXPECT_EQ(item.Colour, RGB(1, 2, 3));
+  // Trailing text after a number is ignored by atol.
+  ASSERT_TRUE(ParseColourTableLine("c=10px,20;,30 and more", &item));
+  EXPECT_EQ(item.Colour, RGB(10, 20, 30));
+  // Only the first '=' splits; a later one is part of the numbers' text.
+  ASSERT_TRUE(ParseColourTableLine("d=1=2,3,4", &item));
+  EXPECT_EQ(item.Name, "d");
+  EXPECT_EQ(item.Colour, RGB(1, 3, 4));
+  // Empty numbers read as 0; but ",," is one comma, so two of them are too few.
+  ASSERT_TRUE(ParseColourTableLine("e=, ,", &item));
+  EXPECT_EQ(item.Colour, RGB(0, 0, 0));
+  EXPECT_FALSE(ParseColourTableLine("f=1,,,,2", &item));
+  EXPECT_EQ(item.Name, "e");
+}
+
+TEST(ColourTable, LowEightBitsOfEachNumber) {
+  COLOURTABLEITEM item;
+  ASSERT_TRUE(ParseColourTableLine("x=256,257,258", &item));
+  EXPECT_EQ(item.Colour, RGB(0, 1, 2));
+  ASSERT_TRUE(ParseColourTableLine("x=-1,511,1000", &item));
+  EXPECT_EQ(item.Colour, RGB(255, 255, 1000 & 255));
+  ASSERT_TRUE(ParseColourTableLine("x=99999999999999999999999,0,0", &item));  // clamps like atol, then 8 bits
+  EXPECT_EQ(GetRValue(item.Colour), 255);
+}
+
+TEST(ColourTable, LinesThatAreNotEntries) {
+  COLOURTABLEITEM item{"keep", 42};
+  for (const char* line : {"=1,2,3", "name 1,2,3", "name=1,2", "name=1 2 3", "", "# comment", "name=", ",,=1,2"}) {
+    EXPECT_FALSE(ParseColourTableLine(line, &item)) << line;
+    EXPECT_EQ(item.Name, "keep") << "a skipped line leaves the item alone";
+  }
+  // Commas only count after the '='.
+  EXPECT_FALSE(ParseColourTableLine("a,b,c=1", &item));
+}
+
+TEST(ColourTable, FileTextLineEndsAndOrder) {
+  // CRLF, a lone CR inside a line (the line ends there), a last line without
+  // a line feed, junk between entries, and a duplicate kept in its place.
+  const std::string text =
+      "Red=255,0,0\r\n"
+      "junk\r\n"
+      "\r\n"
+      "Half=1,2,3\rGone=4,5,6\n"
+      "Red again=255,0,0\n"
+      "Last=9,8,7";
+  ColourTable t = ParseColourTable(text);
+  ASSERT_EQ(t.size(), 4u);
+  EXPECT_EQ(t[0], Item("Red", RGB(255, 0, 0)));
+  EXPECT_EQ(t[1], Item("Half", RGB(1, 2, 3)));
+  EXPECT_EQ(t[2], Item("Red again", RGB(255, 0, 0)));
+  EXPECT_EQ(t[3], Item("Last", RGB(9, 8, 7)));
+  EXPECT_EQ(FindTableColour(t, RGB(255, 0, 0)), 0);
+  EXPECT_EQ(FindTableColour(t, RGB(9, 8, 7)), 3);
+  EXPECT_EQ(FindTableColour(t, RGB(9, 8, 6)), -1);
+}
+
+TEST(ColourTable, LongLinesAreReadInPiecesOf259) {
+  // 300 characters: the first 259 are one piece, the remaining 41 (with the
+  // line feed) another, each parsed on its own.
+  std::string name(250, 'n');
+  std::string first = name + "=1,2,3";          // 256 characters
+  std::string padding(3, 'p');                    // to 259
+  std::string second = "tail=10,20,30";           // starts the next piece
+  std::string line = first + padding + second;    // 272
+  line += std::string(300 - line.size(), ' ');   // spaces after the last number
+  ASSERT_EQ(line.size(), 300u);
+  ColourTable t = ParseColourTable(line + "\nAfter=4,5,6\n");
+  ASSERT_EQ(t.size(), 3u);
+  EXPECT_EQ(t[0].Name, name);
+  EXPECT_EQ(t[0].Colour, RGB(1, 2, 3)) << "\"3ppp\" reads as 3";
+  EXPECT_EQ(t[1], Item("tail", RGB(10, 20, 30)));
+  EXPECT_EQ(t[2], Item("After", RGB(4, 5, 6)));
+  // A piece cut before its second comma is skipped, and so is its tail.
+  std::string cut = std::string(255, 'c') + "=1,2,3\n";  // the cut falls after "=1,"
+  t = ParseColourTable(cut);
+  EXPECT_TRUE(t.empty());
+  // Exactly 259 characters plus the line feed: the line feed starts an empty piece.
+  std::string exact = std::string(252, 'e') + "=1,2,3";
+  ASSERT_EQ(exact.size(), 258u);
+  t = ParseColourTable(exact + "4\nNext=1,1,1\n");
+  ASSERT_EQ(t.size(), 2u);
+  EXPECT_EQ(t[0].Colour, RGB(1, 2, 34));
+  EXPECT_EQ(t[1].Name, "Next");
+}
+
+TEST(ColourTable, HostileBytesNeitherCrashNorInventEntries) {
+  std::string text = "A=1,2,3\n";
+  text += std::string("B=4\0,5,6\n", 9);  // a zero ends what the parser sees
+  text += std::string(100000, ',') + "\n";
+  text += std::string(5000, '=') + "\n";
+  text += "C=7,8,9\n";
+  ColourTable t = ParseColourTable(text);
+  ASSERT_EQ(t.size(), 2u);
+  EXPECT_EQ(t[0].Name, "A");
+  EXPECT_EQ(t[1].Name, "C");
+}
+
+TEST(ColourTable, FileRoundTripExactFormatAndBackupDeletion) {
+  TempDir dir;
+  const std::string file = dir / "TEST.CCL";
+  ColourTable t = {Item("Black", 0), Item("Odd name with spaces ", RGB(1, 22, 255)), Item("Black", 0),
+                   Item("X", RGB(128, 64, 32))};
+  Spit(file + ".bak", "old backup");
+  Spit(file, "Old=1,1,1\n");
+  ASSERT_TRUE(SaveColourTable(file, t));
+  EXPECT_FALSE(std::filesystem::exists(file + ".bak"));
+  EXPECT_FALSE(std::filesystem::exists(file + ".new"));
+  EXPECT_EQ(Slurp(file), "Black=0,0,0\nOdd name with spaces =1,22,255\nBlack=0,0,0\nX=128,64,32\n");
+  ColourTable back = {Item("stale", 5)};
+  ASSERT_TRUE(LoadColourTable(file, &back));
+  ASSERT_EQ(back.size(), t.size());
+  for (std::size_t k = 0; k < t.size(); ++k) EXPECT_EQ(back[k], t[k]) << k;
+  // An empty table writes an empty file.
+  ASSERT_TRUE(SaveColourTable(file, {}));
+  EXPECT_EQ(Slurp(file), "");
+}
+
+TEST(ColourTable, MissingFileAndUnwritableFolder) {
+  TempDir dir;
+  ColourTable t = {Item("stale", 5)};
+  EXPECT_FALSE(LoadColourTable(dir / "NONE.CCL", &t));
+  EXPECT_TRUE(t.empty());
+  // A folder that doesn't exist can't take the file; nothing is made.
+  EXPECT_FALSE(SaveColourTable(dir / "no/such/folder/T.CCL", {Item("a", 1)}));
+  EXPECT_FALSE(std::filesystem::exists(dir / "no"));
+}
+
+TEST(ColourTable, StockTableReadsAsAUsefulSet) {
+  ColourTable t;
+  ASSERT_TRUE(LoadColourTable(std::string(OCHREL_STOCK_DATA_DIR) + "/OCHREL.CCL", &t));
+  EXPECT_GE(t.size(), 30u);
+  EXPECT_EQ(FindTableColour(t, RGB(0, 0, 0)), 0);
+  EXPECT_GE(FindTableColour(t, RGB(255, 255, 255)), 0);
+  for (const auto& item : t) EXPECT_GE(item.Name.size(), 3u) << "the add dialog asks for 3 characters";
+  EXPECT_EQ(std::string(ColourTableFile), "OCHREL.CCL");
+}
+
+}  // namespace
+}  // namespace ochrel
