@@ -13,6 +13,10 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
 #include "frame/attributes.h"
 #include "frame/commands.h"
 #include "frame/services.h"
@@ -126,6 +130,31 @@ void DocumentView::paintEvent(QPaintEvent* event) {
   p.drawImage(event->rect().topLeft(), canvas_, event->rect());
 }
 
+void DocumentView::InvertPixels(const std::vector<QPoint>& pixels) {
+  if (pixels.empty()) return;
+  if (canvas_.size() != size()) {
+    canvas_ = QImage(size(), QImage::Format_RGB32);
+    canvasValid_ = false;
+  }
+  // The flip works on what the screen shows now.
+  if (!canvasValid_) {
+    RenderInto(rect());
+    canvasValid_ = true;
+  }
+  const BITMAPINFOHEADER* h = LockDib(record_->Image);
+  if (!h) return;
+  const int pc = ViewPercent(record_->ViewMode);
+  const QRect clip = QRect(0, 0, ZoomPercent(pc, h->biWidth - scrollX_), ZoomPercent(pc, h->biHeight - scrollY_)) & rect();
+  QRect touched;
+  for (const QPoint& p : pixels) {
+    if (!clip.contains(p)) continue;
+    auto* row = reinterpret_cast<std::uint32_t*>(canvas_.scanLine(p.y()));
+    row[p.x()] ^= 0x00FFFFFFu;
+    touched |= QRect(p, QSize(1, 1));
+  }
+  if (!touched.isEmpty()) update(touched);
+}
+
 void DocumentView::resizeEvent(QResizeEvent*) {
   // A resize brings the view back to the top left.
   SetScrollBars(-1, -1);
@@ -183,6 +212,88 @@ void DocumentView::keyPressEvent(QKeyEvent* event) {
 // ---- What the platform lends the tools ----------------------------------------------
 
 namespace {
+// The pixels of the inverted previews, each listed once so that a flip is its
+// own undoing. Only rows inside `view` are listed.
+std::vector<QPoint> RectangleOutline(RECT r, const QRect& view) {
+  std::vector<QPoint> out;
+  if (r.right <= r.left || r.bottom <= r.top) return out;
+  const int l = std::max(r.left, view.left() - 1), rr = std::min(r.right, view.right() + 2);
+  for (int x = l; x < rr; ++x) {
+    out.emplace_back(x, r.top);
+    if (r.bottom - 1 > r.top) out.emplace_back(x, r.bottom - 1);
+  }
+  const int t = std::max(r.top + 1, view.top() - 1), b = std::min(r.bottom - 1, view.bottom() + 2);
+  for (int y = t; y < b; ++y) {
+    out.emplace_back(r.left, y);
+    if (r.right - 1 > r.left) out.emplace_back(r.right - 1, y);
+  }
+  return out;
+}
+
+// The ellipse inside r: the pixels of its solid shape (centres inside) that
+// touch the outside on a side.
+std::vector<QPoint> EllipseOutline(RECT r, const QRect& view) {
+  std::vector<QPoint> out;
+  if (r.right <= r.left || r.bottom <= r.top) return out;
+  const double cx = (r.left + r.right) / 2.0, cy = (r.top + r.bottom) / 2.0;
+  const double a = (r.right - r.left) / 2.0, b = (r.bottom - r.top) / 2.0;
+  // The solid span of row y, empty as lo > hi.
+  auto span = [&](int y, int* lo, int* hi) {
+    *lo = 1;
+    *hi = 0;
+    if (y < r.top || y >= r.bottom) return;
+    const double dy = (y + 0.5 - cy) / b;
+    if (dy * dy > 1.0) return;
+    const double w = a * std::sqrt(1.0 - dy * dy);
+    *lo = static_cast<int>(std::ceil(cx - w - 0.5));
+    *hi = static_cast<int>(std::floor(cx + w - 0.5));
+    *lo = std::max(*lo, r.left);
+    *hi = std::min(*hi, r.right - 1);
+  };
+  const int y0 = std::max(r.top, view.top() - 1), y1 = std::min(r.bottom, view.bottom() + 2);
+  for (int y = y0; y < y1; ++y) {
+    int lo, hi, ulo, uhi, dlo, dhi;
+    span(y, &lo, &hi);
+    if (lo > hi) continue;
+    span(y - 1, &ulo, &uhi);
+    span(y + 1, &dlo, &dhi);
+    // Inside: both neighbours' spans cover it, and it isn't an end of its own.
+    const int ilo = std::max({ulo, dlo, lo + 1}), ihi = std::min({uhi, dhi, hi - 1});
+    const int xl = std::max(lo, view.left() - 1), xr = std::min(hi, view.right() + 1);
+    for (int x = xl; x <= xr; ++x) {
+      if (x >= ilo && x <= ihi) {
+        x = ihi;  // skip the inside
+        continue;
+      }
+      out.emplace_back(x, y);
+    }
+  }
+  return out;
+}
+
+// A line from a towards b, b left out, so that joined edges flip their
+// common vertex once.
+std::vector<QPoint> LinePixels(POINT a, POINT b) {
+  std::vector<QPoint> out;
+  long long x = a.x, y = a.y;
+  const long long dx = std::llabs(static_cast<long long>(b.x) - a.x), dy = -std::llabs(static_cast<long long>(b.y) - a.y);
+  const int sx = a.x < b.x ? 1 : -1, sy = a.y < b.y ? 1 : -1;
+  long long err = dx + dy;
+  while (!(x == b.x && y == b.y)) {
+    out.emplace_back(static_cast<int>(x), static_cast<int>(y));
+    const long long e2 = 2 * err;
+    if (e2 >= dy) {
+      err += dy;
+      x += sx;
+    }
+    if (e2 <= dx) {
+      err += dx;
+      y += sy;
+    }
+  }
+  return out;
+}
+
 class DocumentHost : public ToolHost {
  public:
   explicit DocumentHost(DocumentWindow* w) : w_(w) {}
@@ -211,6 +322,9 @@ class DocumentHost : public ToolHost {
     else w_->view()->unsetCursor();
   }
   void UpdateMenuStates() override { w_->frame()->UpdateMenuStates(); }
+  void InvertRectangle(RECT r) override { w_->view()->InvertPixels(RectangleOutline(r, w_->view()->rect())); }
+  void InvertEllipse(RECT r) override { w_->view()->InvertPixels(EllipseOutline(r, w_->view()->rect())); }
+  void InvertLine(POINT a, POINT b) override { w_->view()->InvertPixels(LinePixels(a, b)); }
 
  private:
   DocumentWindow* w_;

@@ -10,6 +10,7 @@
 
 #include <map>
 #include <memory>
+#include <vector>
 
 class QScrollBar;
 
@@ -37,6 +38,9 @@ class DocumentView : public QWidget {
   POINT ImagePoint(QPoint viewPoint) const;
   ViewRender RenderParams() const;
   void SetTools(DocumentTools* tools) { tools_ = tools; }
+  // A tool's inverted preview: each listed view pixel flips, inside the image
+  // only. Flipping the same pixels again takes it away, and so does a redraw.
+  void InvertPixels(const std::vector<QPoint>& pixels);
 
  signals:
   void imagePosition(int x, int y);
