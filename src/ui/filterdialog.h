@@ -45,7 +45,7 @@ class FilterPane : public QFrame {
   QPoint ClampedPan(int panX, int panY) const;
   // Where the last paint put the image (for tests and screenshots).
   QRect lastImageRect() const { return lastImage_; }
-  QSize sizeHint() const override { return QSize(322, 322); }
+  QSize sizeHint() const override { return QSize(340, 340); }
 
  signals:
   void zoomIn();

@@ -258,15 +258,17 @@ TEST_F(FilterDialogTest, ListFollowsTableOrderAndEachFilterShowsOnlyItsControls)
     for (const int* id = filtertype[f].controls; *id; ++id) own.insert(*id);
     for (int id : numbered) {
       QWidget* w = box.control(id);
-      if (id < 200) EXPECT_FALSE(w->isHidden()) << id;  // never touched
-      else if (own.count(id)) EXPECT_FALSE(w->isHidden()) << filtertype[f].name << " " << id;
-      else EXPECT_TRUE(w->isHidden()) << filtertype[f].name << " " << id;
+      // Below 200 never touched; above, shown exactly when in the filter's list.
+      const bool shown = id < 200 || own.count(id) != 0;
+      EXPECT_EQ(w->isHidden(), !shown) << filtertype[f].name << " " << id;
     }
   }
   // Every control of every list exists (the spins live in their edits).
   for (int f = 0; f < FILTER_COUNT; ++f)
     for (const int* id = filtertype[f].controls; *id; ++id)
-      if (*id < 10000) EXPECT_TRUE(box.control(*id)) << *id;
+      if (*id < 10000) {
+        EXPECT_TRUE(box.control(*id)) << *id;
+      }
   box.SetFilterLevel(-1);
   for (int id : numbered) EXPECT_EQ(box.control(id)->isHidden(), id >= 200) << id;
   // A mono image's list holds only its four filters.
@@ -755,6 +757,14 @@ TEST_F(FilterDialogTest, Screenshot) {
     QString file = QString("%1/filterdialog-%2.png").arg(dir).arg(QString(name).replace(' ', '_'));
     EXPECT_TRUE(box.grab().save(file));
   }
+  // The Filters menu for a paletted document: the palette filters and the geometry ones.
+  Document(nullptr, 2);
+  QMenu* filters = frame->menuBar()->findChild<QMenu*>("filterMenu");
+  ASSERT_TRUE(filters);
+  filters->popup(QPoint(100, 100));
+  QCoreApplication::processEvents();
+  EXPECT_TRUE(filters->grab().save(QString("%1/filtermenu-paletted.png").arg(dir)));
+  filters->hide();
 }
 
 }  // namespace
