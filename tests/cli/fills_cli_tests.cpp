@@ -1,12 +1,8 @@
 // ochrel-cli texture, gradient, tile, textures, tiles and shadow, run as a
 // program on real files and checked against the engine.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "files/imagefile.h"
 #include "fills/gradient.h"
@@ -22,20 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace clitest;
 
-bool SamePixels(const HDIB& a, const HDIB& b) {
-  const BITMAPINFOHEADER *ha = LockDib(a), *hb = LockDib(b);
-  if (!ha || !hb || ha->biWidth != hb->biWidth || ha->biHeight != hb->biHeight) return false;
-  for (int y = 0; y < ha->biHeight; ++y)
-    for (int x = 0; x < ha->biWidth; ++x) {
-      std::uint32_t pa = GetDibPixel(ha, x, y), pb = GetDibPixel(hb, x, y);
-      // An 8-bit image may come back as grey; compare levels.
-      if (ha->biBitCount == 8) pa = pa & 255;
-      if (hb->biBitCount == 8) pb = pb & 255;
-      if (ha->biBitCount != hb->biBitCount) return false;
-      if (pa != pb) return false;
-    }
-  return true;
-}
+using test::SamePixels;
 
 const std::string kStockFft = std::string(OCHREL_SOURCE_DIR) + "/data/Ochrel.FFT";
 const std::string kStockMtx = std::string(OCHREL_SOURCE_DIR) + "/data/Ochrel.MTX";

@@ -1,11 +1,7 @@
 // ochrel-cli filter and filters, run as a program on real files.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "files/imagefile.h"
 #include "filters/filterparam.h"
@@ -19,15 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace clitest;
 
-bool SamePixels(const HDIB& a, const HDIB& b) {
-  const BITMAPINFOHEADER *ha = LockDib(a), *hb = LockDib(b);
-  if (!ha || !hb || ha->biWidth != hb->biWidth || ha->biHeight != hb->biHeight || ha->biBitCount != hb->biBitCount)
-    return false;
-  for (int y = 0; y < ha->biHeight; ++y)
-    for (int x = 0; x < ha->biWidth; ++x)
-      if (GetDibPixel(ha, x, y) != GetDibPixel(hb, x, y)) return false;
-  return true;
-}
+using test::SamePixels;
 
 TEST(CliFilter, ResultsEqualTheEngineAtDefaultsAndWithSettings) {
   Scratch dir;

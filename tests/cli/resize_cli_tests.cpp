@@ -1,13 +1,8 @@
 // ochrel-cli resize and the colour-depth options of convert, run as a program
 // on real files; results must equal the engine's, byte for byte.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <cstdlib>
-#include <functional>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <functional>
 
 #include "files/imagefile.h"
 #include "frame/config.h"
@@ -15,6 +10,7 @@
 #include "image/convert.h"
 #include "image/resample.h"
 #include "image/settings.h"
+#include "cli_run.h"
 #include "test_images.h"
 
 namespace ochrel {
@@ -22,36 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Dir {
-  fs::path path;
-  Dir() {
-    std::string t = (fs::temp_directory_path() / "ochrel-cli-img-XXXXXX").string();
-    path = mkdtemp(t.data());
-    fs::create_directories(path / "config");
-  }
-  ~Dir() {
-    std::error_code ec;
-    fs::remove_all(path, ec);
-  }
-  std::string operator/(const std::string& n) const { return (path / n).string(); }
-};
-
-struct CliRunResult {
-  int status;
-  std::string err;
-};
-
-CliRunResult Cli(const Dir& dir, const std::string& args) {
-  std::string err = dir / "stderr.txt";
-  std::string cmd = "OCHREL_CONFIG_DIR='" + (dir / "config") + "' '" + OCHREL_CLI + "' " + args + " >/dev/null 2>'" + err + "'";
-  int raw = std::system(cmd.c_str());
-  std::ifstream f(err);
-  std::stringstream s;
-  s << f.rdbuf();
-  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, s.str()};
-}
-
-std::string Q(const std::string& s) { return "'" + s + "'"; }
+using namespace clitest;
 
 // Writes src as BMP and returns what reading it back gives (the input the
 // program will see).
@@ -61,14 +28,14 @@ HDIB Store(const HDIB& src, const std::string& path) {
 }
 
 TEST(CliResize, EqualsResizeDibForEveryKind) {
-  Dir dir;
+  Scratch dir;
   struct Case {
     int bits, palette, percentage;
   } cases[] = {{24, 8, 173}, {24, 8, 50}, {8, 10, 233}, {8, 8, 67}, {4, 3, 150}, {1, 0, 41}};
   for (const Case& c : cases) {
     HDIB in = Store(test::RandomDib(37, 23, c.bits, 9u + c.bits, c.palette), dir / "in.bmp");
     ASSERT_TRUE(in);
-    CliRunResult r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " " + std::to_string(c.percentage));
+    CliRun r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " " + std::to_string(c.percentage));
     ASSERT_EQ(r.status, 0) << r.err;
     HDIB out = LoadImage((dir / "out.bmp").c_str());
     EXPECT_TRUE(test::SameBlock(out, ResizeDib(in, c.percentage))) << c.bits << " " << c.percentage;
@@ -76,9 +43,9 @@ TEST(CliResize, EqualsResizeDibForEveryKind) {
 }
 
 TEST(CliResize, BadArgumentsAreRefusedWithAMessage) {
-  Dir dir;
+  Scratch dir;
   Store(test::RandomDib(10, 10, 24, 1), dir / "in.bmp");
-  CliRunResult r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " 5");
+  CliRun r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " 5");
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.err.find("leaves no pixels"), std::string::npos) << r.err;
   r = Cli(dir, "resize " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " 0");
@@ -97,7 +64,7 @@ TEST(CliResize, BadArgumentsAreRefusedWithAMessage) {
 }
 
 TEST(CliConvertTo, EachTargetEqualsTheEngine) {
-  Dir dir;
+  Scratch dir;
   HDIB in = Store(test::RandomDib(45, 29, 24, 77), dir / "in.bmp");
   struct Case {
     std::string to;
@@ -114,14 +81,14 @@ TEST(CliConvertTo, EachTargetEqualsTheEngine) {
       {"mono:103", [](const HDIB& i) { return ConvertToMonoStrategy(i, 103); }},
   };
   for (const Case& c : cases) {
-    CliRunResult r = Cli(dir, "convert " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " --to " + c.to);
+    CliRun r = Cli(dir, "convert " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " --to " + c.to);
     ASSERT_EQ(r.status, 0) << c.to << ": " << r.err;
     EXPECT_TRUE(test::SameBlock(LoadImage((dir / "out.bmp").c_str()), c.engine(in))) << c.to;
   }
 }
 
 TEST(CliConvertTo, BrightnessAndContrastFromTheCommandOrTheStoredSettings) {
-  Dir dir;
+  Scratch dir;
   HDIB in = Store(test::RandomDib(40, 30, 24, 5), dir / "in.bmp");
   auto engine = [&](int b, int c) {
     int sb = DitherBrightness, sc = DitherContrast;
@@ -131,7 +98,7 @@ TEST(CliConvertTo, BrightnessAndContrastFromTheCommandOrTheStoredSettings) {
     return r;
   };
   auto run = [&](const std::string& extra) {
-    CliRunResult r = Cli(dir, "convert " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " --to mono:101" + extra);
+    CliRun r = Cli(dir, "convert " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " --to mono:101" + extra);
     EXPECT_EQ(r.status, 0) << r.err;
     return LoadImage((dir / "out.bmp").c_str());
   };
@@ -150,7 +117,7 @@ TEST(CliConvertTo, BrightnessAndContrastFromTheCommandOrTheStoredSettings) {
 }
 
 TEST(CliConvertTo, BadValuesAndMonoSources) {
-  Dir dir;
+  Scratch dir;
   Store(test::RandomDib(12, 12, 24, 5), dir / "in.bmp");
   Store(test::RandomDib(12, 12, 1, 5), dir / "mono.bmp");
   auto run = [&](const std::string& in, const std::string& opts) {
@@ -158,11 +125,11 @@ TEST(CliConvertTo, BadValuesAndMonoSources) {
   };
   for (const char* bad : {"--to paletted:100", "--to paletted:110", "--to mono:104", "--to sepia", "--to mono:101 --brightness 0",
                           "--to mono:101 --contrast 129", "--brightness 5", "--to"}) {
-    CliRunResult r = run("in.bmp", bad);
+    CliRun r = run("in.bmp", bad);
     EXPECT_NE(r.status, 0) << bad;
     EXPECT_NE(r.err.find("ochrel-cli"), std::string::npos) << bad;
   }
-  CliRunResult r = run("mono.bmp", "--to paletted:105");
+  CliRun r = run("mono.bmp", "--to paletted:105");
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.err.find("can't be dithered"), std::string::npos) << r.err;
   EXPECT_EQ(run("mono.bmp", "--to paletted:103").status, 0);

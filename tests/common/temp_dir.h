@@ -22,7 +22,7 @@ struct TempDir {
     std::error_code ec;
     std::filesystem::remove_all(path, ec);
   }
-  std::string operator/(const char* name) const { return (path / name).string(); }
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
 };
 
 inline std::string Slurp(const std::string& p) {
@@ -32,7 +32,10 @@ inline std::string Slurp(const std::string& p) {
   return ss.str();
 }
 
+// Writes the bytes, making the folders on the way.
 inline void Spit(const std::string& p, const std::string& bytes) {
+  std::error_code ec;
+  std::filesystem::create_directories(std::filesystem::path(p).parent_path(), ec);
   std::ofstream out(p, std::ios::binary);
   out << bytes;
 }

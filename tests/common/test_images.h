@@ -29,11 +29,34 @@ inline HDIB RandomDib(int width, int height, int bits, unsigned seed, int palett
   return dib;
 }
 
+// An image of one pixel value: a colour at 24 bits, an index below (on the
+// grey ramp unless another default palette is named).
+inline HDIB Uniform(int width, int height, int bits, std::uint32_t value, int paletteNumber = 10) {
+  BYTE palette[768];
+  GetDefaultPalette(palette, nullptr, paletteNumber);
+  HDIB dib = CreateDib(width, height, palette, bits);
+  InsetSolidRectangle(dib, value, RECT{0, 0, width, height});
+  return dib;
+}
+
 inline bool SameBlock(const HDIB& a, const HDIB& b) {
   if (!a || !b || a->size() != b->size()) return false;
   for (std::size_t i = 0; i < a->size(); ++i)
     if (a->data()[i] != b->data()[i]) return false;
   return true;
 }
+
+// Same size, depth and pixel values, whatever the palettes and header extras.
+inline bool SamePixels(const HDIB& a, const HDIB& b) {
+  const BITMAPINFOHEADER *ha = LockDib(a), *hb = LockDib(b);
+  if (!ha || !hb || ha->biWidth != hb->biWidth || ha->biHeight != hb->biHeight || ha->biBitCount != hb->biBitCount)
+    return false;
+  for (int y = 0; y < ha->biHeight; ++y)
+    for (int x = 0; x < ha->biWidth; ++x)
+      if (GetDibPixel(ha, x, y) != GetDibPixel(hb, x, y)) return false;
+  return true;
+}
+
+inline COLORREF Pixel(const HDIB& dib, int x, int y) { return GetDibPixel(LockDib(dib), x, y); }
 
 }  // namespace ochrel::test

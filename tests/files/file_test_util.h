@@ -1,9 +1,6 @@
 // Helpers of the file tests: scratch folders, file bytes, colour comparison.
 #pragma once
 
-#include <unistd.h>
-
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,24 +10,11 @@
 
 #include "files/codec.h"
 #include "image/dib.h"
+#include "temp_dir.h"
 
 namespace ochrel::test {
 
-// A fresh folder under the temporary directory, removed with the object.
-struct ScratchDir {
-  std::filesystem::path path;
-  ScratchDir() {
-    std::string t = (std::filesystem::temp_directory_path() / "ochrel-files-XXXXXX").string();
-    std::vector<char> b(t.begin(), t.end());
-    b.push_back('\0');
-    path = mkdtemp(b.data());
-  }
-  ~ScratchDir() {
-    std::error_code ec;
-    std::filesystem::remove_all(path, ec);
-  }
-  std::string operator/(const std::string& name) const { return (path / name).string(); }
-};
+using ScratchDir = TempDir;
 
 inline std::vector<std::uint8_t> ReadBytes(const std::string& path) {
   std::ifstream f(path, std::ios::binary);
