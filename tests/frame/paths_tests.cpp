@@ -5,31 +5,21 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <optional>
-#include <sstream>
 #include <string>
 
 #include "frame/paths.h"
 #include "image/settings.h"
+#include "temp_dir.h"
 
 namespace fs = std::filesystem;
 
 namespace ochrel {
 namespace {
 
-std::string ReadAll(const fs::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
-
-void WriteText(const fs::path& p, const std::string& text) {
-  fs::create_directories(p.parent_path());
-  std::ofstream(p, std::ios::binary) << text;
-}
+using test::Slurp;
+using test::Spit;
 
 class Paths : public ::testing::Test {
  protected:
@@ -41,9 +31,6 @@ class Paths : public ::testing::Test {
       saved_[v] = old ? std::optional<std::string>(old) : std::nullopt;
       unsetenv(v);
     }
-    char tmpl[] = "/tmp/ochrel-paths-test-XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
     RestoreDefaultSettings();
   }
   void TearDown() override {
@@ -51,12 +38,11 @@ class Paths : public ::testing::Test {
       if (value) setenv(name.c_str(), value->c_str(), 1);
       else unsetenv(name.c_str());
     }
-    std::error_code ec;
-    fs::remove_all(dir_, ec);
     RestoreDefaultSettings();
   }
   std::map<std::string, std::optional<std::string>> saved_;
-  fs::path dir_;
+  test::TempDir tmp_;
+  fs::path dir_ = tmp_.path;
 };
 
 TEST_F(Paths, ConfigFolderOrder) {
@@ -76,26 +62,26 @@ TEST_F(Paths, ConfigFolderOrder) {
 
 TEST_F(Paths, StockingCopiesMissingFilesOnly) {
   fs::path stock = dir_ / "stock", user = dir_ / "user" / "data";
-  WriteText(stock / "OCHREL.CCL", "stock colours");
-  WriteText(stock / "Ochrel.FFT", "stock textures");
-  WriteText(stock / "html" / "referenc.htm", "help");
-  WriteText(user / "OCHREL.CCL", "my colours");
+  Spit(stock / "OCHREL.CCL", "stock colours");
+  Spit(stock / "Ochrel.FFT", "stock textures");
+  Spit(stock / "html" / "referenc.htm", "help");
+  Spit(user / "OCHREL.CCL", "my colours");
   ASSERT_TRUE(StockDataFolderInto(stock, user));
-  EXPECT_EQ(ReadAll(user / "OCHREL.CCL"), "my colours");
-  EXPECT_EQ(ReadAll(user / "Ochrel.FFT"), "stock textures");
-  EXPECT_EQ(ReadAll(user / "html" / "referenc.htm"), "help");
+  EXPECT_EQ(Slurp(user / "OCHREL.CCL"), "my colours");
+  EXPECT_EQ(Slurp(user / "Ochrel.FFT"), "stock textures");
+  EXPECT_EQ(Slurp(user / "html" / "referenc.htm"), "help");
   // The user changes a stocked file and adds a group; a second start keeps both.
-  WriteText(user / "Ochrel.FFT", "my textures");
-  WriteText(user / "Mine.FFT", "extra");
+  Spit(user / "Ochrel.FFT", "my textures");
+  Spit(user / "Mine.FFT", "extra");
   ASSERT_TRUE(StockDataFolderInto(stock, user));
-  EXPECT_EQ(ReadAll(user / "Ochrel.FFT"), "my textures");
-  EXPECT_EQ(ReadAll(user / "Mine.FFT"), "extra");
+  EXPECT_EQ(Slurp(user / "Ochrel.FFT"), "my textures");
+  EXPECT_EQ(Slurp(user / "Mine.FFT"), "extra");
   EXPECT_FALSE(fs::exists(stock / "Mine.FFT"));
   // No stock folder: nothing to copy, not an error.
   EXPECT_TRUE(StockDataFolderInto(dir_ / "absent", dir_ / "other"));
   EXPECT_TRUE(fs::is_directory(dir_ / "other"));
   // A target that can't be a folder fails.
-  WriteText(dir_ / "plainfile", "x");
+  Spit(dir_ / "plainfile", "x");
   EXPECT_FALSE(StockDataFolderInto(stock, dir_ / "plainfile"));
 }
 
@@ -117,7 +103,7 @@ TEST_F(Paths, DataFolderFromTheEnvironment) {
   setenv("XDG_DATA_HOME", (dir_ / "xdg").c_str(), 1);
   EXPECT_EQ(DataFolder(), dir_ / "xdg" / "ochrel");
   // A data folder that can't be made falls back to the stock files.
-  WriteText(dir_ / "blocked", "x");
+  Spit(dir_ / "blocked", "x");
   setenv("OCHREL_DATA_DIR", (dir_ / "blocked" / "sub").c_str(), 1);
   EXPECT_EQ(DataFolder(), StockDataFolder());
 }
