@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "test_images.h"
+#include "filter_test_util.h"
 
 namespace ochrel {
 namespace {
@@ -14,21 +14,10 @@ namespace {
 using test::RandomDib;
 using test::SameBlock;
 
-FILTERPARAM Defaults(const HDIB& image) {
-  FILTERPARAM p;
-  RestoreFilterDefaults(&p);
-  p.ImageType = GetImageType(image);
-  return p;
-}
-
-HDIB Uniform(int w, int h, int bits, int value) {
-  BYTE palette[768];
-  GetDefaultPalette(palette, nullptr, 10);
-  HDIB d = CreateDib(w, h, palette, bits);
-  BITMAPINFOHEADER* hd = LockDib(d);
-  int bytes = bits / 8;
-  for (int y = 0; y < h; ++y) std::memset(DibRow(hd, y), value, static_cast<std::size_t>(w) * bytes);
-  return d;
+using test::Defaults;
+// Every channel of every pixel at `value`.
+HDIB Flat(int w, int h, int bits, int value) {
+  return test::Uniform(w, h, bits, bits == 8 ? value : RGB(value, value, value));
 }
 
 // ---- Oracles: the rules written out plainly, one pixel at a time ----------
@@ -162,7 +151,7 @@ TEST(GaussianBlur, MatchesThePlainRuleOnRandomImages) {
     int w, h, bits, radius, sigma;
   } cases[] = {{37, 23, 24, 40, 50}, {64, 41, 8, 40, 50},  {1, 30, 24, 40, 50}, {30, 1, 8, 40, 50},
                {5, 4, 24, 40, 50},   {3, 3, 8, 990, 100}, {101, 7, 24, 10, 10}, {17, 61, 24, 225, 33},
-               {200, 150, 24, 120, 80}, {9, 9, 32, 40, 50},
+               {9, 9, 32, 40, 50},
                // Wider than one working strip of samples, so strips and their row rings meet.
                {1500, 70, 24, 120, 80}, {2500, 33, 8, 40, 50}};
   unsigned seed = 1;
@@ -183,7 +172,7 @@ TEST(GaussianBlur, MatchesThePlainRuleOnRandomImages) {
 TEST(GaussianBlur, UniformImageStaysUniformEdgesIncluded) {
   for (int value : {0, 1, 77, 200, 254, 255})
     for (int bits : {24, 8}) {
-      HDIB src = Uniform(31, 19, bits, value);
+      HDIB src = Flat(31, 19, bits, value);
       FILTERPARAM p = Defaults(src);
       p.ImageType = bits == 8 ? IMAGE_GREY : IMAGE_TRUECOLOUR;
       p.FilterGaussianRadius = 90;  // width 19: every edge stretch is exercised
@@ -192,14 +181,7 @@ TEST(GaussianBlur, UniformImageStaysUniformEdgesIncluded) {
     }
 }
 
-TEST(GaussianBlur, OnePixelWideImage) {
-  // The horizontal pass takes the narrow path (a single sample, divided by its
-  // own weight), the vertical one the ordinary stretches.
-  HDIB src = RandomDib(1, 40, 24, 5);
-  FILTERPARAM p = Defaults(src);
-  HDIB out = FilterGaussianBlur(src, &p);
-  ASSERT_TRUE(out);
-  EXPECT_TRUE(SameBlock(out, OracleBlur(src, 4.0, 5.0)));
+TEST(GaussianBlur, SingleSampleLineDividesByItsOwnWeight) {
   // A single-sample line meets only the centre tap, and the half is added
   // before the division: (v k + 0.5) / k, at most 255.
   std::vector<double> k;
@@ -216,16 +198,6 @@ TEST(GaussianBlur, OtherImageTypesAreCopied) {
   FILTERPARAM p = Defaults(src);
   ASSERT_EQ(p.ImageType, IMAGE_PALETTED);
   EXPECT_TRUE(SameBlock(FilterGaussianBlur(src, &p), src));
-}
-
-TEST(GaussianBlur, ScanlineEdgesDivideByTheWeightsUsed) {
-  std::vector<double> k;
-  FilterGetBlurKernel(3, 1.0, k);
-  BYTE in[4] = {0, 90, 180, 255}, out[4];
-  FilterBlurScanlineGrey(k.data(), 3, in, out, 4);
-  EXPECT_EQ(out[0], static_cast<int>((k[1] * 0 + k[2] * 90 + 0.5) / (k[1] + k[2])));
-  EXPECT_EQ(out[1], static_cast<int>(k[0] * 0 + k[1] * 90 + k[2] * 180 + 0.5));
-  EXPECT_EQ(out[3], static_cast<int>((k[0] * 180 + k[1] * 255 + 0.5) / (k[0] + k[1])));
 }
 
 // ---- Unsharp mask ---------------------------------------------------------------
@@ -249,7 +221,6 @@ TEST(UnsharpMask, ThresholdAndAmountFollowTheRule) {
       HDIB out = FilterUnsharpMaskImage(src, &p);
       HDIB blur = FilterGaussianBlur(src, &p);
       const BITMAPINFOHEADER *s = LockDib(src), *o = LockDib(out), *b = LockDib(blur);
-      int changedFar = 0;
       for (std::size_t i = 0; i < s->biSizeImage; ++i) {
         int sv = DibBits(s)[i], bv = DibBits(b)[i], d = sv - bv;
         int expect = sv;
@@ -258,12 +229,7 @@ TEST(UnsharpMask, ThresholdAndAmountFollowTheRule) {
           expect = v < 0 ? 0 : v > 255 ? 255 : static_cast<int>(v + 0.5);
         }
         ASSERT_EQ(DibBits(o)[i], expect) << i;
-        if (threshold == 15 && std::abs(d) <= 191) {
-          ASSERT_EQ(DibBits(o)[i], sv);
-        }
-        if (std::abs(d) > 191) ++changedFar;
       }
-      (void)changedFar;
     }
 }
 
@@ -313,7 +279,7 @@ TEST(Convolve, EmbossKernelSignsAndZeroedAntiDiagonal) {
 
 TEST(Convolve, EmbossSumIsTakenAsZeroNotAsADivisor) {
   // A horizontal ramp: with no division the result is the raw weighted sum.
-  HDIB src = Uniform(9, 9, 8, 0);
+  HDIB src = Flat(9, 9, 8, 0);
   BITMAPINFOHEADER* h = LockDib(src);
   for (int y = 0; y < 9; ++y)
     for (int x = 0; x < 9; ++x) DibRow(h, y)[x] = static_cast<BYTE>(100 + 3 * x);
@@ -348,7 +314,7 @@ TEST(Convolve, EvenWidthRunsOneWiderAndSmallImagesFail) {
 
 TEST(Convolve, SharpenOfUniformImageIsThatImage) {
   for (int value : {0, 3, 128, 255}) {
-    HDIB src = Uniform(20, 15, 24, value);
+    HDIB src = Flat(20, 15, 24, value);
     FILTERPARAM p = Defaults(src);
     for (int width : {3, 7, 15}) {
       p.FilterSharpenWidth = width;

@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "image/resample.h"
-#include "test_images.h"
+#include "filter_test_util.h"
 
 namespace ochrel {
 namespace {
@@ -13,13 +13,7 @@ namespace {
 using test::RandomDib;
 using test::SameBlock;
 
-FILTERPARAM Defaults(const HDIB& image) {
-  FILTERPARAM p;
-  RestoreFilterDefaults(&p);
-  p.ImageType = GetImageType(image);
-  return p;
-}
-
+using test::Defaults;
 void Size(const HDIB& d, int* w, int* h) { GetBitmapDimensions(d, w, h, nullptr, nullptr); }
 
 TEST(Rotate, RoutingCounterClockwiseOnTheFilterSide) {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "image/crand.h"
-#include "test_images.h"
+#include "filter_test_util.h"
 
 namespace ochrel {
 namespace {
@@ -15,18 +15,8 @@ namespace {
 using test::RandomDib;
 using test::SameBlock;
 
-FILTERPARAM Defaults(const HDIB& image) {
-  FILTERPARAM p;
-  RestoreFilterDefaults(&p);
-  p.ImageType = GetImageType(image);
-  return p;
-}
-
-HDIB Uniform24(int w, int h, COLORREF c) {
-  HDIB d = CreateDib(w, h, nullptr, 24);
-  InsetSolidRectangle(d, c, RECT{0, 0, w, h});
-  return d;
-}
+using test::Defaults;
+HDIB Uniform24(int w, int h, COLORREF c) { return test::Uniform(w, h, 24, c); }
 
 // A seed whose next draw is exactly 0: the state after one step must be 0.
 unsigned SeedForZeroDraw() {

@@ -6,7 +6,7 @@
 #include "filters/filterparam.h"
 #include "filters/tone.h"
 #include "image/settings.h"
-#include "test_images.h"
+#include "filter_test_util.h"
 
 namespace ochrel {
 namespace {
@@ -14,13 +14,7 @@ namespace {
 using test::RandomDib;
 using test::SameBlock;
 
-FILTERPARAM Defaults(const HDIB& image) {
-  FILTERPARAM p;
-  RestoreFilterDefaults(&p);
-  p.ImageType = GetImageType(image);
-  return p;
-}
-
+using test::Defaults;
 bool PixelsEqual(const HDIB& a, const HDIB& b) {
   const BITMAPINFOHEADER *ha = LockDib(a), *hb = LockDib(b);
   return ha && hb && ha->biSizeImage == hb->biSizeImage &&
