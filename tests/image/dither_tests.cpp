@@ -121,19 +121,8 @@ HDIB OracleRemap(const HDIB& image, const BYTE* palette, int bits) {
   return out;
 }
 
-HDIB Solid(int w, int h, COLORREF c) {
-  HDIB d = CreateDib(w, h, nullptr, 24);
-  InsetSolidRectangle(d, c, RECT{0, 0, w, h});
-  return d;
-}
-
-HDIB GreyImage(int w, int h, int level) {
-  BYTE pal[768];
-  GetDefaultPalette(pal, nullptr, 10);
-  HDIB d = CreateDib(w, h, pal, 8);
-  InsetSolidRectangle(d, std::uint32_t(level), RECT{0, 0, w, h});
-  return d;
-}
+HDIB Solid(int w, int h, COLORREF c) { return test::Uniform(w, h, 24, c); }
+HDIB GreyImage(int w, int h, int level) { return test::Uniform(w, h, 8, std::uint32_t(level)); }
 
 int CountSet(const HDIB& d) {
   const BITMAPINFOHEADER* h = LockDib(d);
