@@ -8,12 +8,8 @@ using namespace ochrel;
 namespace {
 
 HDIB GreyMask(int w, int h, int level, RECT shape) {
-  BYTE palette[768];
-  GetDefaultPalette(palette, nullptr, 10);
-  HDIB dib = CreateDib(w, h, palette, 8);
-  BITMAPINFOHEADER* hd = LockDib(dib);
-  for (int y = shape.top; y < shape.bottom; ++y)
-    for (int x = shape.left; x < shape.right; ++x) PutDibPixel(hd, x, y, static_cast<std::uint32_t>(level));
+  HDIB dib = test::Uniform(w, h, 8, 0);
+  InsetSolidRectangle(dib, static_cast<std::uint32_t>(level), shape);
   return dib;
 }
 
