@@ -1,33 +1,12 @@
+// Shadow samples. The text sample needs the application object that the
+// environment in wrapper_tests.cpp makes.
 #include <gtest/gtest.h>
-
-#include <QGuiApplication>
-#include <cstdlib>
 
 #include "image/settings.h"
 #include "render/shadow_sample.h"
 
 namespace ochrel {
 namespace {
-
-// The text sample needs the font database.
-class SampleGui : public ::testing::Environment {
- public:
-  void SetUp() override {
-    if (!std::getenv("QT_QPA_PLATFORM")) setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    if (!QCoreApplication::instance()) app_ = new QGuiApplication(argc_, argv_);
-  }
-  void TearDown() override {
-    delete app_;
-    app_ = nullptr;
-  }
-
- private:
-  int argc_ = 1;
-  char name_[16] = "shadow_sample";
-  char* argv_[2] = {name_, nullptr};
-  QGuiApplication* app_ = nullptr;
-};
-const auto* const kSampleGui = ::testing::AddGlobalTestEnvironment(new SampleGui);
 
 int Grey(const HDIB& dib, int x, int y) { return static_cast<int>(GetDibPixel(LockDib(dib), x, y)); }
 COLORREF Pixel(const HDIB& dib, int x, int y) { return GetDibPixel(LockDib(dib), x, y); }
