@@ -290,13 +290,12 @@ TEST(CodecHostile, PngWithBadChecksumFails) {
   EXPECT_FALSE(PngDecode(png, false));
 }
 
-TEST(CodecHostile, JpegCutMidScanFails) {
+TEST(CodecHostile, JpegCutMidScanStillInforms) {
+  // The pixels fail (every cut is tried above), but the header alone still
+  // gives the information.
   HDIB smooth = SmoothDib(64, 64, false);
   std::vector<std::uint8_t> jpg = Encoded(JpgEncode90, smooth);
-  ASSERT_TRUE(JpgDecode(jpg, false));
   jpg.resize(jpg.size() * 2 / 3);
-  EXPECT_FALSE(JpgDecode(jpg, false));
-  // The header alone still gives the information.
   HDIB info = JpgDecode(jpg, true);
   ASSERT_TRUE(info);
   EXPECT_EQ(LockDib(info)->biWidth, 64);
