@@ -23,6 +23,7 @@
 #include "frame/strings.h"
 #include "image/settings.h"
 #include "ui/attributesdialog.h"
+#include "ui/filldialogs.h"
 #include "ui/griddialog.h"
 #include "ui/icons.h"
 #include "ui/mainframe.h"
@@ -479,6 +480,7 @@ bool DocumentWindow::Command(int id) {
     case CM_ATTRIBUTES:
       if (DoImageAttributes(this, &record_)) ImageReplaced();
       return true;
+    case CM_SHADOWS: DoSetShadows(this, &record_); return true;
     case CM_ZOOMLIST: ChangeScale(frame_->buttonBar()->zoomList()->currentIndex()); return true;
     case CM_SAVE: Save(); return true;
     case CM_SAVEAS: SaveAs(); return true;
