@@ -37,6 +37,7 @@
 #include "frame/services.h"
 #include "frame/strings.h"
 #include "image/settings.h"
+#include "ui/colourdialogs.h"
 #include "ui/convertdialogs.h"
 #include "ui/documentwindow.h"
 #include "ui/filedialogs.h"
@@ -517,15 +518,14 @@ void MainFrame::Command(int id) {
       if (DocumentWindow* d = ActiveDocument()) {
         if (!d->Command(id) && id >= CM_PAINTSWATCH && id <= CM_PAPERSWATCH) {
           BLOCKSET* r = d->record();
-          COLORREF* field = id == CM_PAINTSWATCH ? &r->PaintColour : id == CM_FILLSWATCH ? &r->FillColour : &r->PaperColour;
-          QColor c = QColorDialog::getColor(ToQColor(ColourOfValue(r, *field)), this);
-          if (c.isValid()) {
-            *field = RGB(c.red(), c.green(), c.blue());
-            if (const BITMAPINFOHEADER* h = LockDib(r->Image); h && h->biBitCount <= 8) {
-              BYTE pal[768];
-              int n = GetDibPalette(h, pal);
-              *field = static_cast<COLORREF>(FindPaletteColour(c.red(), c.green(), c.blue(), pal, n));
-            }
+          const int code = id == CM_PAINTSWATCH ? COLOUR_PAINT : id == CM_FILLSWATCH ? COLOUR_FILL : COLOUR_PAPER;
+          COLORREF* field = code == COLOUR_PAINT ? &r->PaintColour : code == COLOUR_FILL ? &r->FillColour : &r->PaperColour;
+          int* setting = code == COLOUR_PAINT ? &DefaultPaintColour : code == COLOUR_FILL ? &DefaultFillColour : &DefaultPaperColour;
+          if (DoColourSelect(d, r, field, setting, code)) {
+            // A palette edit changes the picture itself.
+            d->view()->InvalidateAll();
+            if (r->ToolWindow) d->tools()->Post(RECV_TOOL, UM_COLOURCHANGED, code, static_cast<std::int64_t>(*field));
+            settings_->Refresh();
           }
           RefreshStatus();
         }
