@@ -406,6 +406,10 @@ TextureBox::TextureBox(TEXTURE* working, QWidget* parent) : QDialog(parent), wor
   params->addLayout(curves, 8, 0, 1, 8);
   params->setRowStretch(9, 1);
   top->addLayout(params, 0, 1);
+  // The parameters change with the type; the left column keeps its width.
+  top->setColumnStretch(1, 1);
+  for (QWidget* w : {static_cast<QWidget*>(groups_), static_cast<QWidget*>(list_), static_cast<QWidget*>(types_)})
+    w->setFixedWidth(preview_->width() + 60);
 
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::Help, this);
   top->addWidget(buttons, 1, 0, 1, 2);
