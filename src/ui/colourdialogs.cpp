@@ -252,7 +252,7 @@ ColourSelectBox::ColourSelectBox(COLORREF colour, QWidget* parent) : QDialog(par
   sample_ = new Swatch(this, colour);
   sample_->setObjectName("709");
   sample_->setFixedSize(64, 48);
-  fieldsGrid->addWidget(new QLabel(tr("Color|Solid"), this), 0, 0);
+  fieldsGrid->addWidget(new QLabel(tr("Color"), this), 0, 0);
   fieldsGrid->addWidget(sample_, 1, 0, 2, 1);
   const std::pair<int, const char*> labels[6] = {{IDC_HUE, "Hu&e:"},       {IDC_SATURATION, "&Sat:"},
                                                  {IDC_LUMINOSITY, "&Lum:"}, {IDC_RED, "&Red:"},
