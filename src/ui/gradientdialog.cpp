@@ -1,6 +1,5 @@
 #include "ui/gradientdialog.h"
 
-#include <QColorDialog>
 #include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QGuiApplication>
@@ -16,6 +15,7 @@
 
 #include "render/screen.h"
 #include "tools/toolparam.h"
+#include "ui/colourdialogs.h"
 #include "ui/dialogrunner.h"
 
 namespace ochrel {
@@ -66,19 +66,7 @@ void DrawRaisedEdge(QPainter& p, const QRect& r) {
 }
 
 bool PickFillColour(QWidget* parent, COLORREF* colour, bool grey) {
-  QColorDialog dialog(ColourToQColor(*colour), parent);
-  dialog.setObjectName(grey ? "GreyColourBox" : "ColourBox");
-  dialog.setWindowTitle(grey ? QObject::tr("Grey level") : QObject::tr("Color"));
-  if (!RunDialog(dialog)) return false;
-  const QColor c = dialog.selectedColor().isValid() ? dialog.selectedColor() : dialog.currentColor();
-  if (grey) {
-    // A grey record keeps a level; the picked colour gives its luminance.
-    const int g = c.red() * 30 / 100 + c.green() * 59 / 100 + c.blue() * 11 / 100;
-    *colour = RGB(g, g, g);
-  } else {
-    *colour = RGB(c.red(), c.green(), c.blue());
-  }
-  return true;
+  return (grey ? DoColourSelectGrey(parent, colour) : DoColourSelectRGB(parent, colour)) != 0;
 }
 
 namespace {

@@ -25,9 +25,8 @@ QImage FillDibImage(const HDIB& dib);
 void DrawSunkenEdge(QPainter& p, const QRect& r);
 void DrawRaisedEdge(QPainter& p, const QRect& r);
 
-// The colour picker of a true-colour record (`grey` false) or of a grey one,
-// whose result is a grey level R = G = B. Runs through RunDialog, so tests
-// answer it; the dialog is a QColorDialog. True on OK with the colour stored.
+// The colour picker of a true-colour record (`grey` false) or the grey level
+// selector of a grey one. True on OK with the colour stored.
 bool PickFillColour(QWidget* parent, COLORREF* colour, bool grey);
 
 // Whether Shift is held now; tests may force it (-1 the real keyboard, 0 up, 1 down).

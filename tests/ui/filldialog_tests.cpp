@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <QColorDialog>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -26,6 +25,7 @@
 #include "frame/paths.h"
 #include "image/settings.h"
 #include "qt_app.h"
+#include "ui/colourdialogs.h"
 #include "ui/dialogrunner.h"
 #include "ui/documentwindow.h"
 #include "ui/filldialogs.h"
@@ -114,8 +114,8 @@ TEST_F(FillDialogTest, GradientOkStoresTypeAngleCentreAndColoursCancelKeepsRecor
 
   // OK after choosing type, angle, centre and a colour.
   SetDialogAnswerer([](QDialog& d) {
-    if (auto* picker = qobject_cast<QColorDialog*>(&d)) {
-      picker->setCurrentColor(QColor(10, 20, 30));
+    if (auto* picker = dynamic_cast<ColourSelectBox*>(&d)) {
+      picker->setColour(RGB(10, 20, 30));
       return true;
     }
     auto& box = dynamic_cast<GradientBox&>(d);
@@ -221,8 +221,8 @@ TEST_F(FillDialogTest, ShadowControlsStoreIntoRecordOnOkOnly) {
   EXPECT_EQ(record.Shadow.ShadowOpacity, 255);
 
   SetDialogAnswerer([&](QDialog& d) {
-    if (auto* picker = qobject_cast<QColorDialog*>(&d)) {
-      picker->setCurrentColor(QColor(0, 128, 64));
+    if (auto* picker = dynamic_cast<ColourSelectBox*>(&d)) {
+      picker->setColour(RGB(0, 128, 64));
       return true;
     }
     auto& box = dynamic_cast<ShadowBox&>(d);
