@@ -140,7 +140,7 @@ MatrixBox::MatrixBox(MATRIX* working, QWidget* parent) : QDialog(parent), workin
   right->addWidget(groups_);
   list_ = new QListWidget(this);
   list_->setObjectName("102");
-  list_->setViewMode(QListView::IconMode);
+  list_->setViewMode(QListView::ListMode);
   list_->setFlow(QListView::TopToBottom);
   list_->setWrapping(true);
   list_->setMovement(QListView::Static);
@@ -185,7 +185,8 @@ MatrixBox::MatrixBox(MATRIX* working, QWidget* parent) : QDialog(parent), workin
   }
   if (!entries_.empty()) list_->setCurrentRow(0);
   // Exactly five rows of thumbnails show.
-  list_->setFixedHeight(5 * kThumb + 2 * list_->frameWidth() +
+  // (Qt's list wraps a column one pixel early, hence the + 1.)
+  list_->setFixedHeight(5 * kThumb + 1 + 2 * list_->frameWidth() +
                         list_->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, list_));
   FillGroups();
   ShowTileSize();
