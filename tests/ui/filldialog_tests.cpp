@@ -6,6 +6,7 @@
 #include <QListWidget>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollBar>
@@ -583,6 +584,36 @@ TEST_F(FillDialogTest, MatrixNewGroupAddTileSizeRulesAndBackup) {
   fs::remove(wide);
   fs::remove(square);
   fs::remove(grey);
+}
+
+TEST_F(FillDialogTest, MatrixContextMenuSelectsAndEditOpensTheTileAsADocument) {
+  std::snprintf(MatrixLibrary, kSettingTextSize, "%s", "Ochrel.MTX");
+  MainFrame frame;
+  frame.show();
+  const std::vector<HDIB> stock = StockMatrixTiles();
+  MATRIX m{};
+  m.Tile = CreateBuiltinMatrixTile();
+  {
+    MatrixBox box(&m);
+    QMenu* menu = box.ContextMenu(4);
+    ASSERT_TRUE(menu);
+    EXPECT_EQ(box.tiles()->currentRow(), 4);
+    EXPECT_TRUE(SameDib(m.Tile, stock[4]));  // selected as a selection change would
+    const QList<QAction*> items = menu->actions();
+    ASSERT_EQ(items.size(), 4);
+    EXPECT_EQ(items[0]->text(), "&Export");
+    EXPECT_EQ(items[1]->text(), "E&dit");
+    EXPECT_TRUE(items[2]->isSeparator());
+    EXPECT_EQ(items[3]->text(), "&Delete");
+    const int before = frame.CountOpenDocuments();
+    items[1]->trigger();
+    ASSERT_EQ(frame.CountOpenDocuments(), before + 1);
+    EXPECT_TRUE(SameDib(frame.ActiveDocument()->record()->Image, stock[4]));
+    EXPECT_EQ(box.entries().size(), stock.size());  // the list keeps its own
+    EXPECT_EQ(box.ContextMenu(99), nullptr);  // no entry there: nothing happens
+  }
+  for (QMdiSubWindow* w : frame.client()->subWindowList())
+    if (auto* d = qobject_cast<DocumentWindow*>(w)) d->record()->Modified = 0;
 }
 
 TEST(MatrixThumbnail, FitsIntoTheEntryInsetByFour) {
