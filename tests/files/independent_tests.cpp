@@ -150,8 +150,9 @@ TEST(OurFilesElsewhere, OtherProgramsSeeTheSamePixels) {
     int w = 0, h = 0;
     std::string pil = dir / "pil.ppm", other = dir / "other.ppm";
     ASSERT_TRUE(Shell(std::string(kPython) + " " + Q(kHelper) + " read " + Q(file) + " " + Q(pil)));
-    if (!(std::strcmp(c.ext, "pcx") == 0 && c.bits == 4))
+    if (!(std::strcmp(c.ext, "pcx") == 0 && c.bits == 4)) {
       EXPECT_LE(test::MaxChannelDifference(ReadPpm(pil, &w, &h), want), c.tolerance) << "Pillow";
+    }
     // ImageMagick 6.9 shows mono PCX inverted whatever the palette says; netpbm
     // and Pillow agree with each other there, so netpbm checks that case.
     std::string cmd = std::strcmp(c.ext, "tga") == 0 ? "tgatoppm " + Q(file) + " > " + Q(other)

@@ -212,7 +212,9 @@ TEST(FractalRender, SameRecordSamePictureWhateverHappenedBetween) {
     other.SeedValue1 += 1;
     HDIB c = CreateTexture(&other);
     ASSERT_TRUE(c);
-    if (type != 5) EXPECT_FALSE(test::SameBlock(a, c)) << type;  // perturbation: see its own test
+    if (type != 5) {
+      EXPECT_FALSE(test::SameBlock(a, c)) << type;  // perturbation: see its own test
+    }
   }
 }
 
@@ -454,7 +456,9 @@ TEST(TextureHostile, NonsenseNumbersGiveSoundResults) {
       t.BubblePower = v;
       t.PerturbationPower = v;
       HDIB dib = CreateTexture(&t);
-      if (dib) EXPECT_TRUE(PaddingClean(dib)) << type;
+      if (dib) {
+        EXPECT_TRUE(PaddingClean(dib)) << type;
+      }
     }
   }
   TEXTURE t = Texture(4, 30, 30);

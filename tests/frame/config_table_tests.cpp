@@ -43,7 +43,9 @@ TEST(ConfigTable, EveryRowHasItsTypeAndTextsAreZeroFilled) {
       EXPECT_EQ(typeFlags, kOnOffRows.count(item.name) ? CI_ONOFF : CI_NUMBER);
       ASSERT_NE(item.number, nullptr);
       EXPECT_EQ(item.text, nullptr);
-      if (typeFlags == CI_ONOFF) EXPECT_TRUE(*item.number == 0 || *item.number == 1);
+      if (typeFlags == CI_ONOFF) {
+        EXPECT_TRUE(*item.number == 0 || *item.number == 1);
+      }
     }
   }
   EXPECT_EQ(StickyWindowBottom, -1);  // written unsigned in the file

@@ -36,7 +36,9 @@ TEST(NearestColour, SearchAndCacheEqualTheScan) {
           ASSERT_EQ(n.Search(r, g, b), want) << trial << " " << r << "," << g << "," << b;
           ASSERT_EQ(n.Find(r, g, b), want);
           ASSERT_EQ(n.Find(r, g, b), want);  // from the cache now
-          if (metric == NearestColour::kWeighted) ASSERT_EQ(want, FindPaletteColour(r, g, b, pal, count));
+          if (metric == NearestColour::kWeighted) {
+            ASSERT_EQ(want, FindPaletteColour(r, g, b, pal, count));
+          }
         }
       }
   }

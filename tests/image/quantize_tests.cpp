@@ -205,7 +205,9 @@ TEST(Sorts, InsertionReversesEqualsAndQuicksortIsADescendingPermutation) {
       psort(p.data(), n);
       std::vector<std::uint32_t> ids;
       for (int i = 0; i < n; ++i) {
-        if (i) ASSERT_GE(p[i - 1]->level[axis], p[i]->level[axis]);
+        if (i) {
+          ASSERT_GE(p[i - 1]->level[axis], p[i]->level[axis]);
+        }
         ids.push_back(p[i]->Count);
       }
       std::sort(ids.begin(), ids.end());

@@ -56,7 +56,9 @@ TEST(ShadowSampleMasks, TextLineInTheFont) {
     for (int x = 0; x < h->biWidth; ++x) {
       const int v = Grey(text, x, y);
       ink += v;
-      if (x < 4 || y < 6) ASSERT_EQ(v, 0);  // the pad stays back
+      if (x < 4 || y < 6) {
+        ASSERT_EQ(v, 0);  // the pad stays back
+      }
     }
   EXPECT_GT(ink, 255 * 50);
   HDIB bold = CreateShadowTextSampleBitmap(nullptr, 30, 1, 0, 0, 255, 0, 4, 6);

@@ -173,7 +173,9 @@ TEST_F(FrameTest, NewOfEachKindGivesDepthPaletteAndPixels) {
     BYTE pal[768], expect[768];
     GetDibPalette(h, pal);
     GetDefaultPalette(expect, nullptr, k.type == 1 ? 10 : k.type == 3 ? 0 : 8);
-    if (k.bits <= 8) EXPECT_EQ(std::memcmp(pal, expect, 3u << k.bits), 0);
+    if (k.bits <= 8) {
+      EXPECT_EQ(std::memcmp(pal, expect, 3u << k.bits), 0);
+    }
   }
   // A true-colour background colour fills every pixel.
   HDIB white = CreateNewImage(NEWFILEPARAM{5, 5, 0, RGB(10, 20, 30)});
