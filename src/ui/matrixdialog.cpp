@@ -4,8 +4,6 @@
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QDialogButtonBox>
-#include <QDir>
-#include <QFile>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -30,6 +28,7 @@
 #include "ui/dialogrunner.h"
 #include "ui/filedialogs.h"
 #include "ui/gradientdialog.h"
+#include "ui/librarygroups.h"
 #include "ui/mainframe.h"
 #include "ui/messages.h"
 #include "ui/texturedialog.h"
@@ -214,20 +213,7 @@ bool MatrixBox::LoadGroup() {
   return ok;
 }
 
-void MatrixBox::FillGroups() {
-  const bool was = filling_;
-  filling_ = true;
-  groups_->clear();
-  const QString folder = QString::fromStdString(DataFolder().string());
-  const QStringList files = QDir(folder).entryList({"*.MTX"}, QDir::Files, QDir::Name);
-  const QString current = QString::fromLatin1(MatrixLibrary);
-  for (const QString& file : files) {
-    if (file.startsWith('.')) continue;
-    groups_->addItem(file.left(file.size() - 4));
-    if (file.compare(current, Qt::CaseInsensitive) == 0) groups_->setCurrentIndex(groups_->count() - 1);
-  }
-  filling_ = was;
-}
+void MatrixBox::FillGroups() { FillLibraryGroups(groups_, "*.MTX", MatrixLibrary); }
 
 void MatrixBox::ShowEntries(int select) {
   const bool was = filling_;
@@ -277,15 +263,7 @@ void MatrixBox::AddTile() {
       DoMessage(this, "Error writing file");
       return;
     }
-    const bool was = filling_;
-    filling_ = true;
-    int at = groups_->findText(QString::fromStdString(name), Qt::MatchFixedString);
-    if (at < 0) {
-      groups_->addItem(QString::fromStdString(name));
-      at = groups_->count() - 1;
-    }
-    groups_->setCurrentIndex(at);
-    filling_ = was;
+    ShowLibraryGroup(groups_, QString::fromStdString(name));
     MatrixLibraryWriteable() = 1;
     return;
   }
@@ -326,12 +304,7 @@ void MatrixBox::DeleteTile() {
       DoMessage(this, "The primary matrix group cannot be deleted.");
       return;
     }
-    const QString ask = QString::asprintf(
-        "Do you want to delete the %s matrix group?\n\nClick on Yes to delete this file, or No to abort.",
-        groups_->currentText().toLocal8Bit().constData());
-    if (DoYesNo(this, ask) != IDYES) return;
-    const QString path = QString::fromStdString(GroupPath());
-    if (!QFile::moveToTrash(path)) QFile::remove(path);
+    if (!DeleteLibraryGroup(this, "matrix", groups_->currentText(), GroupPath())) return;
     std::snprintf(MatrixLibrary, kSettingTextSize, "%s", "Ochrel.MTX");
     entries_.clear();
     FillGroups();

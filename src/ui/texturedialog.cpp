@@ -3,8 +3,6 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
-#include <QDir>
-#include <QFile>
 #include <QFontDatabase>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -26,6 +24,7 @@
 #include "image/settings.h"
 #include "ui/dialogrunner.h"
 #include "ui/gradientdialog.h"
+#include "ui/librarygroups.h"
 #include "ui/messages.h"
 
 namespace ochrel {
@@ -519,20 +518,7 @@ bool TextureBox::LoadGroup() {
   return ok;
 }
 
-void TextureBox::FillGroups() {
-  const bool was = filling_;
-  filling_ = true;
-  groups_->clear();
-  const QString folder = QString::fromStdString(DataFolder().string());
-  const QStringList files = QDir(folder).entryList({"*.FFT"}, QDir::Files, QDir::Name);
-  const QString current = QString::fromLatin1(DefaultTextureFileName);
-  for (const QString& file : files) {
-    if (file.startsWith('.')) continue;
-    groups_->addItem(file.left(file.size() - 4));
-    if (file.compare(current, Qt::CaseInsensitive) == 0) groups_->setCurrentIndex(groups_->count() - 1);
-  }
-  filling_ = was;
-}
+void TextureBox::FillGroups() { FillLibraryGroups(groups_, "*.FFT", DefaultTextureFileName); }
 
 void TextureBox::SelectTexture(int row) {
   if (row < 0 || row >= static_cast<int>(items_.size())) return;
@@ -568,15 +554,7 @@ void TextureBox::AddTexture() {
       DoMessage(this, "Error writing file");
       return;
     }
-    const bool was = filling_;
-    filling_ = true;
-    int at = groups_->findText(QString::fromStdString(name), Qt::MatchFixedString);
-    if (at < 0) {
-      groups_->addItem(QString::fromStdString(name));
-      at = groups_->count() - 1;
-    }
-    groups_->setCurrentIndex(at);
-    filling_ = was;
+    ShowLibraryGroup(groups_, QString::fromStdString(name));
     TextureLibraryWriteable() = 1;
     return;
   }
@@ -597,17 +575,7 @@ void TextureBox::DeleteTexture() {
       DoMessage(this, "The primary texture group cannot be deleted.");
       return;
     }
-    const QString ask = QString::asprintf(
-        "Do you want to delete the %s texture group?\n\nClick on Yes to delete this file, or No to abort.",
-        name.toLocal8Bit().constData());
-    if (DoYesNo(this, ask) != IDYES) return;
-    // Into the desktop's wastebasket where there is one, so that it can be had back.
-    QString path = QString::fromStdString(GroupPath());
-    if (!QFile::moveToTrash(path)) QFile::remove(path);
-    const bool was = filling_;
-    filling_ = true;
-    groups_->removeItem(groups_->currentIndex());
-    filling_ = was;
+    if (!DeleteLibraryGroup(this, "texture", name, GroupPath())) return;
     std::snprintf(DefaultTextureFileName, kSettingTextSize, "%s", "Ochrel.FFT");
     FillGroups();
     if (!LoadGroup()) DoMessage(this, kImportError);
