@@ -4,6 +4,7 @@
 #include "tools/floodfill.h"
 #include "tools/spraycan.h"
 #include "tools/polygontool.h"
+#include "tools/texttool.h"
 #include "tools/shapetools.h"
 
 #include <cstdio>
@@ -136,6 +137,7 @@ std::unique_ptr<ToolSession> CreateToolSession(int tool) {
     case TOOL_RECTANGLE:
     case TOOL_ELLIPSE: return std::make_unique<ShapeTool>(tool);
     case TOOL_POLYGON: return std::make_unique<PolygonTool>();
+    case TOOL_TEXT: return std::make_unique<TextTool>();
     default: return std::make_unique<PlainTool>(tool);
   }
 }
