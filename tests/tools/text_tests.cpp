@@ -1,0 +1,419 @@
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <tuple>
+#include <string>
+#include <vector>
+
+#include "frame/blockset.h"
+#include "frame/view.h"
+#include "test_images.h"
+#include "tools/texttool.h"
+#include "tools/toolsession.h"
+
+namespace ochrel {
+namespace {
+
+// Characters need the font database.
+class TextGuiEnvironment : public ::testing::Environment {
+ public:
+  void SetUp() override {
+    if (!std::getenv("QT_QPA_PLATFORM")) setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    if (!QCoreApplication::instance()) app_ = new QGuiApplication(argc_, argv_);
+  }
+  void TearDown() override {
+    delete app_;
+    app_ = nullptr;
+  }
+
+ private:
+  int argc_ = 1;
+  char name_[16] = "tools_tests";
+  char* argv_[2] = {name_, nullptr};
+  QGuiApplication* app_ = nullptr;
+};
+const auto* const kTextGui = ::testing::AddGlobalTestEnvironment(new TextGuiEnvironment);
+
+// A font whose letters advance 10, spaces 6, and whose lines are 20 high.
+class FixedMetrics : public TextMetrics {
+ public:
+  int Advance(unsigned char c) override { return c == ' ' ? 6 : 10; }
+  int Height() override { return 20; }
+};
+
+class TextHost : public ToolHost {
+ public:
+  int ScrollX() const override { return 0; }
+  int ScrollY() const override { return 0; }
+  int ClientWidth() const override { return 400; }
+  int ClientHeight() const override { return 300; }
+  void SetScrollBars(int, int) override {}
+  void SelectViewMode(int) override {}
+  void InvalidateImage(RECT) override {}
+  void InvalidateView() override {}
+  void StartTimer(ToolSession*, int, int) override {}
+  void StopTimer(ToolSession*, int) override {}
+  void CaptureMouse(ToolSession*) override { captured = true; }
+  void ReleaseMouse() override { captured = false; }
+  bool ControlDown() const override { return ctrl; }
+  bool ShiftDown() const override { return false; }
+  bool AltDown() const override { return false; }
+  void ShowMessage(const std::string& text) override { messages.push_back(text); }
+  void StatusText(const std::string&) override {}
+  void SetCursor(int) override {}
+  void UpdateMenuStates() override {}
+  bool captured = false, ctrl = false;
+  std::vector<std::string> messages;
+};
+
+BLOCKSET Settings(int charSpace = 100, int lineSpace = 100, int just = 0) {
+  BLOCKSET r;
+  r.TextFontCharacterSpace = charSpace;
+  r.TextFontLineSpace = lineSpace;
+  r.TextFontJust = just;
+  return r;
+}
+
+TextLayout Layout(const std::string& text, int width, const BLOCKSET& r, unsigned flags = 0, int caret = 0,
+                  bool mask = false) {
+  FixedMetrics m;
+  TextLayout out;
+  EXPECT_TRUE(LayoutText(text, caret, RECT{0, 0, width, 1000}, flags, &r, m, mask, &out));
+  return out;
+}
+
+// ---- Layout ---------------------------------------------------------------------------------
+
+TEST(TextLayoutTest, CharacterSpacingScalesEveryAdvanceSpacesToo) {
+  FixedMetrics m;
+  for (auto [percent, letter, space] : {std::tuple{50, 5, 3}, {100, 10, 6}, {200, 20, 12}}) {
+    BLOCKSET r = Settings(percent);
+    TextLayout l = Layout("ab cd", 1000, r);
+    ASSERT_EQ(l.words.size(), 2u);
+    EXPECT_EQ(l.words[0].wordWidth, 2 * letter) << percent;
+    EXPECT_EQ(l.words[0].spaceWidth, space) << percent;
+    EXPECT_EQ(l.words[0].length, 3);
+    EXPECT_EQ(l.words[1].offset, 3);
+    EXPECT_TRUE(l.words[1].endOfText);
+    ASSERT_EQ(l.characters.size(), 5u);
+    EXPECT_EQ(l.characters[3].x, 2 * letter + space) << percent;
+    EXPECT_EQ(TextLineExtent("ab cd", &r, m).cx, 4 * letter + space);
+  }
+  // Out-of-range settings are held within 50 and 200.
+  BLOCKSET wild = Settings(1000, 10);
+  EXPECT_EQ(TextLineExtent("a", &wild, m).cx, 20);
+  EXPECT_EQ(TextLineExtent("a", &wild, m).cy, 10);
+}
+
+TEST(TextLayoutTest, LineSpacingSetsLinePitchAndMeasuredHeight) {
+  for (auto [percent, pitch] : {std::pair{50, 10}, {100, 20}, {150, 30}, {200, 40}}) {
+    BLOCKSET r = Settings(100, percent);
+    TextLayout l = Layout("a\rb\rc", 1000, r);
+    EXPECT_EQ(l.lines, 3);
+    ASSERT_EQ(l.characters.size(), 3u);
+    EXPECT_EQ(l.characters[1].y, pitch);
+    EXPECT_EQ(l.characters[2].y, 2 * pitch);
+    EXPECT_EQ(l.characters[2].x, 0);
+    TextLayout measured = Layout("a\rb\rc", 1000, r, TEXT_MEASURE);
+    EXPECT_TRUE(measured.characters.empty());
+    EXPECT_EQ(measured.rect.bottom, 3 * pitch);
+  }
+}
+
+TEST(TextLayoutTest, JustificationOffsetsPreviewAndMaskDifferByOnePixel) {
+  BLOCKSET r = Settings();
+  // "ab" is 20 wide in a line of 100.
+  EXPECT_EQ(Layout("ab", 100, r, 0).characters[0].x, 0);
+  EXPECT_EQ(Layout("ab", 100, r, TEXT_CENTRE).characters[0].x, 40);
+  EXPECT_EQ(Layout("ab", 101, r, TEXT_CENTRE).characters[0].x, 40);  // halves truncate
+  EXPECT_EQ(Layout("ab", 100, r, TEXT_RIGHT, 0, false).characters[0].x, 78);
+  EXPECT_EQ(Layout("ab", 100, r, TEXT_RIGHT, 0, true).characters[0].x, 79);
+  // Each line has its own start.
+  TextLayout two = Layout("abcd\rab", 100, r, TEXT_RIGHT, 0, true);
+  ASSERT_EQ(two.characters.size(), 6u);
+  EXPECT_EQ(two.characters[0].x, 59);
+  EXPECT_EQ(two.characters[4].x, 79);
+  EXPECT_EQ(JustificationFlags(&r), 0u);
+  r.TextFontJust = 1;
+  EXPECT_EQ(JustificationFlags(&r), TEXT_CENTRE);
+  r.TextFontJust = 7;
+  EXPECT_EQ(JustificationFlags(&r), TEXT_RIGHT);
+}
+
+TEST(TextLayoutTest, WordsWrapWholeAndLongWordsBreakAtTheCharacterThatDoesNotFit) {
+  BLOCKSET r = Settings();
+  // "aaaa " is 46, "bbbb" 40: together over 60, so bbbb starts line two.
+  TextLayout l = Layout("aaaa bbbb", 60, r);
+  EXPECT_EQ(l.lines, 2);
+  ASSERT_EQ(l.characters.size(), 9u);
+  EXPECT_EQ(l.characters[5].x, 0);
+  EXPECT_EQ(l.characters[5].y, 20);
+  EXPECT_TRUE(l.words[0].lineBreak);
+  // Eight letters in 35: pieces of three, three and two.
+  TextLayout longWord = Layout("abcdefgh", 35, r);
+  EXPECT_EQ(longWord.lines, 3);
+  ASSERT_EQ(longWord.words.size(), 3u);
+  EXPECT_EQ(longWord.words[0].length, 3);
+  EXPECT_EQ(longWord.words[1].offset, 3);
+  EXPECT_EQ(longWord.characters[3].x, 0);
+  EXPECT_EQ(longWord.characters[3].y, 20);
+  EXPECT_EQ(longWord.characters[6].y, 40);
+  // A box narrower than one character still ends, one character a line.
+  TextLayout narrow = Layout("abc", 3, r);
+  EXPECT_EQ(narrow.lines, 3);
+  // Two Enters give an empty line between.
+  TextLayout blank = Layout("a\r\rb", 100, r);
+  EXPECT_EQ(blank.lines, 3);
+  EXPECT_EQ(blank.characters.back().y, 40);
+}
+
+TEST(TextLayoutTest, CaretSitsBehindItsCharacterOrAtTheNextLineStart) {
+  BLOCKSET r = Settings();
+  EXPECT_EQ(Layout("ab", 100, r, TEXT_CARET, 0).caret.left, 1);
+  EXPECT_EQ(Layout("ab", 100, r, TEXT_CARET, 0).caret.right, 3);
+  TextLayout behind = Layout("ab", 100, r, TEXT_CARET, 1);
+  EXPECT_EQ(behind.caret.left, 14);
+  EXPECT_EQ(behind.caret.right, 16);
+  EXPECT_EQ(behind.caret.bottom - behind.caret.top, 20);
+  // Behind an Enter the caret starts the next line.
+  TextLayout afterEnter = Layout("ab\r", 100, r, TEXT_CARET, 3);
+  EXPECT_EQ(afterEnter.lines, 2);
+  EXPECT_EQ(afterEnter.caret.top, 20);
+  EXPECT_EQ(afterEnter.caret.left, 1);
+  EXPECT_EQ(afterEnter.caret.right, 4);
+  TextLayout centred = Layout("ab\rcd", 100, r, TEXT_CARET | TEXT_CENTRE, 3);
+  EXPECT_EQ(centred.caret.left, 49);
+  TextLayout right = Layout("ab\rcd", 100, r, TEXT_CARET | TEXT_RIGHT, 3);
+  EXPECT_EQ(right.caret.left, 98);
+}
+
+TEST(TextLayoutTest, WindowSizeFitsTheWidestLineAndWrapsInTheAvailableWidth) {
+  BLOCKSET r = Settings();
+  FixedMetrics m;
+  TextSize empty = GetTextWindowSize("", nullptr, &r, m);
+  EXPECT_EQ(empty.cx, 8);
+  EXPECT_EQ(empty.cy, 22);
+  TextSize two = GetTextWindowSize("abc\ra", nullptr, &r, m);
+  EXPECT_EQ(two.cx, 32);
+  EXPECT_EQ(two.cy, 42);
+  RECT avail{0, 0, 60, 500};
+  TextSize wrapped = GetTextWindowSize("aaaa bbbb", &avail, &r, m);
+  EXPECT_EQ(wrapped.cx, 62);
+  EXPECT_EQ(wrapped.cy, 2 * 20 + 2 + 2);
+}
+
+// ---- Edit step ------------------------------------------------------------------------------
+
+TEST(TextEditTest, KeysMoveTheCaretWithinTheText) {
+  std::string t = "abc";
+  int caret = 3;
+  EXPECT_FALSE(AddCharacterToText(&t, &caret, KEY_RIGHT, true));
+  EXPECT_TRUE(AddCharacterToText(&t, &caret, KEY_LEFT, true));
+  EXPECT_EQ(caret, 2);
+  EXPECT_TRUE(AddCharacterToText(&t, &caret, KEY_HOME, true));
+  EXPECT_EQ(caret, 0);
+  EXPECT_FALSE(AddCharacterToText(&t, &caret, KEY_LEFT, true));
+  EXPECT_TRUE(AddCharacterToText(&t, &caret, KEY_END, true));
+  EXPECT_EQ(caret, 3);
+  EXPECT_FALSE(AddCharacterToText(&t, &caret, 0x2E, true));  // there is no Delete key
+  EXPECT_EQ(t, "abc");
+}
+
+TEST(TextEditTest, CharactersInsertAtTheCaretAndBackspaceRemovesBeforeIt) {
+  std::string t;
+  int caret = 0;
+  for (int c : {int{'H'}, int{'i'}, 13, 10, int{'x'}}) AddCharacterToText(&t, &caret, c, false);
+  EXPECT_EQ(t, "Hi\r\rx");
+  EXPECT_EQ(caret, 5);
+  EXPECT_FALSE(AddCharacterToText(&t, &caret, 9, false));  // control codes are dropped
+  EXPECT_FALSE(AddCharacterToText(&t, &caret, 27, false));
+  AddCharacterToText(&t, &caret, KEY_HOME, true);
+  AddCharacterToText(&t, &caret, KEY_RIGHT, true);
+  AddCharacterToText(&t, &caret, '-', false);
+  EXPECT_EQ(t, "H-i\r\rx");
+  EXPECT_EQ(caret, 2);
+  EXPECT_TRUE(AddCharacterToText(&t, &caret, 8, false));
+  EXPECT_TRUE(AddCharacterToText(&t, &caret, 8, false));
+  EXPECT_EQ(t, "i\r\rx");
+  EXPECT_EQ(caret, 0);
+  EXPECT_FALSE(AddCharacterToText(&t, &caret, 8, false));
+  // A caret out of range is brought back first.
+  caret = 99;
+  AddCharacterToText(&t, &caret, '!', false);
+  EXPECT_EQ(t, "i\r\rx!");
+}
+
+// ---- The session and the commit -------------------------------------------------------------
+
+class TextSessionTest : public ::testing::Test {
+ protected:
+  void Make(int type, COLORREF paper) {
+    doc.reset();
+    record = BLOCKSET{};
+    CreateNewFile(&record);
+    record.Image = CreateNewImage(NEWFILEPARAM{120, 80, type, paper});
+    SetImageType(&record);
+    record.ViewMode = 5;
+    record.Opacity = 255;
+    record.Antialias = 1;
+    record.SolidFillMode = 0;
+    record.FillType = 0;
+    record.ShadowActive = 0;
+    record.GridActive = 0;
+    record.FillColour = RGB(0, 0, 0);
+    record.TextFontSize = 24;
+    record.TextFontCharacterSpace = 100;
+    record.TextFontLineSpace = 100;
+    record.TextFontJust = 0;
+    doc = std::make_unique<DocumentTools>(&record, &host);
+    MessageQueue::Instance().Clear();
+    CurrentTool() = TOOL_TEXT;
+  }
+  void SetUp() override { Make(0, RGB(255, 255, 255)); }
+  void TearDown() override {
+    doc.reset();
+    MessageQueue::Instance().Clear();
+    CurrentTool() = -1;
+  }
+  TextTool* Press(int x, int y) {
+    doc->MouseEvent(WM_LBUTTONDOWN, x, y, MK_LBUTTON);
+    MessageQueue::Instance().Drain();
+    doc->MouseEvent(WM_LBUTTONUP, x, y, 0);
+    MessageQueue::Instance().Drain();
+    return dynamic_cast<TextTool*>(doc->session());
+  }
+  void Type(const std::string& s) {
+    for (char c : s) doc->KeyEvent(WM_CHAR, static_cast<unsigned char>(c));
+  }
+  // The box of pixels that differ from the undo image.
+  RECT Changed() {
+    const BITMAPINFOHEADER* a = LockDib(record.Image);
+    const BITMAPINFOHEADER* b = LockDib(record.UndoImage);
+    RECT box{1 << 20, 1 << 20, -1, -1};
+    for (int y = 0; y < a->biHeight; ++y)
+      for (int x = 0; x < a->biWidth; ++x)
+        if (GetDibPixel(a, x, y) != GetDibPixel(b, x, y)) {
+          box.left = std::min<int>(box.left, x);
+          box.top = std::min<int>(box.top, y);
+          box.right = std::max<int>(box.right, x + 1);
+          box.bottom = std::max<int>(box.bottom, y + 1);
+        }
+    return box;
+  }
+  TextHost host;
+  BLOCKSET record;
+  std::unique_ptr<DocumentTools> doc;
+};
+
+TEST_F(TextSessionTest, TypedTextCommitsInsideItsBoxWithOneLevelOfUndo) {
+  HDIB before = CropImage(record.Image, RECT{0, 0, 120, 80});
+  TextTool* t = Press(20, 10);
+  ASSERT_NE(t, nullptr);
+  EXPECT_FALSE(host.captured);
+  Type("Hi");
+  EXPECT_EQ(t->Text(), "Hi");
+  const RECT box = t->window;
+  EXPECT_EQ(box.left, 20);
+  EXPECT_GT(box.right - box.left, 10);
+  doc->DestroyToolParam();
+  const RECT c = Changed();
+  ASSERT_GE(c.right, 0) << "nothing drawn";
+  EXPECT_GE(c.left, box.left);
+  EXPECT_GE(c.top, box.top);
+  EXPECT_LE(c.right, box.right);
+  EXPECT_LE(c.bottom, box.bottom);
+  // Black text on white: the darkest pixel is black.
+  bool black = false;
+  for (int y = c.top; y < c.bottom; ++y)
+    for (int x = c.left; x < c.right; ++x) black |= GetDibPixel(LockDib(record.Image), x, y) == 0;
+  EXPECT_TRUE(black);
+  ASSERT_TRUE(DoUndo(&record));
+  EXPECT_TRUE(test::SameBlock(before, record.Image));
+}
+
+TEST_F(TextSessionTest, EmptyTextCommitsNothing) {
+  HDIB before = CropImage(record.Image, RECT{0, 0, 120, 80});
+  Press(10, 10);
+  doc->KeyEvent(WM_CHAR, 'a');
+  doc->KeyEvent(WM_CHAR, 8);
+  doc->DestroyToolParam();
+  EXPECT_TRUE(test::SameBlock(before, record.Image));
+}
+
+TEST_F(TextSessionTest, DragMovesTheBoxAndCtrlArrowsNudgeIt) {
+  CurrentTool() = TOOL_TEXT;
+  doc->MouseEvent(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
+  MessageQueue::Instance().Drain();
+  EXPECT_TRUE(host.captured);
+  doc->MouseEvent(WM_MOUSEMOVE, 25, 17, MK_LBUTTON);
+  doc->MouseEvent(WM_LBUTTONUP, 25, 17, 0);
+  auto* t = dynamic_cast<TextTool*>(doc->session());
+  ASSERT_NE(t, nullptr);
+  EXPECT_EQ(t->window.left, 25);
+  EXPECT_EQ(t->window.top, 17);
+  EXPECT_EQ(t->param.ImageX, 25);
+  host.ctrl = true;
+  doc->KeyEvent(WM_KEYDOWN, KEY_RIGHT);
+  doc->KeyEvent(WM_KEYDOWN, KEY_UP);
+  EXPECT_EQ(t->window.left, 26);
+  EXPECT_EQ(t->window.top, 16);
+  host.ctrl = false;
+  // The image is untouched until the commit.
+  EXPECT_LT(Changed().right, 0);
+  Type("ab");
+  doc->KeyEvent(WM_KEYDOWN, KEY_LEFT);
+  EXPECT_EQ(t->param.Caret, 1);
+}
+
+TEST_F(TextSessionTest, OpacityScalesTheCoverage) {
+  record.Antialias = 0;
+  record.Opacity = 128;
+  Press(10, 10);
+  Type("W");
+  doc->DestroyToolParam();
+  const RECT c = Changed();
+  ASSERT_GE(c.right, 0);
+  // Hard edges at half opacity: black over white blends to one grey level.
+  const int expect = BlendChannel(255, 0, 128);
+  for (int y = c.top; y < c.bottom; ++y)
+    for (int x = c.left; x < c.right; ++x) {
+      const std::uint32_t p = GetDibPixel(LockDib(record.Image), x, y);
+      if (p != RGB(255, 255, 255)) EXPECT_EQ(p & 0xFFFFFF, RGB(expect, expect, expect)) << x << "," << y;
+    }
+}
+
+TEST_F(TextSessionTest, PalettedImagesGetHardEdges) {
+  Make(2, RGB(255, 255, 255));
+  record.Antialias = 1;
+  const BITMAPINFOHEADER* h = LockDib(record.Image);
+  const BYTE paper = static_cast<BYTE>(GetDibPixel(h, 0, 0));
+  record.FillColour = paper == 0 ? 1 : 0;  // an index
+  Press(10, 10);
+  Type("Os");
+  doc->DestroyToolParam();
+  ASSERT_GE(Changed().right, 0);
+  const BITMAPINFOHEADER* img = LockDib(record.Image);
+  for (int y = 0; y < img->biHeight; ++y)
+    for (int x = 0; x < img->biWidth; ++x) {
+      const std::uint32_t p = GetDibPixel(img, x, y);
+      EXPECT_TRUE(p == paper || p == record.FillColour) << x << "," << y << " " << p;
+    }
+}
+
+TEST(TextInsetTest, HostileRectanglesFailCleanly) {
+  BLOCKSET r;
+  EXPECT_EQ(InsetText(&r, RECT{0, 0, 10, 10}, "a"), 0);  // no image
+  r.Image = CreateNewImage(NEWFILEPARAM{10, 10, 0, RGB(255, 255, 255)});
+  EXPECT_EQ(InsetText(&r, RECT{0, 0, 0, 10}, "a"), 0);
+  EXPECT_EQ(InsetText(&r, RECT{0, 0, 1 << 30, 10}, "a"), 0);
+  RECT changed{};
+  EXPECT_EQ(InsetText(&r, RECT{-500, -500, -400, -450}, "abc", &changed), 1);  // all outside the image
+  EXPECT_EQ(changed.right - changed.left, 0);
+}
+
+}  // namespace
+}  // namespace ochrel
