@@ -163,7 +163,9 @@ bool LayoutText(const std::string& text, int caret, const RECT& rect, unsigned f
           x += a;
           lastIndex = c;
           if ((flags & TEXT_CARET) && !caretPlaced && c == caret - 1) {
-            out->caret = RECT{rect.left + x + 4, rect.top + y, rect.left + x + 6, rect.top + y + lineHeight};
+            // Two pixels right behind the character, so it stays inside a box
+            // that fits the text.
+            out->caret = RECT{rect.left + x, rect.top + y, rect.left + x + 2, rect.top + y + lineHeight};
             caretPlaced = true;
           }
         }
@@ -480,6 +482,87 @@ void TextTool::Commit() {
   committed_ = InsetText(r, rect, text_, &changed) != 0;
   if (changed.right > changed.left) document->host()->InvalidateImage(changed);
   Redraw();
+}
+
+}  // namespace ochrel
+
+namespace ochrel {
+
+HDIB TextTool::Overlay(POINT* imagePlace) {
+  BLOCKSET* r = document->record();
+  const BITMAPINFOHEADER* ih = LockDib(r->Image);
+  if (!ih) return nullptr;
+  const int w = UnZoom(r, static_cast<int>(window.right - window.left));
+  const int h = UnZoom(r, static_cast<int>(window.bottom - window.top));
+  if (w <= 0 || h <= 0) return nullptr;
+  HDIB dib = CreateDib(w, h, nullptr, 24);
+  if (!dib) return nullptr;
+  BITMAPINFOHEADER* dh = LockDib(dib);
+  const BYTE* palette = ih->biBitCount <= 8 ? DibPaletteEntries(ih) : nullptr;
+  const int colours = ih->biBitCount <= 8 ? 1 << ih->biBitCount : 0;
+  // Pixel values as colours: indices go through the image's palette.
+  auto asColour = [&](std::uint32_t v) -> COLORREF {
+    if (!palette) return v & 0xFFFFFF;
+    const int i = static_cast<int>(v & 255) < colours ? static_cast<int>(v & 255) : 0;
+    return RGB(palette[4 * i + 2], palette[4 * i + 1], palette[4 * i]);
+  };
+  for (int y = 0; y < h; ++y) {
+    BYTE* row = DibRow(dh, y);
+    for (int x = 0; x < w; ++x) {
+      const std::uint32_t v = GetDibPixel(ih, param.ImageX + x, param.ImageY + y);
+      const COLORREF c = v == NOPIXEL ? RGB(255, 255, 255) : asColour(v);
+      row[3 * x] = GetBValue(c);
+      row[3 * x + 1] = GetGValue(c);
+      row[3 * x + 2] = GetRValue(c);
+    }
+  }
+  FontMetrics metrics(r);
+  TextLayout layout;
+  if (LayoutText(text_, param.Caret, RECT{1, 1, 1 + w, 1 + h}, JustificationFlags(r) | TEXT_CARET, r, metrics, false,
+                 &layout)) {
+    for (const PlacedCharacter& pc : layout.characters) {
+      const unsigned char ch = static_cast<unsigned char>(text_[static_cast<std::size_t>(pc.index)]);
+      if (ch == ' ') continue;
+      WRAPPERBLOCK b;
+      FontFields(&b, r);
+      char s[3];
+      ByteToUtf8(ch, s);
+      b.Character.Character = s;
+      b.Character.Mode = CHARACTER_DRAW;
+      b.Character.X = pc.x + 1;
+      b.Character.Y = pc.y + 1;
+      b.Character.Surface = dh;
+      b.Character.Value = asColour(r->FillColour);
+      b.Antialias = ShapeAntialias(r);
+      OCHLWRPR_proc(&b);
+    }
+    // The caret: an inverted bar.
+    for (int y = std::max(0, static_cast<int>(layout.caret.top)); y < std::min(h, static_cast<int>(layout.caret.bottom)); ++y)
+      for (int x = std::max(0, static_cast<int>(layout.caret.left)); x < std::min(w, static_cast<int>(layout.caret.right)); ++x) {
+        BYTE* p = DibRow(dh, y) + 3 * x;
+        p[0] = static_cast<BYTE>(~p[0]);
+        p[1] = static_cast<BYTE>(~p[1]);
+        p[2] = static_cast<BYTE>(~p[2]);
+      }
+  }
+  // A dotted frame, every other pixel inverted.
+  auto dot = [&](int x, int y) {
+    if (((x + y) & 1) != 0) return;
+    BYTE* p = DibRow(dh, y) + 3 * x;
+    p[0] = static_cast<BYTE>(~p[0]);
+    p[1] = static_cast<BYTE>(~p[1]);
+    p[2] = static_cast<BYTE>(~p[2]);
+  };
+  for (int x = 0; x < w; ++x) {
+    dot(x, 0);
+    if (h > 1) dot(x, h - 1);
+  }
+  for (int y = 1; y + 1 < h; ++y) {
+    dot(0, y);
+    if (w > 1) dot(w - 1, y);
+  }
+  *imagePlace = POINT{param.ImageX, param.ImageY};
+  return dib;
 }
 
 }  // namespace ochrel

@@ -125,6 +125,9 @@ class TextTool : public ToolSession {
   void SetTextEditWindowSize();
   // The preview's layout in the window (its caret in view coordinates).
   bool PreviewLayout(TextLayout* out);
+  // The preview: the image under the box with the text in the fill colour,
+  // the caret inverted and a dotted frame round it.
+  HDIB Overlay(POINT* imagePlace) override;
 
  private:
   void PlaceWindow(int viewX, int viewY);

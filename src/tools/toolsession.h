@@ -136,6 +136,10 @@ class ToolSession {
   virtual bool ChangesImage() const { return true; }
   // Standing tools fit themselves to the limit rectangle.
   void FitToLimitRect();
+  // A picture the view shows over the image while the session lasts (the
+  // text being typed): a 24-bit DIB whose pixel (0, 0) lies on the image
+  // point `imagePlace`. Null for none.
+  virtual HDIB Overlay(POINT* imagePlace) { return nullptr; }
 };
 
 // The tools side of one document: its record, its host, and its session.

@@ -22,6 +22,7 @@
 #include "frame/services.h"
 #include "frame/strings.h"
 #include "image/settings.h"
+#include "render/screen.h"
 #include "ui/attributesdialog.h"
 #include "ui/filldialogs.h"
 #include "ui/griddialog.h"
@@ -129,6 +130,16 @@ void DocumentView::paintEvent(QPaintEvent* event) {
   }
   QPainter p(this);
   p.drawImage(event->rect().topLeft(), canvas_, event->rect());
+  // The session's picture over the image (the text being typed), scaled with the view.
+  POINT place{};
+  HDIB overlay = tools_ && tools_->session() ? tools_->session()->Overlay(&place) : nullptr;
+  if (const BITMAPINFOHEADER* oh = LockDib(overlay)) {
+    const int pc = ViewPercent(record_->ViewMode);
+    const QRect target(ZoomPercent(pc, place.x - scrollX_), ZoomPercent(pc, place.y - scrollY_),
+                       ZoomPercent(pc, oh->biWidth), ZoomPercent(pc, oh->biHeight));
+    p.setClipRect(event->rect());
+    p.drawImage(target, DibToQImage(oh));
+  }
 }
 
 void DocumentView::InvertPixels(const std::vector<QPoint>& pixels) {
@@ -206,7 +217,18 @@ void DocumentView::mouseDoubleClickEvent(QMouseEvent* event) {
 
 void DocumentView::keyPressEvent(QKeyEvent* event) {
   if (!tools_) return;
-  tools_->KeyEvent(WM_KEYDOWN, event->key());
+  // The tools know the navigation keys by their platform-neutral codes.
+  int key = event->key();
+  switch (key) {
+    case Qt::Key_End: key = 0x23; break;
+    case Qt::Key_Home: key = 0x24; break;
+    case Qt::Key_Left: key = 0x25; break;
+    case Qt::Key_Up: key = 0x26; break;
+    case Qt::Key_Right: key = 0x27; break;
+    case Qt::Key_Down: key = 0x28; break;
+    default: break;
+  }
+  tools_->KeyEvent(WM_KEYDOWN, key);
   if (!event->text().isEmpty()) tools_->KeyEvent(WM_CHAR, event->text().at(0).unicode());
 }
 

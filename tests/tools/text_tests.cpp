@@ -176,8 +176,8 @@ TEST(TextLayoutTest, CaretSitsBehindItsCharacterOrAtTheNextLineStart) {
   EXPECT_EQ(Layout("ab", 100, r, TEXT_CARET, 0).caret.left, 1);
   EXPECT_EQ(Layout("ab", 100, r, TEXT_CARET, 0).caret.right, 3);
   TextLayout behind = Layout("ab", 100, r, TEXT_CARET, 1);
-  EXPECT_EQ(behind.caret.left, 14);
-  EXPECT_EQ(behind.caret.right, 16);
+  EXPECT_EQ(behind.caret.left, 10);
+  EXPECT_EQ(behind.caret.right, 12);
   EXPECT_EQ(behind.caret.bottom - behind.caret.top, 20);
   // Behind an Enter the caret starts the next line.
   TextLayout afterEnter = Layout("ab\r", 100, r, TEXT_CARET, 3);
