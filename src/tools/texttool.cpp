@@ -419,6 +419,8 @@ void TextTool::OnMouseMove(int x, int y, unsigned) {
 void TextTool::OnLButtonUp(int, int, unsigned) {
   document->ReleaseCapture();
   param.Dragging = 0;
+  param.Cursor = 6003;  // the text cursor while typing
+  document->host()->SetCursor(param.Cursor);
   param.Flags |= TF_PLACED;
   param.ScrollX = document->host()->ScrollX();
   param.ScrollY = document->host()->ScrollY();
@@ -457,6 +459,7 @@ void TextTool::OnKeyDown(int key) {
 void TextTool::OnMessage(int message, std::int64_t, std::int64_t) {
   switch (message) {
     case UM_SCROLLED:
+    case UM_WINDOWRESIZED:
     case UM_VIEWCHANGED:
     case UM_FONTCHANGED:
       // The box stays on its image pixels and fits the text anew.

@@ -404,6 +404,51 @@ TEST_F(TextSessionTest, PalettedImagesGetHardEdges) {
     }
 }
 
+TEST_F(TextSessionTest, ShadowLiesBelowTheTextOnlyAtFullOpacity) {
+  record.Antialias = 0;
+  record.ShadowActive = 1;
+  record.Shadow.ShadowOpacity = 255;
+  record.Shadow.ShadowType = 2;
+  record.Shadow.ShadowColor = RGB(0, 0, 0);
+  record.Shadow.ShadowDirection = 7;  // down and right
+  record.Shadow.ShadowOffset = 3;
+  record.Shadow.ShadowSoft = 5;
+  record.FillColour = RGB(255, 0, 0);
+  HDIB plain;
+  {
+    // The same text without a shadow, for comparison.
+    record.ShadowActive = 0;
+    ASSERT_EQ(InsetText(&record, RECT{9, 9, 60, 40}, "T"), 1);
+    plain = CropImage(record.Image, RECT{0, 0, 120, 80});
+    record.Image = CreateNewImage(NEWFILEPARAM{120, 80, 0, RGB(255, 255, 255)});
+    record.ShadowActive = 1;
+  }
+  ASSERT_EQ(InsetText(&record, RECT{9, 9, 60, 40}, "T"), 1);
+  // Every red pixel of the plain text is red here too (the text lies on top),
+  // and the shadow adds pixels that are neither red nor white.
+  const BITMAPINFOHEADER* a = LockDib(plain);
+  const BITMAPINFOHEADER* b = LockDib(record.Image);
+  int shadowPixels = 0;
+  for (int y = 0; y < 80; ++y)
+    for (int x = 0; x < 120; ++x) {
+      const std::uint32_t pa = GetDibPixel(a, x, y) & 0xFFFFFF, pb = GetDibPixel(b, x, y) & 0xFFFFFF;
+      if (pa == RGB(255, 0, 0)) EXPECT_EQ(pb, RGB(255, 0, 0)) << x << "," << y;
+      else shadowPixels += pb != RGB(255, 255, 255) && pb != RGB(255, 0, 0);
+    }
+  EXPECT_GT(shadowPixels, 0);
+  // Below full opacity there is no shadow at all.
+  record.Image = CreateNewImage(NEWFILEPARAM{120, 80, 0, RGB(255, 255, 255)});
+  record.Opacity = 254;
+  ASSERT_EQ(InsetText(&record, RECT{9, 9, 60, 40}, "T"), 1);
+  int notText = 0;
+  for (int y = 0; y < 80; ++y)
+    for (int x = 0; x < 120; ++x) {
+      const std::uint32_t pa = GetDibPixel(a, x, y) & 0xFFFFFF, pb = GetDibPixel(LockDib(record.Image), x, y) & 0xFFFFFF;
+      notText += pa == RGB(255, 255, 255) && pb != RGB(255, 255, 255);
+    }
+  EXPECT_EQ(notText, 0);
+}
+
 TEST(TextInsetTest, HostileRectanglesFailCleanly) {
   BLOCKSET r;
   EXPECT_EQ(InsetText(&r, RECT{0, 0, 10, 10}, "a"), 0);  // no image
