@@ -1,9 +1,11 @@
 #include "tools/texttool.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <new>
 
 #include "frame/view.h"
+#include "image/settings.h"
 #include "render/wrapper.h"
 #include "tools/shapecomposite.h"
 
@@ -401,8 +403,19 @@ void TextTool::OnLButtonDown(int x, int y, unsigned) {
 }
 
 void TextTool::OnMouseMove(int x, int y, unsigned) {
-  if (document->captured() != this || !param.Dragging) return;
   BLOCKSET* r = document->record();
+  if (document->captured() != this || !param.Dragging) {
+    // The mouse point, the box in image coordinates and its size.
+    ToolHost* host = document->host();
+    const int mx = UnZoom(r, x + window.left) + host->ScrollX(), my = UnZoom(r, y + window.top) + host->ScrollY();
+    const int w = UnZoom(r, static_cast<int>(window.right - window.left));
+    const int h = UnZoom(r, static_cast<int>(window.bottom - window.top));
+    char status[128];
+    std::snprintf(status, sizeof status, "(%d,%d) - (%d,%d) - (%d,%d) [ %d,%d ]", mx, my, param.ImageX, param.ImageY,
+                  param.ImageX + w, param.ImageY + h, w, h);
+    host->StatusText(status);
+    return;
+  }
   const int vx = x + window.left, vy = y + window.top;
   // The box moves by whole image pixels, so it stays on its pixels at any zoom.
   const int dx = UnZoom(r, vx - param.PressX), dy = UnZoom(r, vy - param.PressY);
@@ -438,15 +451,23 @@ void TextTool::OnChar(int character) {
 void TextTool::OnKeyDown(int key) {
   ToolHost* host = document->host();
   if (host->ControlDown()) {
-    int dx = 0, dy = 0;
-    if (key == KEY_LEFT) dx = -1;
-    else if (key == KEY_RIGHT) dx = 1;
-    else if (key == KEY_UP) dy = -1;
-    else if (key == KEY_DOWN) dy = 1;
-    if (!dx && !dy) return;
-    param.ImageX += dx;
-    param.ImageY += dy;
-    param.Moved = 1;
+    // The nudge: a step of whole image pixels, never less than one view pixel,
+    // as long as some of the box stays within reach.
+    BLOCKSET* r = document->record();
+    const int step = std::max(Zoom(r, std::clamp(NudgeSize, 1, 32)), 1);
+    const int w = window.right - window.left, h = window.bottom - window.top;
+    int x = window.left, y = window.top;
+    if (key == KEY_LEFT && x + w >= 0) x -= step;
+    else if (key == KEY_UP && y + h >= 0) y -= step;
+    else if (key == KEY_RIGHT && x <= host->ClientWidth()) x += step;
+    else if (key == KEY_DOWN && y <= host->ClientHeight()) y += step;
+    else return;
+    PlaceWindow(x, y);
+    param.OriginX = x;
+    param.OriginY = y;
+    param.ImageX = UnZoom(r, x) + host->ScrollX();
+    param.ImageY = UnZoom(r, y) + host->ScrollY();
+    param.Flags |= TF_PLACED;
     SetTextEditWindowSize();
     Redraw();
     return;

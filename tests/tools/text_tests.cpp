@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <tuple>
@@ -11,6 +12,7 @@
 
 #include "frame/blockset.h"
 #include "frame/view.h"
+#include "image/settings.h"
 #include "test_images.h"
 #include "tools/texttool.h"
 #include "tools/toolsession.h"
@@ -63,10 +65,11 @@ class TextHost : public ToolHost {
   bool ShiftDown() const override { return false; }
   bool AltDown() const override { return false; }
   void ShowMessage(const std::string& text) override { messages.push_back(text); }
-  void StatusText(const std::string&) override {}
+  void StatusText(const std::string& text) override { status = text; }
   void SetCursor(int) override {}
   void UpdateMenuStates() override {}
   bool captured = false, ctrl = false;
+  std::string status;
   std::vector<std::string> messages;
 };
 
@@ -279,6 +282,12 @@ class TextSessionTest : public ::testing::Test {
     MessageQueue::Instance().Clear();
     CurrentTool() = -1;
   }
+  // Puts the box back on an image point at 100 percent.
+  void PlaceBack(TextTool* t, int x, int y) {
+    t->param.ImageX = x;
+    t->param.ImageY = y;
+    t->SetTextEditWindowSize();
+  }
   TextTool* Press(int x, int y) {
     doc->MouseEvent(WM_LBUTTONDOWN, x, y, MK_LBUTTON);
     MessageQueue::Instance().Drain();
@@ -357,11 +366,30 @@ TEST_F(TextSessionTest, DragMovesTheBoxAndCtrlArrowsNudgeIt) {
   EXPECT_EQ(t->window.top, 17);
   EXPECT_EQ(t->param.ImageX, 25);
   host.ctrl = true;
+  t->param.Moved = 0;
   doc->KeyEvent(WM_KEYDOWN, KEY_RIGHT);
   doc->KeyEvent(WM_KEYDOWN, KEY_UP);
   EXPECT_EQ(t->window.left, 26);
   EXPECT_EQ(t->window.top, 16);
+  EXPECT_EQ(t->param.ImageY, 16);
+  EXPECT_EQ(t->param.Moved, 0);  // a nudge is not a drag
+  // The step follows the nudge size and the zoom: 3 image pixels at 200 percent.
+  const int oldNudge = NudgeSize;
+  NudgeSize = 3;
+  record.ViewMode = 6;
+  doc->KeyEvent(WM_KEYDOWN, KEY_LEFT);
+  EXPECT_EQ(t->window.left, 20);
+  EXPECT_EQ(t->param.ImageX, 10);
+  NudgeSize = oldNudge;
+  record.ViewMode = 5;
   host.ctrl = false;
+  PlaceBack(t, 26, 16);
+  // Without a button the status tells the mouse point, the box and its size.
+  doc->MouseEvent(WM_MOUSEMOVE, t->window.left + 2, t->window.top + 3, 0);
+  const int w = t->window.right - t->window.left, h = t->window.bottom - t->window.top;
+  char expect[128];
+  std::snprintf(expect, sizeof expect, "(28,19) - (26,16) - (%d,%d) [ %d,%d ]", 26 + w, 16 + h, w, h);
+  EXPECT_EQ(host.status, expect);
   // The image is untouched until the commit.
   EXPECT_LT(Changed().right, 0);
   Type("ab");
