@@ -13,6 +13,7 @@
 
 #include "frame/blockset.h"
 #include "frame/commands.h"
+#include "frame_fixture.h"
 #include "qt_app.h"
 #include "test_images.h"
 #include "tools/toolparam.h"
@@ -26,23 +27,11 @@
 namespace ochrel {
 namespace {
 
-class FillGuiTest : public ::testing::Test {
+class FillGuiTest : public test::FrameFixture {
  protected:
+  FillGuiTest() : FrameFixture(120, 90) {}
   void SetUp() override {
-    test::EnsureQtApp();
-    SetPromptAnswerer([this](PromptKind, const QString& t) {
-      prompts.push_back(t);
-      return IDNO;
-    });
-    SetNewFileAnswerer([](NewFileBox& box) {
-      box.typeList()->setCurrentIndex(0);
-      box.widthField()->setValue(120);
-      box.depthField()->setValue(90);
-      return true;
-    });
-    frame = std::make_unique<MainFrame>();
-    frame->resize(1000, 800);
-    frame->show();
+    FrameFixture::SetUp();
     frame->Command(CM_NEW);
     doc = frame->ActiveDocument();
     ASSERT_NE(doc, nullptr);
@@ -54,19 +43,9 @@ class FillGuiTest : public ::testing::Test {
     doc->record()->FillColour = RGB(20, 160, 40);
     doc->view()->InvalidateAll();
   }
-  void TearDown() override {
-    SetPromptAnswerer({});
-    SetNewFileAnswerer({});
-    for (QMdiSubWindow* w : frame->client()->subWindowList())
-      if (auto* d = qobject_cast<DocumentWindow*>(w)) d->record()->Modified = 0;
-    frame.reset();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-  }
   std::uint32_t Px(int x, int y) { return GetDibPixel(LockDib(doc->record()->Image), x, y); }
 
-  std::unique_ptr<MainFrame> frame;
   DocumentWindow* doc = nullptr;
-  std::vector<QString> prompts;
 };
 
 TEST_F(FillGuiTest, FloodFillFromTheToolboxPaintsTheRegionAndUndoTakesItBack) {

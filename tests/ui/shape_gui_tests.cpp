@@ -13,6 +13,7 @@
 
 #include "frame/blockset.h"
 #include "frame/commands.h"
+#include "frame_fixture.h"
 #include "qt_app.h"
 #include "test_images.h"
 #include "tools/toolparam.h"
@@ -26,20 +27,11 @@
 namespace ochrel {
 namespace {
 
-class ShapeGuiTest : public ::testing::Test {
+class ShapeGuiTest : public test::FrameFixture {
  protected:
+  ShapeGuiTest() : FrameFixture(120, 90) {}
   void SetUp() override {
-    test::EnsureQtApp();
-    SetPromptAnswerer([](PromptKind, const QString&) { return IDNO; });
-    SetNewFileAnswerer([](NewFileBox& box) {
-      box.typeList()->setCurrentIndex(0);
-      box.widthField()->setValue(120);
-      box.depthField()->setValue(90);
-      return true;
-    });
-    frame = std::make_unique<MainFrame>();
-    frame->resize(1000, 800);
-    frame->show();
+    FrameFixture::SetUp();
   }
   void TearDown() override {
     SetPromptAnswerer({});
@@ -61,7 +53,6 @@ class ShapeGuiTest : public ::testing::Test {
     QTest::mouseRelease(v, Qt::LeftButton, Qt::NoModifier, to);
     QCoreApplication::processEvents();
   }
-  std::unique_ptr<MainFrame> frame;
 };
 
 TEST_F(ShapeGuiTest, RectangleFromTheToolboxDragsAnOutlineAndCommitsOnRelease) {

@@ -12,6 +12,7 @@
 
 #include "frame/blockset.h"
 #include "frame/commands.h"
+#include "frame_fixture.h"
 #include "qt_app.h"
 #include "test_images.h"
 #include "tools/texttool.h"
@@ -26,20 +27,11 @@
 namespace ochrel {
 namespace {
 
-class TextGuiTest : public ::testing::Test {
+class TextGuiTest : public test::FrameFixture {
  protected:
+  TextGuiTest() : FrameFixture(160, 100) {}
   void SetUp() override {
-    test::EnsureQtApp();
-    SetPromptAnswerer([](PromptKind, const QString&) { return IDNO; });
-    SetNewFileAnswerer([](NewFileBox& box) {
-      box.typeList()->setCurrentIndex(0);
-      box.widthField()->setValue(160);
-      box.depthField()->setValue(100);
-      return true;
-    });
-    frame = std::make_unique<MainFrame>();
-    frame->resize(1000, 800);
-    frame->show();
+    FrameFixture::SetUp();
   }
   void TearDown() override {
     SetPromptAnswerer({});
@@ -49,7 +41,6 @@ class TextGuiTest : public ::testing::Test {
     frame.reset();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   }
-  std::unique_ptr<MainFrame> frame;
 };
 
 TEST_F(TextGuiTest, TypedTextShowsWithCaretAndIsLaidInOnToolChange) {

@@ -1,0 +1,60 @@
+// A frame window for the widget tests of the tools: New answers with a
+// true-colour picture of the fixture's size, every question is answered No
+// (and kept), and the documents are closed unasked at the end.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QSpinBox>
+
+#include <memory>
+#include <vector>
+
+#include "qt_app.h"
+#include "ui/documentwindow.h"
+#include "ui/mainframe.h"
+#include "ui/messages.h"
+#include "ui/newfiledialog.h"
+
+namespace ochrel::test {
+
+class FrameFixture : public ::testing::Test {
+ protected:
+  FrameFixture(int width, int depth) : width_(width), depth_(depth) {}
+  void SetUp() override {
+    EnsureQtApp();
+    SetPromptAnswerer([this](PromptKind, const QString& text) {
+      prompts.push_back(text);
+      return int(IDNO);
+    });
+    SetNewFileAnswerer([this](NewFileBox& box) {
+      box.typeList()->setCurrentIndex(0);
+      box.widthField()->setValue(width_);
+      box.depthField()->setValue(depth_);
+      return true;
+    });
+    frame = std::make_unique<MainFrame>();
+    frame->resize(1000, 800);
+    frame->show();
+  }
+  void TearDown() override {
+    SetPromptAnswerer({});
+    SetNewFileAnswerer({});
+    for (QMdiSubWindow* w : frame->client()->subWindowList())
+      if (auto* d = qobject_cast<DocumentWindow*>(w)) d->record()->Modified = 0;
+    frame.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  }
+
+  std::unique_ptr<MainFrame> frame;
+  std::vector<QString> prompts;
+
+ private:
+  int width_, depth_;
+};
+
+}  // namespace ochrel::test
