@@ -20,6 +20,8 @@ enum Command : int {
   CM_CLOSE = 106,
   CM_PRINT = 107,  // Ctrl+P: no action
   CM_PASTENEW = 110,
+  CM_CREATETILE = 111,  // the selection's menu: the fragment becomes the tile fill
+  CM_ADDTILE = 112,     // the same, and the tile joins the current library
   CM_TIPOFTHEDAY = 136,
   CM_RECENT = 180,
   CM_CUT = 201,

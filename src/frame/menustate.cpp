@@ -2,6 +2,7 @@
 
 #include "frame/blockset.h"
 #include "frame/commands.h"
+#include "tools/selection.h"
 
 namespace ochrel {
 
@@ -18,6 +19,8 @@ std::map<int, bool> ComputeMenuStates(const BLOCKSET* d) {
   s[CM_TOPALETTE] = image && t != IMAGE_PALETTED;
   s[CM_TOMONO] = image && t != IMAGE_MONO;
   s[CM_UNDO] = d && d->UndoAvailable;
+  // Clear works on a floating selection; Cut, Copy and Copy to come with the clipboard.
+  s[CM_CLEAR] = image && HasSelection(d);
   return s;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "image/dib.h"
 
@@ -119,6 +120,10 @@ struct TOOLPARAM {
   int SquareX = 0, SquareY = 0;
   int PressX = 0, PressY = 0;
   POINT ChainEnd{}, ChainStart{}, PreviousVertex{}, RubberEnd{};
+  // The lasso's polygon, and the irregular selection's shape (1 inside) and
+  // dashed outline, both 1-bit and of the fragment's size.
+  std::vector<POINT> Points;
+  HDIB SelectShape, SelectFrame;
 };
 
 // The coverage blend of one channel value c toward k through mask value m,

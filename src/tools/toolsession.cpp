@@ -39,6 +39,12 @@ int GetLineAngle(POINT a, POINT b) {
   return v;
 }
 
+int ToolClassCursor(int tool) {
+  static const int cursors[kToolCount] = {0,    6022, 6023, 6019, 6017, 6002, 6014, 6018, 6016,
+                                          6021, 6015, 6013, 0,    0,    6024, 6009, 6010, 6025};
+  return tool >= 0 && tool < kToolCount ? cursors[tool] : 0;
+}
+
 int& CurrentTool() {
   static int tool = -1;
   return tool;
@@ -214,11 +220,15 @@ int DocumentTools::BeginToolFunction(int x, int y, int tool, unsigned flags) {
       session_->OnCreate(x, y);
       // The drag starts at once: the press reaches the new window after this handler.
       Post(RECV_TOOL, WM_LBUTTONDOWN, MK_LBUTTON | (flags & 0xFF), PackPoint(0, 0));
-      CreateUndo(record_);
+      // The rectangle selector takes its undo copy when it first changes the
+      // image, so that a click that selects nothing keeps the last change undoable.
+      if (tool != TOOL_RECTSELECT) CreateUndo(record_);
       host_->UpdateMenuStates();
       Send(UM_REFRESH, 0, flags);
     }
   } else if ((tool == TOOL_LASSO || tool == TOOL_WAND) && session_) {
+    // Cut and Clear end the selection without laying it back.
+    session_->param.Flags |= flags & (TF_CUT | TF_CLEAR);
     Send(UM_ENDSELECTION);
   }
   return 1;
@@ -253,7 +263,18 @@ void DocumentTools::DestroyToolParam() {
   }
   MessageQueue::Instance().Forget(s.get());
   host_->StatusText("");
+  // The selection's commands (Clear, the filters on a fragment) close with it.
+  if (t == TOOL_RECTSELECT || t == TOOL_LASSO || t == TOOL_WAND) host_->UpdateMenuStates();
   Graveyard().push_back(std::move(s));
+}
+
+int DocumentTools::CursorAt(int vx, int vy) const {
+  const ToolSession* s = capture_ ? capture_ : session_.get();
+  if (s && (s == capture_ || (vx >= s->window.left && vx < s->window.right && vy >= s->window.top && vy < s->window.bottom)))
+    return s->param.Cursor ? s->param.Cursor : ToolClassCursor(s->param.Tool);
+  const RECT limit = GetLimitRect();
+  if (vx >= limit.left && vx < limit.right && vy >= limit.top && vy < limit.bottom) return record_->Cursor;
+  return 0;
 }
 
 void DocumentTools::Send(int message, std::int64_t wParam, std::int64_t lParam) {

@@ -104,6 +104,16 @@ class ToolHost {
   virtual void InvertRectangle(RECT) {}   // the border pixels of rect (right and bottom outside)
   virtual void InvertEllipse(RECT) {}     // the ellipse inside rect
   virtual void InvertLine(POINT, POINT) {} // from the first point to the second, which is left out
+  // The rectangle selector's dotted drag frame around rect, inverted: a dot
+  // is one image pixel at scales of 100 percent and more, one view pixel below.
+  virtual void InvertFocusRect(RECT) {}
+  // Shows again what lies under part of the view (view coordinates) without
+  // going back to the image: a floating fragment moved away from it.
+  virtual void RepaintView(RECT) {}
+  // The selection's right-click menu at a view point: the filters the picture
+  // allows and, with `tiles`, the two tile commands. The chosen command goes
+  // to the document.
+  virtual void ShowSelectionPopup(POINT, bool /*tiles*/) {}
 };
 
 // One session. Handlers get coordinates in the session's own client space
@@ -140,6 +150,9 @@ class ToolSession {
   // text being typed): a 24-bit DIB whose pixel (0, 0) lies on the image
   // point `imagePlace`. Null for none.
   virtual HDIB Overlay(POINT* imagePlace) { return nullptr; }
+  // A selector floating its fragment: the view draws param.Fragment over the
+  // window, with SelectMask and SelectFrame.
+  virtual bool ShowsFragment() const { return false; }
 };
 
 // The tools side of one document: its record, its host, and its session.
@@ -166,6 +179,8 @@ class DocumentTools {
   void MouseEvent(int event, int viewX, int viewY, unsigned keys);
   void KeyEvent(int event, int key);
   void TimerEvent(ToolSession* tool, int id);
+  // The cursor resource the view shows at a view point (0: the arrow).
+  int CursorAt(int viewX, int viewY) const;
   // Sends a message to the session at once.
   void Send(int message, std::int64_t wParam = 0, std::int64_t lParam = 0);
   // Posts a message to the session, the document or another receiver.
@@ -223,6 +238,8 @@ int& CurrentTool();
 bool ChangeTool(DocumentTools* top, int tool);
 // UM_SELECTTOOL: shows a tool as current without starting or ending a session.
 void SelectTool(DocumentTools* top, int tool);
+// The cursor of a tool's window while it sets none of its own (0: the arrow).
+int ToolClassCursor(int tool);
 // The cursor a document shows over the image for a tool (0 leaves it).
 void SetDocumentCursor(BLOCKSET* record, int tool);
 

@@ -6,6 +6,7 @@
 #include "tools/polygontool.h"
 #include "tools/texttool.h"
 #include "tools/shapetools.h"
+#include "tools/selecttools.h"
 
 #include <cstdio>
 
@@ -125,6 +126,9 @@ class PlainTool : public ToolSession {
 
 std::unique_ptr<ToolSession> CreateToolSession(int tool) {
   switch (tool) {
+    case TOOL_RECTSELECT: return std::make_unique<RectSelectTool>();
+    case TOOL_LASSO:
+    case TOOL_WAND: return std::make_unique<IrregularSelectTool>(tool);
     case TOOL_EYEDROPPER: return std::make_unique<EyedropperTool>();
     case TOOL_ZOOM: return std::make_unique<ZoomTool>();
     case TOOL_PEN:

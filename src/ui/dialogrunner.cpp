@@ -1,5 +1,7 @@
 #include "ui/dialogrunner.h"
 
+#include <QMenu>
+
 #include <QDesktopServices>
 #include <QDialog>
 #include <QFileInfo>
@@ -22,6 +24,14 @@ bool RunDialog(QDialog& dialog) {
   if (g_answerer) return g_answerer(dialog);
   return dialog.exec() == QDialog::Accepted;
 }
+
+namespace {
+MenuAnswerer g_menuAnswerer;
+}
+
+void SetMenuAnswerer(MenuAnswerer answerer) { g_menuAnswerer = std::move(answerer); }
+
+QAction* RunMenu(QMenu& menu, const QPoint& at) { return g_menuAnswerer ? g_menuAnswerer(menu) : menu.exec(at); }
 
 void SetUrlOpener(UrlOpener opener) { g_opener = std::move(opener); }
 

@@ -4,7 +4,10 @@
 
 #include <functional>
 
+class QAction;
 class QDialog;
+class QMenu;
+class QPoint;
 class QUrl;
 class QWidget;
 
@@ -13,6 +16,11 @@ namespace ochrel {
 using DialogAnswerer = std::function<bool(QDialog&)>;
 void SetDialogAnswerer(DialogAnswerer answerer);
 bool RunDialog(QDialog& dialog);
+
+// Popup menus the same way: the chosen action, or null.
+using MenuAnswerer = std::function<QAction*(QMenu&)>;
+void SetMenuAnswerer(MenuAnswerer answerer);
+QAction* RunMenu(QMenu& menu, const QPoint& globalPosition);
 
 // Opens a help topic in the help pages; says so when they cannot be shown.
 void DoHelp(QWidget* parent, const char* topic);

@@ -21,9 +21,15 @@
 #include "frame/commands.h"
 #include "frame/services.h"
 #include "frame/strings.h"
+#include "fills/matrix.h"
+#include "frame/paths.h"
 #include "image/settings.h"
 #include "render/screen.h"
+#include "tools/selection.h"
 #include "ui/attributesdialog.h"
+#include "ui/cursors.h"
+#include "ui/dialogrunner.h"
+#include "ui/filterdialog.h"
 #include "ui/filldialogs.h"
 #include "ui/griddialog.h"
 #include "ui/icons.h"
@@ -140,6 +146,24 @@ void DocumentView::paintEvent(QPaintEvent* event) {
     p.setClipRect(event->rect());
     p.drawImage(target, DibToQImage(oh));
   }
+  PaintFragment(p, event->rect());
+}
+
+void DocumentView::PaintFragment(QPainter& p, const QRect& dirty) {
+  const ToolSession* s = tools_ ? tools_->session() : nullptr;
+  if (!s || !s->ShowsFragment()) return;
+  const QRect win(s->window.left, s->window.top, s->window.right - s->window.left, s->window.bottom - s->window.top);
+  const QRect area = win & dirty & rect();
+  if (area.isEmpty()) return;
+  // What the view shows under the fragment is the image with its hole; the
+  // fragment goes over it, and its masked-out pixels let that show through.
+  QImage part = canvas_.copy(area);
+  const TOOLPARAM& tp = s->param;
+  RenderFragment(LockDib(tp.Fragment), LockDib(tp.SelectMask), LockDib(tp.SelectFrame), ViewPercent(record_->ViewMode),
+                 area.x() - win.x(), area.y() - win.y(), area.width(), area.height(),
+                 reinterpret_cast<std::uint32_t*>(part.bits()), static_cast<std::size_t>(part.bytesPerLine()));
+  p.setClipRect(area);
+  p.drawImage(area.topLeft(), part);
 }
 
 void DocumentView::InvertPixels(const std::vector<QPoint>& pixels) {
@@ -195,6 +219,12 @@ void DocumentView::mouseMoveEvent(QMouseEvent* event) {
   POINT p = ImagePoint(event->position().toPoint());
   emit imagePosition(p.x, p.y);
   Route(WM_MOUSEMOVE, event);
+  // The cursor of whatever lies under the mouse now: the tool's window, the
+  // image (the document's cursor) or the empty rest of the view.
+  if (tools_) {
+    const QPoint q = event->position().toPoint();
+    setCursor(ToolCursor(tools_->CursorAt(q.x(), q.y())));
+  }
 }
 
 void DocumentView::mousePressEvent(QMouseEvent* event) {
@@ -317,6 +347,32 @@ std::vector<QPoint> LinePixels(POINT a, POINT b) {
   return out;
 }
 
+// The dotted drag frame: each dot an image pixel at 100 percent and more
+// (the frame is drawn at the image's size and stretched), one view pixel below.
+std::vector<QPoint> FocusRectPixels(RECT r, int percent, const QRect& view) {
+  std::vector<QPoint> out;
+  NormalizeRect(&r);
+  const int unit = percent >= 100 ? percent / 100 : 1;
+  const int w = (r.right - r.left) / unit, h = (r.bottom - r.top) / unit;
+  if (w <= 0 || h <= 0) return out;
+  auto dot = [&](int i, int j) {
+    if ((i + j) % 2) return;
+    const int x0 = r.left + i * unit, y0 = r.top + j * unit;
+    if (x0 > view.right() + 1 || y0 > view.bottom() + 1 || x0 + unit < view.left() || y0 + unit < view.top()) return;
+    for (int y = y0; y < y0 + unit; ++y)
+      for (int x = x0; x < x0 + unit; ++x) out.emplace_back(x, y);
+  };
+  for (int i = 0; i < w; ++i) {
+    dot(i, 0);
+    if (h > 1) dot(i, h - 1);
+  }
+  for (int j = 1; j + 1 < h; ++j) {
+    dot(0, j);
+    if (w > 1) dot(w - 1, j);
+  }
+  return out;
+}
+
 class DocumentHost : public ToolHost {
  public:
   explicit DocumentHost(DocumentWindow* w) : w_(w) {}
@@ -340,14 +396,32 @@ class DocumentHost : public ToolHost {
   bool AltDown() const override { return QGuiApplication::queryKeyboardModifiers() & Qt::AltModifier; }
   void ShowMessage(const std::string& text) override { DoMessage(w_, QString::fromStdString(text)); }
   void StatusText(const std::string& text) override { w_->frame()->StatusText(QString::fromStdString(text)); }
-  void SetCursor(int resource) override {
-    if (resource) w_->view()->setCursor(Qt::CrossCursor);
-    else w_->view()->unsetCursor();
-  }
+  void SetCursor(int resource) override { w_->view()->setCursor(ToolCursor(resource)); }
   void UpdateMenuStates() override { w_->frame()->UpdateMenuStates(); }
   void InvertRectangle(RECT r) override { w_->view()->InvertPixels(RectangleOutline(r, w_->view()->rect())); }
   void InvertEllipse(RECT r) override { w_->view()->InvertPixels(EllipseOutline(r, w_->view()->rect())); }
   void InvertLine(POINT a, POINT b) override { w_->view()->InvertPixels(LinePixels(a, b)); }
+  void InvertFocusRect(RECT r) override {
+    w_->view()->InvertPixels(FocusRectPixels(r, ViewPercent(w_->record()->ViewMode), w_->view()->rect()));
+  }
+  void RepaintView(RECT r) override {
+    NormalizeRect(&r);
+    w_->view()->update(QRect(QPoint(r.left, r.top), QPoint(r.right, r.bottom)));
+  }
+  void ShowSelectionPopup(POINT at, bool tiles) override {
+    QMenu* menu = CreateFilterPopupMenu(w_->record(), w_);
+    if (!menu) return;
+    if (tiles) {
+      menu->addSeparator();
+      menu->addAction("Create matrix tile")->setData(CM_CREATETILE);
+      menu->addAction("Add matrix tile")->setData(CM_ADDTILE);
+    }
+    QAction* chosen = RunMenu(*menu, w_->view()->mapToGlobal(QPoint(at.x, at.y)));
+    const int id = chosen ? chosen->data().toInt() : 0;
+    delete menu;
+    // The document gets the command once the menu has gone, as from its own menu bar.
+    if (id) w_->frame()->PostCommand(id);
+  }
 
  private:
   DocumentWindow* w_;
@@ -486,6 +560,9 @@ void DocumentWindow::ChangeScale(int viewMode) {
 bool DocumentWindow::Command(int id) {
   switch (id) {
     case CM_UNDO:
+      // A floating selection goes down first, so that Undo takes the image
+      // back to how it was before the selection.
+      CommitSelection();
       if (!record_.UndoAvailable) return true;
       if (!DoUndo(&record_)) DoMessage(this, "Internal error in Undo -- this file will be discarded.");
       ImageReplaced();
@@ -503,6 +580,31 @@ bool DocumentWindow::Command(int id) {
       if (DoImageAttributes(this, &record_)) ImageReplaced();
       return true;
     case CM_SHADOWS: DoSetShadows(this, &record_); return true;
+    case CM_SELECTALL:
+      if (!record_.Image) return true;
+      tools_->Unselect();
+      frame_->ChooseTool(TOOL_RECTSELECT);
+      tools_->BeginToolFunction(0, 0, TOOL_RECTSELECT, TF_SELECTALL);
+      return true;
+    case CM_CLEAR:
+      // Clear ends the selection without laying it down: a lifted area stays paper.
+      if (HasSelection(&record_)) tools_->BeginToolFunction(0, 0, record_.Tool, TF_CLEAR);
+      return true;
+    case CM_CREATETILE:
+    case CM_ADDTILE: {
+      if (record_.Tool != TOOL_RECTSELECT || !HasSelection(&record_)) return true;
+      HDIB tile = DuplicateObject(record_.ToolWindow->param.Fragment);
+      if (!tile) {
+        DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+        return true;
+      }
+      record_.Matrix.Tile = std::move(tile);
+      record_.FillType = 3;
+      frame_->RefreshStatus();
+      if (id == CM_ADDTILE && !AddMatrixElement((DataFolder() / MatrixLibrary).string(), record_.Matrix.Tile))
+        DoMessage(this, FetchString(IDS_MATRIX_ADD_ERROR));
+      return true;
+    }
     case CM_ZOOMLIST: ChangeScale(frame_->buttonBar()->zoomList()->currentIndex()); return true;
     case CM_SAVE: Save(); return true;
     case CM_SAVEAS: SaveAs(); return true;
@@ -513,7 +615,16 @@ bool DocumentWindow::Command(int id) {
   }
 }
 
+void DocumentWindow::CommitSelection() {
+  if (!tools_ || !record_.ToolWindow) return;
+  tools_->Unselect();
+  // The end of the session tells the record it changed by a posted message;
+  // it must land before the caller looks at the record.
+  MessageQueue::Instance().Drain();
+}
+
 bool DocumentWindow::Save() {
+  CommitSelection();
   if (NeedsSaveAs(&record_)) return SaveAs();
   if (frame_->WriteDocument(this, record_.FileName)) {
     record_.Modified = 0;
@@ -540,6 +651,7 @@ void DocumentWindow::Discard() {
 }
 
 void DocumentWindow::closeEvent(QCloseEvent* event) {
+  if (!discarding_) CommitSelection();
   if (!discarding_ && record_.Modified) {
     QString text = QString("The file\n%1\nhas not been saved.\n\nDo you wish to save it before closing?")
                        .arg(QString::fromStdString(record_.FileName));

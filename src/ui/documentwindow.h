@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+class QPainter;
 class QScrollBar;
 
 namespace ochrel {
@@ -56,6 +57,7 @@ class DocumentView : public QWidget {
 
  private:
   void RenderInto(const QRect& viewRect);
+  void PaintFragment(QPainter& painter, const QRect& dirty);
   void Route(int event, QMouseEvent* e);
   DocumentTools* tools_ = nullptr;
   BLOCKSET* record_;
@@ -90,6 +92,9 @@ class DocumentWindow : public QMdiSubWindow {
   // Save (57) and Save as (104); false when nothing was written.
   bool Save();
   bool SaveAs();
+  // Lays a floating selection (or an open text) into the image, so that what
+  // is saved, copied or converted is what the user sees.
+  void CommitSelection();
   // Closes without asking (a document that failed to come up).
   void Discard();
   // Redraws after the image block was replaced.

@@ -1,5 +1,9 @@
 #include "ui/filterdialog.h"
 
+#include "image/resample.h"
+#include "tools/selection.h"
+#include "tools/toolsession.h"
+
 #include <QApplication>
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -782,13 +786,38 @@ void MasterFilterBox::done(int result) {
 // ---- The operation --------------------------------------------------------------------
 
 namespace {
-// What the filter works on. Selections (a rectangle selector's fragment, or an
-// irregular one's masked copy) come here once the selectors exist; until then
-// it is always the document's image.
-const HDIB* ChooseFilterImage(BLOCKSET* record, FILTERPARAM* param) {
+// What the filter works on: a rectangle selector's fragment itself, an
+// irregular selection's fragment with paper outside its shape (a copy, kept
+// in `masked`), or else the document's image.
+const HDIB* ChooseFilterImage(BLOCKSET* record, FILTERPARAM* param, HDIB* masked) {
   param->HasSelection = 0;
   param->HasMask = 0;
+  bool mask = false;
+  if (HasSelection(record, &mask)) {
+    TOOLPARAM& tp = record->ToolWindow->param;
+    param->HasSelection = 1;
+    param->HasMask = mask ? 1 : 0;
+    if (tp.Tool == TOOL_RECTSELECT || !tp.SelectMask) return &tp.Fragment;
+    *masked = MaskBitmap(tp.Fragment, tp.SelectMask, record->PaperColour);
+    return *masked ? masked : &tp.Fragment;
+  }
   return &record->Image;
+}
+
+// A filter's mask of its result (values 0 and 1 at any depth) as the 1-bit
+// mask a fragment keeps.
+HDIB OneBitMask(const HDIB& mask) {
+  const BITMAPINFOHEADER* m = LockDib(mask);
+  if (!m) return nullptr;
+  BYTE palette[768] = {};
+  palette[3] = palette[4] = palette[5] = 255;
+  HDIB out = CreateDib(m->biWidth, m->biHeight, palette, 1);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  for (int y = 0; y < m->biHeight; ++y)
+    for (int x = 0; x < m->biWidth; ++x)
+      if (GetDibPixel(m, x, y)) PutDibPixel(o, x, y, 1);
+  return out;
 }
 }  // namespace
 
@@ -798,7 +827,8 @@ int DoMasterFilterDialog(QWidget* window, BLOCKSET* record, int filterType) {
     return 0;
   }
   FILTERPARAM param;
-  param.BeforeImage = ChooseFilterImage(record, &param);
+  HDIB masked;
+  param.BeforeImage = ChooseFilterImage(record, &param, &masked);
   const BITMAPINFOHEADER* before = LockDib(*param.BeforeImage);
   if (!before) return 0;
   param.BeforeWidth = before->biWidth;
@@ -830,6 +860,13 @@ int DoMasterFilterDialog(QWidget* window, BLOCKSET* record, int filterType) {
     if (FilterApplyToDuplicate) {
       // The source document stays as it was.
       if (document && document->frame()) document->frame()->NewFromDib(param.AfterImage);
+    } else if (param.HasSelection && record->ToolWindow) {
+      // The result replaces the floating fragment; it reaches the image when
+      // the selection is laid down, so it leaves no undo step of its own.
+      TOOLPARAM& tp = record->ToolWindow->param;
+      tp.Fragment = std::move(param.AfterImage);
+      if (tp.Tool == TOOL_RECTSELECT && param.NewMask) tp.SelectMask = OneBitMask(param.NewMask);
+      if (document) document->tools()->Send(UM_FRAGMENTCHANGED);
     } else {
       // No selection: the whole image is replaced, with one step of undo.
       CreateUndo(record);
@@ -886,13 +923,27 @@ void UpdateFilterMenu(QMainWindow* frame, const BLOCKSET* record) {
   if (!filters) return;
   const bool image = record && record->Image;
   const int type = image ? GetImageType(record->Image) : IMAGE_NONE;
+  bool mask = false;
+  const bool selection = image && HasSelection(record, &mask);
   for (QAction* a : filters->actions()) {
     const int id = a->data().toInt();
     if (id == CM_FILTERS) a->setEnabled(image);
     else if (id >= FILTER_MENU_FIRST && id < FILTER_MENU_FIRST + FILTER_COUNT)
-      // No selection exists in a document yet, so both selection flags are 0.
-      a->setEnabled(image && FilterIsValidFilter(type, 0, 0, id - FILTER_MENU_FIRST));
+      a->setEnabled(image && FilterIsValidFilter(type, selection, mask, id - FILTER_MENU_FIRST));
   }
+}
+
+QMenu* CreateFilterPopupMenu(const BLOCKSET* record, QWidget* parent) {
+  if (!record || !record->Image) return nullptr;
+  bool mask = false;
+  const bool selection = HasSelection(record, &mask);
+  const int type = GetImageType(record->Image);
+  auto* menu = new QMenu(parent);
+  menu->setObjectName("selectionPopup");
+  for (int f = 0; f < FILTER_COUNT; ++f)
+    if (FilterIsValidFilter(type, selection, mask, f))
+      menu->addAction(QString::fromLatin1(filtertype[f].name))->setData(FILTER_MENU_FIRST + f);
+  return menu;
 }
 
 bool TrapFilterCommands(QWidget* window, int command) {

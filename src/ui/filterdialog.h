@@ -17,6 +17,7 @@ class QComboBox;
 class QGridLayout;
 class QLabel;
 class QMainWindow;
+class QMenu;
 class QPushButton;
 class QScrollBar;
 class QToolButton;
@@ -153,6 +154,9 @@ int DoMasterFilterDialog(QWidget* window, BLOCKSET* blockset, int filterType);
 void AddFilterMenu(QMainWindow* frame);
 // Greys or enables those entries for a document (null for none).
 void UpdateFilterMenu(QMainWindow* frame, const BLOCKSET* blockset);
+// The selection's popup: the filters valid for the document (and its
+// selection), each carrying its command number. Null without a record.
+QMenu* CreateFilterPopupMenu(const BLOCKSET* blockset, QWidget* parent);
 // Commands 2048 to 2065 from a document window open the dialog; true for
 // these, false for any other number.
 bool TrapFilterCommands(QWidget* window, int command);

@@ -638,6 +638,7 @@ DocumentWindow* MainFrame::NewFromDib(const HDIB& image) {
 void MainFrame::DoDuplicate() {
   DocumentWindow* source = ActiveDocument();
   if (!source || !source->record()->Image) return;
+  source->CommitSelection();
   DocumentWindow* w = CreateNewTask(AddCurrentPath(GetUntitledFileName()));
   BLOCKSET* r = w->record();
   r->Image = DuplicateObject(source->record()->Image);
@@ -653,6 +654,7 @@ void MainFrame::DoDuplicate() {
 void MainFrame::DoConvert(int id) {
   DocumentWindow* source = ActiveDocument();
   if (!source || !source->record()->Image) return;
+  source->CommitSelection();
   // The converted image comes first; the source is left as it is.
   HDIB converted;
   if (id == CM_TOPALETTE || id == CM_TOMONO) {

@@ -1,0 +1,129 @@
+// The platform as tool sessions see it, without a window: a view of a given
+// size and scroll, keys held by the test, and a record of what the session
+// asked of the screen. One document with its record and tools around it.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "frame/blockset.h"
+#include "frame/view.h"
+#include "tools/toolsession.h"
+
+namespace ochrel::test {
+
+class FakeToolHost : public ToolHost {
+ public:
+  int scrollX = 0, scrollY = 0, width = 400, height = 300;
+  bool ctrl = false, shift = false, alt = false;
+  bool captured = false;
+  int cursor = 0, menuUpdates = 0;
+  std::string status;
+  std::vector<std::string> messages, inversions;
+  std::vector<RECT> invalidated, repainted;
+  struct Popup {
+    POINT at;
+    bool tiles;
+  };
+  std::vector<Popup> popups;
+
+  int ScrollX() const override { return scrollX; }
+  int ScrollY() const override { return scrollY; }
+  int ClientWidth() const override { return width; }
+  int ClientHeight() const override { return height; }
+  void SetScrollBars(int x, int y) override {
+    scrollX = std::max(0, x);
+    scrollY = std::max(0, y);
+  }
+  void SelectViewMode(int) override {}
+  void InvalidateImage(RECT r) override { invalidated.push_back(r); }
+  void InvalidateView() override { invalidated.push_back(RECT{-1, -1, -1, -1}); }
+  void StartTimer(ToolSession*, int, int) override {}
+  void StopTimer(ToolSession*, int) override {}
+  void CaptureMouse(ToolSession*) override { captured = true; }
+  void ReleaseMouse() override { captured = false; }
+  bool ControlDown() const override { return ctrl; }
+  bool ShiftDown() const override { return shift; }
+  bool AltDown() const override { return alt; }
+  void ShowMessage(const std::string& text) override { messages.push_back(text); }
+  void StatusText(const std::string& text) override { status = text; }
+  void SetCursor(int resource) override { cursor = resource; }
+  void UpdateMenuStates() override { ++menuUpdates; }
+  void InvertRectangle(RECT r) override { inversions.push_back("rect " + Text(r)); }
+  void InvertEllipse(RECT r) override { inversions.push_back("ellipse " + Text(r)); }
+  void InvertLine(POINT a, POINT b) override {
+    inversions.push_back("line " + std::to_string(a.x) + "," + std::to_string(a.y) + " " + std::to_string(b.x) + "," +
+                         std::to_string(b.y));
+  }
+  void InvertFocusRect(RECT r) override { inversions.push_back("focus " + Text(r)); }
+  void RepaintView(RECT r) override { repainted.push_back(r); }
+  void ShowSelectionPopup(POINT at, bool tiles) override { popups.push_back({at, tiles}); }
+
+  // Every figure inverted an even number of times: nothing left on the screen.
+  bool ScreenClean() const {
+    std::map<std::string, int> n;
+    for (const auto& s : inversions) ++n[s];
+    for (const auto& [s, count] : n)
+      if (count % 2) return false;
+    return true;
+  }
+  static std::string Text(RECT r) {
+    return std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
+           std::to_string(r.bottom);
+  }
+};
+
+// A document: its record (holding `image`), the fake host and the tools, with
+// gestures in view coordinates that run the posted messages as the program would.
+struct FakeDocument {
+  BLOCKSET record;
+  FakeToolHost host;
+  DocumentTools tools{&record, &host};
+
+  explicit FakeDocument(HDIB image) {
+    MessageQueue::Instance().Clear();
+    CreateNewFile(&record);
+    record.Image = std::move(image);
+    record.ViewMode = 5;
+    SetImageType(&record);
+  }
+  ~FakeDocument() {
+    tools.DestroyToolParam();
+    MessageQueue::Instance().Clear();
+  }
+  void Drain() { MessageQueue::Instance().Drain(); }
+  void Choose(int tool) {
+    CurrentTool() = -1;
+    record.Tool = tool;
+    CurrentTool() = tool;
+    tools.PrepareToolFunction(tool);
+    Drain();
+  }
+  void Press(int x, int y, unsigned keys = MK_LBUTTON) {
+    tools.MouseEvent(WM_LBUTTONDOWN, x, y, keys);
+    Drain();
+  }
+  void Move(int x, int y, unsigned keys = MK_LBUTTON) {
+    tools.MouseEvent(WM_MOUSEMOVE, x, y, keys);
+    Drain();
+  }
+  void Release(int x, int y) {
+    tools.MouseEvent(WM_LBUTTONUP, x, y, 0);
+    Drain();
+  }
+  // Press, a few moves on the way, release.
+  void Drag(POINT from, POINT to, unsigned keys = MK_LBUTTON) {
+    Press(from.x, from.y, keys);
+    for (int k = 1; k <= 4; ++k)
+      Move(from.x + (to.x - from.x) * k / 4, from.y + (to.y - from.y) * k / 4, keys);
+    Release(to.x, to.y);
+  }
+  void Key(int key) {
+    tools.KeyEvent(WM_KEYDOWN, key);
+    Drain();
+  }
+  std::uint32_t Pixel(int x, int y) const { return GetDibPixel(LockDib(record.Image), x, y); }
+};
+
+}  // namespace ochrel::test

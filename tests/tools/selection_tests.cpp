@@ -1,0 +1,446 @@
+// The three selectors through whole gestures on a fake screen: what is cut
+// out, lifted, floated and laid down, at any scale; and the masks of the
+// lasso and the wand against plain versions of their rules.
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <random>
+
+#include "fake_tool_host.h"
+#include "test_images.h"
+#include "tools/selecttools.h"
+
+namespace ochrel {
+namespace {
+
+using test::FakeDocument;
+using test::Pixel;
+
+constexpr COLORREF kPaper = RGB(255, 255, 255);
+
+// The image as it must be after a rectangle (x, y, w, h) was lifted and laid
+// down at (x + dx, y + dy), with the paper in the hole.
+HDIB Moved(const HDIB& original, RECT from, int dx, int dy, std::uint32_t paper) {
+  HDIB out = DuplicateObject(original);
+  HDIB piece = CropImage(original, from);
+  InsetSolidRectangle(out, paper, from);
+  const BITMAPINFOHEADER* p = LockDib(piece);
+  for (int y = 0; y < p->biHeight; ++y)
+    for (int x = 0; x < p->biWidth; ++x) PutDibPixel(LockDib(out), from.left + dx + x, from.top + dy + y, GetDibPixel(p, x, y));
+  return out;
+}
+
+HDIB Image(int bits, unsigned seed = 1) {
+  if (bits == 24) return test::RandomDib(40, 30, 24, seed);
+  if (bits == 108) return test::RandomDib(40, 30, 8, seed, 10);  // grey
+  return test::RandomDib(40, 30, bits, seed);
+}
+
+struct Session {
+  static const TOOLPARAM* Of(const FakeDocument& d) { return d.tools.session() ? &d.tools.session()->param : nullptr; }
+};
+
+class RectSelect : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    original = Image(24);
+    doc = std::make_unique<FakeDocument>(DuplicateObject(original));
+    doc->record.PaperColour = kPaper;
+    CurrentTool() = TOOL_RECTSELECT;
+    doc->record.Tool = TOOL_RECTSELECT;
+  }
+  // Drags out (10, 8) - (20, 16) at 100 percent.
+  void Select() { doc->Drag({10, 8}, {20, 16}); }
+  void Drop() { doc->Press(390, 290); }  // a press outside lays it down and starts nothing
+  HDIB original;
+  std::unique_ptr<FakeDocument> doc;
+};
+
+TEST_F(RectSelect, ClickWithoutDragChangesNothingAndKeepsTheLastUndo) {
+  CreateUndo(&doc->record);  // the last real change, a stroke
+  PutDibPixel(LockDib(doc->record.Image), 1, 1, RGB(1, 2, 3));
+  doc->Press(10, 10);
+  doc->Release(10, 10);
+  EXPECT_EQ(doc->tools.session(), nullptr);
+  EXPECT_EQ(doc->record.Modified, 0);
+  ASSERT_TRUE(DoUndo(&doc->record));
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, original));
+}
+
+TEST_F(RectSelect, LiftMoveDropAndUndo) {
+  Select();
+  const TOOLPARAM* p = Session::Of(*doc);
+  ASSERT_TRUE(p && p->Fragment);
+  EXPECT_TRUE(test::SamePixels(p->Fragment, CropImage(original, RECT{10, 8, 20, 16})));
+  EXPECT_EQ(doc->Pixel(12, 10), kPaper);  // lifted
+  EXPECT_TRUE(doc->host.ScreenClean());   // the drag frame is gone
+  EXPECT_EQ(doc->host.status, "(10,8) - (20,16) [ 10,8 ]");
+  doc->Drag({12, 10}, {17, 13});
+  EXPECT_EQ(doc->tools.session()->window, (RECT{15, 11, 25, 19}));
+  Drop();
+  EXPECT_EQ(doc->tools.session(), nullptr);
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{10, 8, 20, 16}, 5, 3, kPaper)));
+  EXPECT_EQ(doc->record.Modified, 1);
+  ASSERT_TRUE(DoUndo(&doc->record));
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, original));
+}
+
+TEST_F(RectSelect, AltFloatsACopyAndTheSourceStays) {
+  doc->host.alt = true;
+  Select();
+  doc->host.alt = false;
+  EXPECT_EQ(doc->Pixel(12, 10), Pixel(original, 12, 10));
+  doc->Drag({12, 10}, {22, 10});
+  Drop();
+  HDIB expect = DuplicateObject(original);
+  InsetBitmap(expect, CropImage(original, RECT{10, 8, 20, 16}), nullptr, RECT{20, 8, 30, 16}, 255);
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, expect));
+}
+
+TEST_F(RectSelect, OpacityBlendsOnlyWhatWasDragged) {
+  doc->record.Opacity = 128;
+  Select();
+  Drop();  // left in place: back at full strength
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, original));
+  Select();
+  doc->Key(0x27);  // a nudge is no drag
+  Drop();
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{10, 8, 20, 16}, 1, 0, kPaper)));
+  doc->record.Image = DuplicateObject(original);
+  Select();
+  doc->Drag({12, 10}, {15, 10});
+  Drop();
+  // At (15, 10) the fragment's pixel from (12, 10) lies over the paper of the hole,
+  // at (21, 10) the one from (18, 10) over the image, which kept its pixel.
+  EXPECT_EQ(doc->Pixel(15, 10), CoverageBlend(kPaper, Pixel(original, 12, 10), 128));
+  EXPECT_EQ(doc->Pixel(21, 10), CoverageBlend(Pixel(original, 21, 10), Pixel(original, 18, 10), 128));
+}
+
+TEST_F(RectSelect, OpacityHasNoEffectOnAPalettedImage) {
+  original = Image(8, 4);
+  doc = std::make_unique<FakeDocument>(DuplicateObject(original));
+  doc->record.Opacity = 128;
+  Select();
+  doc->Drag({12, 10}, {15, 10});
+  Drop();
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{10, 8, 20, 16}, 3, 0, doc->record.PaperColour)));
+}
+
+TEST_F(RectSelect, PasteModeExactLetsThePaperThrough) {
+  InsetSolidRectangle(doc->record.Image, kPaper, RECT{0, 0, 20, 30});
+  InsetSolidRectangle(doc->record.Image, RGB(200, 0, 0), RECT{12, 10, 14, 12});
+  InsetSolidRectangle(doc->record.Image, RGB(0, 0, 90), RECT{20, 0, 40, 30});
+  doc->record.FragmentPasteMode = 1;
+  Select();
+  ASSERT_TRUE(Session::Of(*doc)->SelectMask);
+  doc->Drag({12, 10}, {32, 10});  // over the blue half
+  Drop();
+  EXPECT_EQ(doc->Pixel(32, 10), RGB(200, 0, 0));
+  EXPECT_EQ(doc->Pixel(31, 9), RGB(0, 0, 90));  // paper of the fragment left the blue alone
+  EXPECT_EQ(doc->Pixel(12, 10), kPaper);
+}
+
+TEST_F(RectSelect, FragmentDroppedHalfOffTheImageKeepsWhatLiesOnIt) {
+  doc->Drag({30, 20}, {40, 30});
+  doc->Drag({32, 22}, {37, 24});
+  Drop();
+  HDIB expect = Moved(original, RECT{30, 20, 40, 30}, 5, 2, kPaper);
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, expect));
+}
+
+TEST_F(RectSelect, ScaleChangesKeepTheFragmentOnItsPixels) {
+  doc->record.ViewMode = 6;  // 200 percent
+  doc->Drag({22, 14}, {42, 30});
+  const RECT at200 = doc->tools.session()->window;
+  for (int mode : {3, 6, 2, 8, 6}) {
+    const int old = doc->record.ViewMode;
+    doc->record.ViewMode = mode;
+    doc->tools.Send(UM_VIEWCHANGED, old, mode);
+  }
+  EXPECT_EQ(doc->tools.session()->window, at200);
+  EXPECT_EQ(static_cast<SelectorTool*>(doc->tools.session())->CommitRect(), (RECT{11, 7, 21, 15}));
+  Drop();
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, original));
+}
+
+TEST_F(RectSelect, NudgeAndScrollFollowTheImage) {
+  doc->record.ViewMode = 7;  // 400 percent: a nudge is four view pixels, one image pixel
+  doc->Drag({40, 32}, {80, 64});
+  doc->Key(0x28);
+  EXPECT_EQ(doc->tools.session()->window.top, 36);
+  doc->host.scrollX = 3;
+  doc->tools.Send(UM_SCROLLED);
+  EXPECT_EQ(doc->tools.session()->window.left, 40 - 12);
+  Drop();
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{10, 8, 20, 16}, 0, 1, kPaper)));
+}
+
+TEST_F(RectSelect, SelectAllOnAScrolledViewTakesTheWholeImage) {
+  doc->host.scrollX = 7;
+  doc->host.scrollY = 4;
+  doc->tools.BeginToolFunction(0, 0, TOOL_RECTSELECT, TF_SELECTALL);
+  doc->Drain();
+  const TOOLPARAM* p = Session::Of(*doc);
+  ASSERT_TRUE(p && p->Fragment);
+  EXPECT_TRUE(test::SamePixels(p->Fragment, original));
+  EXPECT_EQ(doc->Pixel(0, 0), kPaper);
+  doc->Key(0x25);
+  Drop();
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{0, 0, 40, 30}, -1, 0, kPaper)));
+}
+
+TEST_F(RectSelect, ClearDropsTheFragmentAndLeavesPaper) {
+  Select();
+  doc->tools.BeginToolFunction(0, 0, TOOL_RECTSELECT, TF_CLEAR);
+  doc->Drain();
+  EXPECT_EQ(doc->tools.session(), nullptr);
+  HDIB expect = DuplicateObject(original);
+  InsetSolidRectangle(expect, kPaper, RECT{10, 8, 20, 16});
+  EXPECT_TRUE(test::SamePixels(doc->record.Image, expect));
+}
+
+TEST_F(RectSelect, PopupOffersTilesOnlyForSmallTrueColourFragments) {
+  Select();
+  doc->tools.MouseEvent(WM_RBUTTONDOWN, 12, 10, MK_RBUTTON);
+  ASSERT_EQ(doc->host.popups.size(), 1u);
+  EXPECT_TRUE(doc->host.popups[0].tiles);
+  Drop();
+  // A fragment larger than 256 each way gets no tile entries.
+  auto big = std::make_unique<FakeDocument>(test::Uniform(300, 20, 24, kPaper));
+  big->tools.BeginToolFunction(0, 0, TOOL_RECTSELECT, TF_SELECTALL);
+  big->Drain();
+  big->tools.MouseEvent(WM_RBUTTONDOWN, 5, 5, MK_RBUTTON);
+  ASSERT_EQ(big->host.popups.size(), 1u);
+  EXPECT_FALSE(big->host.popups[0].tiles);
+}
+
+// Every kind of image: lifted, moved and laid down with no pixel lost, and a
+// one-pixel selection and a fragment larger than the image survive.
+TEST(SelectKinds, EachImageTypeMovesWithoutLoss) {
+  for (int bits : {1, 4, 108, 8, 24}) {
+    SCOPED_TRACE(bits);
+    HDIB original = Image(bits, 7);
+    FakeDocument doc(DuplicateObject(original));
+    CurrentTool() = TOOL_RECTSELECT;
+    doc.Drag({5, 5}, {15, 12});
+    doc.Drag({6, 6}, {13, 10});
+    doc.Press(390, 290);
+    EXPECT_TRUE(test::SamePixels(doc.record.Image, Moved(original, RECT{5, 5, 15, 12}, 7, 4, doc.record.PaperColour)));
+    doc.Drag({3, 3}, {4, 4});  // one pixel
+    doc.Press(390, 290);
+    ASSERT_TRUE(DoUndo(&doc.record));
+    EXPECT_TRUE(test::SamePixels(doc.record.Image, Moved(original, RECT{5, 5, 15, 12}, 7, 4, doc.record.PaperColour)));
+  }
+  FakeDocument doc(test::Uniform(10, 10, 24, kPaper));
+  CurrentTool() = TOOL_RECTSELECT;
+  doc.tools.BeginToolFunction(0, 0, TOOL_RECTSELECT, TF_PASTED);
+  static_cast<SelectorTool*>(doc.tools.session())->Float(test::Uniform(30, 30, 8, 0));
+  doc.Drain();
+  doc.Press(390, 290);
+  EXPECT_EQ(doc.Pixel(9, 9), 0u);  // the grey black, converted to the image's depth
+}
+
+TEST(SelectMasks, TransparencyByModeAndDepth) {
+  BLOCKSET r;
+  r.PaperColour = RGB(100, 100, 100);
+  r.RedTolerance = r.GreenTolerance = r.BlueTolerance = 5;
+  struct Case {
+    int mode, depth, type;
+    std::uint32_t value;
+    int expect;
+  } cases[] = {
+      {0, 24, 0, RGB(100, 100, 100), 0}, {1, 24, 0, RGB(100, 100, 100), 1}, {1, 24, 0, RGB(100, 100, 101), 0},
+      {2, 24, 0, RGB(104, 96, 100), 1},  {2, 24, 0, RGB(105, 100, 100), 0}, {2, 8, 1, 104, 1},
+      {2, 8, 1, 95, 0},                  {2, 8, 2, 101, 0},                 {1, 4, 2, 12, 1},  // low three bits of 100
+      {1, 1, 3, 0, 1},                   {3, 24, 0, RGB(100, 100, 100), 0},
+  };
+  for (const Case& c : cases) {
+    r.FragmentPasteMode = c.mode;
+    EXPECT_EQ(IsTransparentPixel(c.value, &r, c.depth, c.type), c.expect) << c.mode << " " << c.depth << " " << c.value;
+  }
+}
+
+// ---- Lasso -------------------------------------------------------------------------------
+
+// The winding number at each pixel centre, edge by edge: the plain rule.
+bool InsideByWinding(const std::vector<POINT>& pts, int x, int y) {
+  int winding = 0;
+  const long long cx2 = 2LL * x + 1, cy2 = 2LL * y + 1;
+  for (std::size_t i = 0; i < pts.size(); ++i) {
+    const POINT a = pts[i], b = pts[(i + 1) % pts.size()];
+    if (a.y == b.y) continue;
+    const bool up = a.y < b.y;
+    if (cy2 < 2LL * std::min(a.y, b.y) || cy2 > 2LL * std::max(a.y, b.y)) continue;
+    // The crossing lies at or left of the centre.
+    const long long den = 2LL * (b.y - a.y), num = 2LL * a.x * (b.y - a.y) + (cy2 - 2LL * a.y) * (b.x - a.x);
+    const bool left = den > 0 ? 2 * num <= cx2 * den : 2 * num >= cx2 * den;
+    if (left) winding += up ? 1 : -1;
+  }
+  return winding != 0;
+}
+
+TEST(Lasso, PolygonMaskIsTheWindingRuleAtPixelCentres) {
+  std::mt19937 rng(5);
+  for (int round = 0; round < 200; ++round) {
+    std::vector<POINT> pts(3 + rng() % 6);
+    for (POINT& p : pts) p = POINT{static_cast<int>(rng() % 31) + 3, static_cast<int>(rng() % 23) + 5};
+    HDIB mask = PolygonToMask(pts);
+    std::vector<POINT> norm = pts;
+    NormalizePolygon(&norm, 0, 0);
+    RECT f{};
+    GetPolygonFrame(&f, norm);
+    const BITMAPINFOHEADER* m = LockDib(mask);
+    if (f.right == 0 || f.bottom == 0) {
+      EXPECT_EQ(m, nullptr);
+      continue;
+    }
+    ASSERT_TRUE(m);
+    ASSERT_EQ(m->biWidth, f.right);
+    ASSERT_EQ(m->biHeight, f.bottom);
+    for (int y = 0; y < f.bottom; ++y)
+      for (int x = 0; x < f.right; ++x)
+        ASSERT_EQ(GetDibPixel(m, x, y), InsideByWinding(norm, x, y) ? 1u : 0u) << round << " " << x << "," << y;
+  }
+}
+
+TEST(Lasso, TriangleLiftsOnlyItsShapeAndAPressOffTheShapeLaysItDown) {
+  HDIB original = Image(24, 3);
+  FakeDocument doc(DuplicateObject(original));
+  doc.record.PaperColour = kPaper;
+  doc.Choose(TOOL_LASSO);
+  doc.Press(5, 5);
+  doc.Move(25, 5);
+  doc.Move(5, 25);
+  doc.Release(5, 25);
+  const TOOLPARAM* p = Session::Of(doc);
+  ASSERT_TRUE(p && p->Fragment && p->SelectShape && p->SelectFrame);
+  EXPECT_EQ(doc.tools.session()->window, (RECT{5, 5, 25, 25}));
+  EXPECT_EQ(doc.Pixel(7, 7), kPaper);
+  EXPECT_EQ(doc.Pixel(20, 20), Pixel(original, 20, 20));  // in the rectangle, not the shape
+  // Inside the rectangle but off the shape: the selection goes down in place.
+  doc.Press(20, 20);
+  doc.Release(20, 20);
+  EXPECT_TRUE(test::SamePixels(doc.record.Image, original));
+  ASSERT_TRUE(Session::Of(doc));
+  EXPECT_FALSE(Session::Of(doc)->Fragment);
+  EXPECT_EQ(doc.tools.session()->window, doc.tools.GetLimitRect());
+  // A click without a move selects nothing, and the lasso is ready at once.
+  doc.Press(8, 8);
+  doc.Release(8, 8);
+  EXPECT_FALSE(Session::Of(doc)->Fragment);
+  EXPECT_EQ(doc.tools.session()->window, doc.tools.GetLimitRect());
+}
+
+TEST(Lasso, ChainOutsideTheImageIsHeldToItsEdge) {
+  FakeDocument doc(test::Uniform(40, 30, 24, RGB(9, 9, 9)));
+  doc.Choose(TOOL_LASSO);
+  doc.Press(10, 10);
+  doc.Move(300, 10);  // beyond the image's right edge
+  doc.Move(300, 20);
+  doc.Release(10, 20);
+  EXPECT_EQ(static_cast<SelectorTool*>(doc.tools.session())->CommitRect(), (RECT{10, 10, 40, 20}));
+}
+
+// ---- Wand -----------------------------------------------------------------------------------
+
+TEST(Wand, OneColourSelectsAllAndNoToleranceSelectsNothing) {
+  FakeDocument doc(test::Uniform(40, 30, 24, RGB(50, 60, 70)));
+  doc.Choose(TOOL_WAND);
+  doc.Press(3, 3);
+  doc.Release(3, 3);
+  const TOOLPARAM* p = Session::Of(doc);
+  ASSERT_TRUE(p && p->Fragment);
+  EXPECT_EQ(static_cast<SelectorTool*>(doc.tools.session())->CommitRect(), (RECT{0, 0, 40, 30}));
+  doc.Press(390, 290);
+  doc.record.RedTolerance = doc.record.GreenTolerance = doc.record.BlueTolerance = 0;
+  doc.Press(3, 3);
+  doc.Release(3, 3);
+  EXPECT_FALSE(Session::Of(doc)->Fragment);
+  EXPECT_EQ(doc.tools.session()->window, doc.tools.GetLimitRect());
+  // Outside the image nothing is selected either.
+  doc.record.RedTolerance = doc.record.GreenTolerance = doc.record.BlueTolerance = 16;
+  doc.tools.session()->OnLButtonDown(100, 100, MK_LBUTTON);
+  doc.tools.session()->OnLButtonUp(100, 100, 0);
+  doc.Drain();
+  EXPECT_FALSE(Session::Of(doc)->Fragment);
+}
+
+TEST(Wand, RegionIsTheLikePixelsConnectedToTheSeed) {
+  // Few levels, so that regions are irregular; compared with a plain search.
+  HDIB image = test::RandomDib(40, 30, 8, 11, 10);
+  BITMAPINFOHEADER* h = LockDib(image);
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 40; ++x) PutDibPixel(h, x, y, GetDibPixel(h, x, y) < 100 ? 10 : 200);
+  FakeDocument doc(std::move(image));
+  doc.host.scrollX = 4;  // the seed is the pixel under the mouse: (6 + 4, 7)
+  doc.Choose(TOOL_WAND);
+  doc.Press(6, 7);
+  doc.Release(6, 7);
+  const TOOLPARAM* p = Session::Of(doc);
+  ASSERT_TRUE(p && p->SelectShape);
+  const RECT r = static_cast<SelectorTool*>(doc.tools.session())->CommitRect();
+  std::vector<int> seen(40 * 30, 0);
+  std::deque<POINT> todo{{10, 7}};
+  // The picture before the lift: the fragment laid back into its hole.
+  HDIB before = DuplicateObject(doc.record.Image);
+  InsetBitmap(before, p->Fragment, p->SelectMask, r, 255);
+  const std::uint32_t seed = GetDibPixel(LockDib(before), 10, 7);
+  seen[7 * 40 + 10] = 1;
+  while (!todo.empty()) {
+    POINT q = todo.front();
+    todo.pop_front();
+    for (POINT d : {POINT{1, 0}, POINT{-1, 0}, POINT{0, 1}, POINT{0, -1}}) {
+      const int x = q.x + d.x, y = q.y + d.y;
+      if (x < 0 || y < 0 || x >= 40 || y >= 30 || seen[y * 40 + x]) continue;
+      if (GetDibPixel(LockDib(before), x, y) != seed) continue;
+      seen[y * 40 + x] = 1;
+      todo.push_back({x, y});
+    }
+  }
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 40; ++x) {
+      const bool in = x >= r.left && x < r.right && y >= r.top && y < r.bottom &&
+                      GetDibPixel(LockDib(p->SelectShape), x - r.left, y - r.top) == 1;
+      ASSERT_EQ(in, seen[y * 40 + x] == 1) << x << "," << y;
+    }
+}
+
+// The outline as first defined: a ring just outside the shape, grown by one,
+// met with the shape; then the dash.
+TEST(Wand, FrameIsTheShapesEdgeWithADash) {
+  std::mt19937 rng(2);
+  for (int round = 0; round < 30; ++round) {
+    const int w = 1 + static_cast<int>(rng() % 12), h = 1 + static_cast<int>(rng() % 12);
+    BYTE palette[768] = {};
+    HDIB mask = CreateDib(w, h, palette, 1);
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x)
+        if (rng() % 4) PutDibPixel(LockDib(mask), x, y, 1);
+    std::vector<int> a((w + 2) * (h + 2), 0), b((w + 2) * (h + 2), 0);
+    auto m = [&](int x, int y) { return GetDibPixel(LockDib(mask), x, y) == 1; };
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x)
+        if (m(x, y))
+          for (int j = 0; j < 3; ++j)
+            for (int i = 0; i < 3; ++i) a[(y + j) * (w + 2) + x + i] = 1;
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x)
+        if (m(x, y)) a[(y + 1) * (w + 2) + x + 1] = 0;
+    for (int y = 0; y < h + 2; ++y)
+      for (int x = 0; x < w + 2; ++x)
+        if (a[y * (w + 2) + x])
+          for (int j = -1; j <= 1; ++j)
+            for (int i = -1; i <= 1; ++i)
+              if (x + i >= 0 && y + j >= 0 && x + i < w + 2 && y + j < h + 2) b[(y + j) * (w + 2) + x + i] = 1;
+    HDIB frame = FrameFromMask(mask);
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x) {
+        const bool dashed = (x % 4) < 2 && (y % 4) < 2;
+        const bool expect = m(x, y) && b[(y + 1) * (w + 2) + x + 1] && !dashed;
+        ASSERT_EQ(GetDibPixel(LockDib(frame), x, y), expect ? 1u : 0u) << round << " " << x << "," << y;
+      }
+  }
+}
+
+}  // namespace
+}  // namespace ochrel

@@ -1,0 +1,145 @@
+// The selectors as a person uses them on a real document view: a rectangle
+// dragged out, its fragment dragged and dropped and taken back with Undo; a
+// lasso selection filtered from its popup; Select All and a nudge.
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTest>
+#include <QToolButton>
+
+#include "frame/commands.h"
+#include "frame_fixture.h"
+#include "test_images.h"
+#include "tools/selecttools.h"
+#include "ui/dialogrunner.h"
+#include "ui/filterdialog.h"
+#include "ui/toolbox.h"
+
+namespace ochrel {
+namespace {
+
+constexpr COLORREF kBlock = RGB(200, 40, 10);
+
+class SelectionGuiTest : public test::FrameFixture {
+ protected:
+  SelectionGuiTest() : FrameFixture(120, 90) {}
+  void SetUp() override {
+    FrameFixture::SetUp();
+    frame->Command(CM_NEW);
+    doc = frame->ActiveDocument();
+    ASSERT_NE(doc, nullptr);
+    QCoreApplication::processEvents();
+    record = doc->record();
+    record->PaperColour = RGB(255, 255, 255);
+    InsetSolidRectangle(record->Image, kBlock, RECT{20, 20, 40, 30});
+    doc->view()->InvalidateAll();
+    original = DuplicateObject(record->Image);
+    view = doc->view();
+  }
+  void TearDown() override {
+    SetMenuAnswerer({});
+    SetDialogAnswerer({});
+    FrameFixture::TearDown();
+  }
+  void Move(QPoint p, Qt::MouseButtons buttons = Qt::LeftButton) {
+    QMouseEvent move(QEvent::MouseMove, QPointF(p), view->mapToGlobal(QPointF(p)), Qt::NoButton, buttons, Qt::NoModifier);
+    QCoreApplication::sendEvent(view, &move);
+    QCoreApplication::processEvents();
+  }
+  void Drag(QPoint from, QPoint to, std::initializer_list<QPoint> via = {}) {
+    QTest::mousePress(view, Qt::LeftButton, Qt::NoModifier, from);
+    QCoreApplication::processEvents();
+    for (QPoint p : via) Move(p);
+    Move(to);
+    QTest::mouseRelease(view, Qt::LeftButton, Qt::NoModifier, to);
+    QCoreApplication::processEvents();
+  }
+  void Click(QPoint at) { Drag(at, at); }
+  QRgb Screen(int x, int y) { return view->grab().toImage().pixel(x, y); }
+  COLORREF At(int x, int y) { return GetDibPixel(LockDib(record->Image), x, y); }
+  static QRgb Rgb(COLORREF c) { return qRgb(GetRValue(c), GetGValue(c), GetBValue(c)); }
+
+  DocumentWindow* doc = nullptr;
+  BLOCKSET* record = nullptr;
+  QWidget* view = nullptr;
+  HDIB original;
+};
+
+TEST_F(SelectionGuiTest, DragOutMoveDropAndUndo) {
+  frame->toolBox()->button(TOOL_RECTSELECT)->click();
+  Drag(QPoint(20, 20), QPoint(40, 30), {QPoint(30, 25)});
+  ASSERT_TRUE(HasSelection(record));
+  EXPECT_EQ(At(25, 25), RGB(255, 255, 255));  // lifted
+  // The fragment floats where it was, its frame burnt in on every second pixel.
+  EXPECT_EQ(Screen(25, 25), Rgb(kBlock));
+  EXPECT_EQ(Screen(21, 20), Rgb(kBlock ^ 0xFFFFFF));
+  EXPECT_EQ(Screen(22, 20), Rgb(kBlock));
+  EXPECT_TRUE(frame->action(CM_CLEAR)->isEnabled());
+
+  Drag(QPoint(25, 25), QPoint(65, 45), {QPoint(45, 35)});
+  EXPECT_EQ(Screen(65, 45), Rgb(kBlock));
+  EXPECT_EQ(Screen(25, 25), qRgb(255, 255, 255));  // the hole shows under where it was
+  Click(QPoint(110, 85));                          // a press outside lays it down
+  EXPECT_FALSE(HasSelection(record));
+  EXPECT_FALSE(frame->action(CM_CLEAR)->isEnabled());
+  EXPECT_EQ(At(61, 41), kBlock);
+  EXPECT_EQ(At(21, 21), RGB(255, 255, 255));
+  EXPECT_EQ(Screen(61, 41), Rgb(kBlock));
+  EXPECT_EQ(record->Modified, 1);
+  frame->Command(CM_UNDO);
+  EXPECT_TRUE(test::SamePixels(record->Image, original));
+}
+
+TEST_F(SelectionGuiTest, LassoSelectionInvertedFromItsPopup) {
+  frame->toolBox()->button(TOOL_LASSO)->click();
+  Drag(QPoint(10, 10), QPoint(10, 50), {QPoint(50, 10)});
+  ASSERT_TRUE(HasSelection(record));
+  // The Filters menu follows the selection: no Rotate for a shaped one.
+  QMenu* filters = frame->menuBar()->findChild<QMenu*>("filterMenu");
+  ASSERT_NE(filters, nullptr);
+  for (QAction* a : filters->actions()) {
+    if (a->text() == "Rotate") EXPECT_FALSE(a->isEnabled());
+    if (a->text() == "Invert Colours") EXPECT_TRUE(a->isEnabled());
+  }
+  QStringList offered;
+  SetMenuAnswerer([&](QMenu& menu) -> QAction* {
+    QAction* pick = nullptr;
+    for (QAction* a : menu.actions()) {
+      offered << a->text();
+      if (a->text() == "Invert Colours") pick = a;
+    }
+    return pick;
+  });
+  SetDialogAnswerer([](QDialog&) { return true; });
+  QTest::mousePress(view, Qt::RightButton, Qt::NoModifier, QPoint(15, 15));
+  QCoreApplication::processEvents();
+  EXPECT_FALSE(offered.contains("Rotate"));
+  EXPECT_FALSE(offered.contains("Create matrix tile"));
+  Click(QPoint(110, 85));  // lays it down
+  EXPECT_FALSE(HasSelection(record));
+  // Inside the triangle the block is inverted; outside the shape all stays.
+  EXPECT_EQ(At(22, 22), kBlock ^ 0xFFFFFF);
+  EXPECT_EQ(At(12, 12), RGB(0, 0, 0));  // white paper, inverted
+  EXPECT_EQ(At(38, 28), kBlock);
+  EXPECT_EQ(At(5, 5), RGB(255, 255, 255));
+}
+
+TEST_F(SelectionGuiTest, SelectAllThenANudge) {
+  frame->toolBox()->button(TOOL_BRUSH)->click();
+  frame->Command(CM_SELECTALL);
+  QCoreApplication::processEvents();
+  EXPECT_EQ(CurrentTool(), TOOL_RECTSELECT);
+  ASSERT_TRUE(HasSelection(record));
+  QTest::keyClick(view, Qt::Key_Right);
+  QCoreApplication::processEvents();
+  frame->toolBox()->button(TOOL_PEN)->click();  // a tool change lays it down
+  EXPECT_FALSE(HasSelection(record));
+  EXPECT_EQ(At(40, 25), kBlock);  // one pixel to the right
+  EXPECT_EQ(At(20, 25), RGB(255, 255, 255));
+  EXPECT_EQ(At(0, 0), RGB(255, 255, 255));
+}
+
+}  // namespace
+}  // namespace ochrel
