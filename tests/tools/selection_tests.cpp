@@ -75,6 +75,8 @@ TEST_F(RectSelect, LiftMoveDropAndUndo) {
   EXPECT_EQ(doc->Pixel(12, 10), kPaper);  // lifted
   EXPECT_TRUE(doc->host.ScreenClean());   // the drag frame is gone
   EXPECT_EQ(doc->host.status, "(10,8) - (20,16) [ 10,8 ]");
+  EXPECT_EQ(doc->tools.CursorAt(12, 10), kMoveCursor);
+  EXPECT_EQ(doc->tools.CursorAt(30, 10), doc->record.Cursor);
   doc->Drag({12, 10}, {17, 13});
   EXPECT_EQ(doc->tools.session()->window, (RECT{15, 11, 25, 19}));
   Drop();
@@ -197,6 +199,16 @@ TEST_F(RectSelect, ClearDropsTheFragmentAndLeavesPaper) {
   HDIB expect = DuplicateObject(original);
   InsetSolidRectangle(expect, kPaper, RECT{10, 8, 20, 16});
   EXPECT_TRUE(test::SamePixels(doc->record.Image, expect));
+}
+
+TEST_F(RectSelect, AFilteredFragmentOfAnotherSizeFloatsAndLandsWhole) {
+  Select();
+  doc->tools.session()->param.Fragment = test::Uniform(25, 4, 24, RGB(1, 2, 3));
+  doc->tools.Send(UM_FRAGMENTCHANGED);
+  EXPECT_EQ(doc->tools.session()->window, (RECT{10, 8, 35, 12}));
+  Drop();
+  EXPECT_EQ(doc->Pixel(34, 11), RGB(1, 2, 3));
+  EXPECT_EQ(doc->Pixel(12, 13), kPaper);
 }
 
 TEST_F(RectSelect, PopupOffersTilesOnlyForSmallTrueColourFragments) {

@@ -9,7 +9,10 @@
 #include <QTest>
 #include <QToolButton>
 
+#include "fills/matrix.h"
 #include "frame/commands.h"
+#include "frame/paths.h"
+#include "image/settings.h"
 #include "frame_fixture.h"
 #include "test_images.h"
 #include "tools/selecttools.h"
@@ -139,6 +142,30 @@ TEST_F(SelectionGuiTest, SelectAllThenANudge) {
   EXPECT_EQ(At(40, 25), kBlock);  // one pixel to the right
   EXPECT_EQ(At(20, 25), RGB(255, 255, 255));
   EXPECT_EQ(At(0, 0), RGB(255, 255, 255));
+}
+
+TEST_F(SelectionGuiTest, FragmentBecomesTheTileFillAndJoinsALibrary) {
+  frame->toolBox()->button(TOOL_RECTSELECT)->click();
+  Drag(QPoint(15, 15), QPoint(35, 25), {QPoint(25, 20)});
+  ASSERT_TRUE(HasSelection(record));
+  HDIB fragment = DuplicateObject(record->ToolWindow->param.Fragment);
+  frame->Command(CM_CREATETILE);
+  EXPECT_EQ(record->FillType, 3);
+  EXPECT_TRUE(test::SameBlock(record->Matrix.Tile, fragment));
+  // A library of one's own takes the tile; the stock one says it can't.
+  const std::string mine = (DataFolder() / "Mine.MTX").string();
+  ASSERT_TRUE(SaveMatrixFile(mine, {}, 1));
+  char keep[kSettingTextSize];
+  std::snprintf(keep, sizeof keep, "%s", MatrixLibrary);
+  std::snprintf(MatrixLibrary, kSettingTextSize, "%s", "Mine.MTX");
+  frame->Command(CM_ADDTILE);
+  std::snprintf(MatrixLibrary, kSettingTextSize, "%s", keep);
+  std::vector<HDIB> tiles;
+  int writeable = 0;
+  ASSERT_TRUE(LoadMatrixFile(mine, &tiles, &writeable));
+  ASSERT_EQ(tiles.size(), 1u);
+  EXPECT_TRUE(test::SamePixels(tiles[0], fragment));
+  EXPECT_TRUE(prompts.empty());
 }
 
 }  // namespace
