@@ -44,6 +44,8 @@ class DocumentView : public QWidget {
 
  signals:
   void imagePosition(int x, int y);
+  // Ctrl with the wheel: `steps` scales up (negative: down) around a view point.
+  void wheelZoom(int steps, QPoint at);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -53,6 +55,7 @@ class DocumentView : public QWidget {
   void mouseReleaseEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
 
  private:
   void RenderInto(const QRect& viewRect);
@@ -65,6 +68,7 @@ class DocumentView : public QWidget {
   QImage canvas_;
   bool canvasValid_ = false;
   bool settingBars_ = false;
+  int wheelRest_ = 0;
 };
 
 // One open image: a child of the multiple-document area owning its record.
@@ -87,6 +91,8 @@ class DocumentWindow : public QMdiSubWindow {
   void UpdateTitle();
   // The change of scale of the zoom list and the window's menu.
   void ChangeScale(int viewMode);
+  // A new scale that keeps the image point under the view point `at` in place.
+  void ZoomAround(int viewMode, QPoint at);
   // Save (57) and Save as (104); false when nothing was written.
   bool Save();
   bool SaveAs();
@@ -94,6 +100,8 @@ class DocumentWindow : public QMdiSubWindow {
   void Discard();
   // Redraws after the image block was replaced.
   void ImageReplaced();
+  // Commits an open text box or floating selection before the image is replaced.
+  void EndOpenSession();
   DocumentTools* tools() const { return tools_.get(); }
   MainFrame* frame() const { return frame_; }
   QScrollBar* horizontalBar() const { return hbar_; }

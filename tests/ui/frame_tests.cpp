@@ -182,11 +182,22 @@ TEST_F(FrameTest, NewOfEachKindGivesDepthPaletteAndPixels) {
   EXPECT_EQ(GetDibPixel(LockDib(white), 4, 4), RGB(10, 20, 30));
 }
 
-TEST_F(FrameTest, NewFileBoxTypeChangeResetsColour) {
+TEST_F(FrameTest, NewFileBoxKeepsAWhiteBackgroundWhiteInEveryKind) {
   NewFileBox box(NEWFILEPARAM{800, 600, 0, 0xFFFFFF});
   EXPECT_EQ(box.param().colour, 0xFFFFFFu);
-  box.typeList()->setCurrentIndex(2);
-  EXPECT_EQ(box.param().colour, 0u);
+  for (int type : {1, 2, 3, 0}) {
+    box.typeList()->setCurrentIndex(type);
+    HDIB image = CreateNewImage(box.param());
+    BYTE palette[768] = {};
+    const BITMAPINFOHEADER* h = LockDib(image);
+    ASSERT_NE(h, nullptr);
+    std::uint32_t v = GetDibPixel(h, 3, 3);
+    if (h->biBitCount <= 8) {
+      GetDibPalette(h, palette);
+      v = RGB(palette[3 * v], palette[3 * v + 1], palette[3 * v + 2]);
+    }
+    EXPECT_EQ(v, RGB(255, 255, 255)) << type;
+  }
   EXPECT_EQ(box.widthField()->minimum(), 16);
   EXPECT_EQ(box.widthField()->maximum(), 20000);
   EXPECT_EQ(box.typeList()->itemText(3), "2-bit mono");
