@@ -594,6 +594,10 @@ void MainFrame::Command(int id) {
         if (k < items.size()) OpenFile(items[k]);
         break;
       }
+      if (DocumentWindow* d = ActiveDocument(); d && id >= CM_FILTERS && id < FILTER_MENU_FIRST + FILTER_COUNT) {
+        // A filter replaces the image: an open text box is laid in first.
+        if (d->record()->Tool == TOOL_TEXT && d->record()->ToolWindow) d->EndOpenSession();
+      }
       if (DocumentWindow* d = ActiveDocument(); d && TrapFilterCommands(d, id)) break;
       if (DocumentWindow* d = ActiveDocument()) {
         if (!d->Command(id) && id >= CM_PAINTSWATCH && id <= CM_PAPERSWATCH) {

@@ -6,6 +6,8 @@
 #include <QAction>
 #include <QLabel>
 #include <QApplication>
+#include <QClipboard>
+#include <QMimeData>
 #include <QMenu>
 #include <QScrollBar>
 #include <QTest>
@@ -419,6 +421,60 @@ TEST_F(LooseEndsTest, SettingsSamplesShowWholeAndTheShadowNoteSaysWhyNot) {
   r->ShadowActive = 0;
   win->Refresh();
   EXPECT_TRUE(note->isHidden());
+}
+
+TEST_F(LooseEndsTest, ArrangeIconsLinesUpMinimisedDocumentsAlongTheBottom) {
+  DocumentWindow* a = NewDocument();
+  DocumentWindow* b = NewDocument();
+  DocumentWindow* c = NewDocument();
+  a->showMinimized();
+  b->showMinimized();
+  QCoreApplication::processEvents();
+  a->move(300, 10);
+  b->move(310, 20);
+  frame->action(CM_ARRANGE)->trigger();
+  const int bottom = frame->client()->viewport()->height();
+  EXPECT_EQ(a->geometry().bottom() + 1, bottom);
+  EXPECT_EQ(b->geometry().bottom() + 1, bottom);
+  EXPECT_FALSE(a->geometry().intersects(b->geometry()));
+  EXPECT_FALSE(c->isMinimized());
+}
+
+TEST_F(LooseEndsTest, PasteAsNewDocumentOpensTheClipboardPicture) {
+  QImage picture(30, 20, QImage::Format_RGB32);
+  picture.fill(QColor(12, 34, 56));
+  QGuiApplication::clipboard()->setImage(picture);
+  QCoreApplication::processEvents();
+  if (!QGuiApplication::clipboard()->mimeData()->hasImage()) GTEST_SKIP() << "no clipboard on this platform";
+  ASSERT_TRUE(frame->action(CM_PASTENEW)->isEnabled());
+  frame->action(CM_PASTENEW)->trigger();
+  DocumentWindow* d = frame->ActiveDocument();
+  ASSERT_NE(d, nullptr);
+  const BITMAPINFOHEADER* h = LockDib(d->record()->Image);
+  ASSERT_NE(h, nullptr);
+  EXPECT_EQ(h->biWidth, 30);
+  EXPECT_EQ(GetDibPixel(h, 5, 5), RGB(12, 34, 56));
+}
+
+TEST_F(LooseEndsTest, LiveButtonsChooseTheButtonBarsLook) {
+  const int saved = LiveButtons;
+  for (int live : {0, 1, 2}) {
+    LiveButtons = live;
+    ButtonBar bar(nullptr);
+    ASSERT_FALSE(bar.buttons().empty());
+    QToolButton* b = bar.buttons().begin()->second;
+    // Kind 2 draws the edge only under the mouse; 0 and 1 always.
+    EXPECT_EQ(b->autoRaise(), live == 2) << live;
+    const QImage before = b->icon().pixmap(19, 19).toImage();
+    QEvent enter(QEvent::Enter);
+    QCoreApplication::sendEvent(b, &enter);
+    const bool changed = b->icon().pixmap(19, 19).toImage() != before;
+    EXPECT_EQ(changed, live == 1) << live;
+    QEvent leave(QEvent::Leave);
+    QCoreApplication::sendEvent(b, &leave);
+    EXPECT_EQ(b->icon().pixmap(19, 19).toImage(), before) << live;
+  }
+  LiveButtons = saved;
 }
 
 }  // namespace
