@@ -1,13 +1,11 @@
 #include "ui/dialogrunner.h"
 
-#include <QDialog>
-#include <QTextBrowser>
-#include <QVBoxLayout>
-
 #include <QDesktopServices>
 #include <QDialog>
 #include <QFileInfo>
+#include <QTextBrowser>
 #include <QUrl>
+#include <QVBoxLayout>
 
 #include "frame/paths.h"
 #include "frame/strings.h"
