@@ -35,13 +35,10 @@ int main(int argc, char** argv) {
     OpenLogo(nullptr);
 
     MainFrame frame;
-    // One command line is one file name, quotes and all.
+    // Every file named on the command line opens as a document.
     QStringList args = QApplication::arguments();
     args.removeFirst();
-    if (!args.isEmpty()) {
-      std::string line = args.join(' ').toStdString();
-      QTimer::singleShot(0, &frame, [&frame, line] { frame.OpenFile(line); });
-    }
+    if (!args.isEmpty()) QTimer::singleShot(0, &frame, [&frame, args] { frame.OpenCommandLine(args); });
     frame.show();
     if (StartMaximized) frame.showMaximized();
     // The start-up window stays in front of the frame that was built behind it.

@@ -4,6 +4,7 @@
 #include "tools/floodfill.h"
 #include "tools/spraycan.h"
 #include "tools/polygontool.h"
+#include "tools/replacertools.h"
 #include "tools/texttool.h"
 #include "tools/shapetools.h"
 #include "tools/selecttools.h"
@@ -142,6 +143,8 @@ std::unique_ptr<ToolSession> CreateToolSession(int tool) {
     case TOOL_ELLIPSE: return std::make_unique<ShapeTool>(tool);
     case TOOL_POLYGON: return std::make_unique<PolygonTool>();
     case TOOL_TEXT: return std::make_unique<TextTool>();
+    case TOOL_REPLACER: return std::make_unique<ReplacerTool>();
+    case TOOL_LOCALUNDO: return std::make_unique<LocalUndoTool>();
     default: return std::make_unique<PlainTool>(tool);
   }
 }

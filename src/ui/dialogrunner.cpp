@@ -5,7 +5,9 @@
 #include <QDesktopServices>
 #include <QDialog>
 #include <QFileInfo>
+#include <QTextBrowser>
 #include <QUrl>
+#include <QVBoxLayout>
 
 #include "frame/paths.h"
 #include "frame/strings.h"
@@ -41,7 +43,35 @@ void OpenHelpPage(QWidget* parent, const char* pageName, const char* topic) {
   QString page = QString::fromStdString((DataFolder() / "html" / pageName).string());
   QUrl url = QUrl::fromLocalFile(page);
   url.setFragment(QString::fromLatin1(topic));
-  if (!QFileInfo::exists(page) || !OpenUrl(url)) DoMessage(parent, FetchString(306));
+  if (!QFileInfo::exists(page)) {
+    DoMessage(parent, FetchString(306));
+    return;
+  }
+  // Without a browser the page shows in a help window of our own.
+  if (!OpenUrl(url)) ShowHelpWindow(parent, url);
+}
+
+QWidget* ShowHelpWindow(QWidget* parent, const QUrl& url) {
+  QWidget* top = parent ? parent->window() : nullptr;
+  auto* window = top ? top->findChild<QDialog*>("HelpWindow") : nullptr;
+  if (!window) {
+    window = new QDialog(top);
+    window->setObjectName("HelpWindow");
+    window->setWindowTitle("Ochrel Help");
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    auto* browser = new QTextBrowser(window);
+    browser->setObjectName("HelpText");
+    browser->setOpenExternalLinks(false);
+    auto* layout = new QVBoxLayout(window);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(browser);
+    window->resize(640, 560);
+  }
+  window->findChild<QTextBrowser*>("HelpText")->setSource(url);
+  window->show();
+  window->raise();
+  window->activateWindow();
+  return window;
 }
 
 void DoHelp(QWidget* parent, const char* topic) { OpenHelpPage(parent, "referenc.htm", topic); }

@@ -26,6 +26,8 @@ QAction* RunMenu(QMenu& menu, const QPoint& globalPosition);
 void DoHelp(QWidget* parent, const char* topic);
 // A page of the help folder (html/ in the application folder) at an anchor.
 void OpenHelpPage(QWidget* parent, const char* page, const char* topic);
+// A window of the program's own showing a page; one per frame, reused.
+QWidget* ShowHelpWindow(QWidget* parent, const QUrl& url);
 
 // Pages open in the desktop's browser; tests install an opener instead.
 using UrlOpener = std::function<bool(const QUrl&)>;

@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -245,6 +246,25 @@ void DocumentView::mouseDoubleClickEvent(QMouseEvent* event) {
   if (event->button() == Qt::LeftButton) Route(WM_LBUTTONDBLCLK, event);
 }
 
+void DocumentView::wheelEvent(QWheelEvent* event) {
+  const QPoint d = event->angleDelta();
+  const int delta = d.y() != 0 ? d.y() : d.x();
+  // One notch is 120; touch pads send less, which adds up over the events.
+  wheelRest_ += delta;
+  const int notches = wheelRest_ / 120;
+  wheelRest_ -= notches * 120;
+  event->accept();
+  if (notches == 0) return;
+  if (event->modifiers() & Qt::ControlModifier) {
+    emit wheelZoom(notches, event->position().toPoint());
+    return;
+  }
+  // Three lines of 16 screen pixels a notch, at least one image pixel.
+  const int step = std::max(1, UnZoom(record_, 48)) * notches;
+  QScrollBar* bar = (event->modifiers() & Qt::ShiftModifier) || d.y() == 0 ? hbar_ : vbar_;
+  bar->setValue(bar->value() - step);
+}
+
 void DocumentView::keyPressEvent(QKeyEvent* event) {
   if (!tools_) return;
   // The tools know the navigation keys by their platform-neutral codes.
@@ -455,6 +475,8 @@ DocumentWindow::DocumentWindow(MainFrame* frame, const std::string& path) : fram
       if (record_.ToolWindow) tools_->Post(RECV_TOOL, UM_SCROLLED);
     });
   setWindowIcon(DocumentIcon());
+  connect(view_, &DocumentView::wheelZoom, this,
+          [this](int steps, QPoint at) { ZoomAround(record_.ViewMode + steps, at); });
   connect(view_, &DocumentView::imagePosition, frame_,
           [this](int x, int y) { frame_->StatusText(QString::asprintf("(%d,%d)", x, y)); });
   // The eleven scales in the window's own menu, in step with the zoom list.
@@ -502,7 +524,10 @@ void DocumentWindow::StopToolTimer(ToolSession* tool, int id) {
   timers_.erase(it);
 }
 
-void DocumentWindow::UpdateTitle() { setWindowTitle(QString::fromStdString(record_.FileName)); }
+void DocumentWindow::UpdateTitle() {
+  // A trailing mark while there are changes not yet saved.
+  setWindowTitle(QString::fromStdString(record_.FileName) + (record_.Modified ? " *" : ""));
+}
 
 void DocumentWindow::CheckScaleEntry() {
   for (int i = 0; i < static_cast<int>(scaleActions_.size()); ++i)
@@ -518,7 +543,8 @@ QSize DocumentWindow::FittedSize() const {
 }
 
 void DocumentWindow::SetBrowserSize() {
-  if (!record_.Image || !mdiArea()) return;
+  // A maximized window keeps filling the area, whatever the image's size.
+  if (!record_.Image || !mdiArea() || isMaximized() || isMinimized()) return;
   QSize fit = FittedSize(), area = mdiArea()->viewport()->size();
   resize(std::min(fit.width(), area.width()), std::min(fit.height(), area.height()));
 }
@@ -557,11 +583,23 @@ void DocumentWindow::ChangeScale(int viewMode) {
   }
 }
 
+void DocumentWindow::ZoomAround(int viewMode, QPoint at) {
+  viewMode = std::clamp(viewMode, 0, kViewModes - 1);
+  if (viewMode == record_.ViewMode || !record_.Image) return;
+  const POINT p = view_->ImagePoint(at);
+  ChangeScale(viewMode);
+  // The view may have changed size with the window: the point is kept where it
+  // still lies inside it.
+  const QPoint v(std::clamp(at.x(), 0, std::max(0, view_->width() - 1)),
+                 std::clamp(at.y(), 0, std::max(0, view_->height() - 1)));
+  view_->SetScrollBars(p.x - UnZoom(&record_, v.x()), p.y - UnZoom(&record_, v.y()));
+}
+
 bool DocumentWindow::Command(int id) {
   switch (id) {
     case CM_UNDO:
-      // A floating selection goes down first, so that Undo takes the image
-      // back to how it was before the selection.
+      // An open text box or a floating selection goes down first, so that
+      // Undo takes the image back to how it was before it.
       CommitSelection();
       if (!record_.UndoAvailable) return true;
       if (!DoUndo(&record_)) DoMessage(this, "Internal error in Undo -- this file will be discarded.");
@@ -577,6 +615,7 @@ bool DocumentWindow::Command(int id) {
       if (QAction* a = frame_->action(CM_GRIDACTIVE)) a->setChecked(record_.GridActive);
       return true;
     case CM_ATTRIBUTES:
+      CommitSelection();
       if (DoImageAttributes(this, &record_)) ImageReplaced();
       return true;
     case CM_SHADOWS: DoSetShadows(this, &record_); return true;
@@ -621,6 +660,7 @@ void DocumentWindow::CommitSelection() {
   // The end of the session tells the record it changed by a posted message;
   // it must land before the caller looks at the record.
   MessageQueue::Instance().Drain();
+  view_->InvalidateAll();
 }
 
 bool DocumentWindow::Save() {
@@ -628,6 +668,7 @@ bool DocumentWindow::Save() {
   if (NeedsSaveAs(&record_)) return SaveAs();
   if (frame_->WriteDocument(this, record_.FileName)) {
     record_.Modified = 0;
+    UpdateTitle();
     return true;
   }
   DoMessage(this, FetchString(IDS_ERROR_WRITING));
@@ -639,10 +680,12 @@ bool DocumentWindow::SaveAs() {
   if (!frame_->AskSavePath(this, record_.FileName, &path)) return false;
   SetOpenPath(path);
   record_.FileName = path;
-  frame_->SetPathMenu(path);
   UpdateTitle();
   record_.HasFile = 1;
-  return Save();
+  if (!Save()) return false;
+  // Only a file that now exists can enter the recent list.
+  frame_->SetPathMenu(path);
+  return true;
 }
 
 void DocumentWindow::Discard() {

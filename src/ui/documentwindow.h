@@ -45,6 +45,8 @@ class DocumentView : public QWidget {
 
  signals:
   void imagePosition(int x, int y);
+  // Ctrl with the wheel: `steps` scales up (negative: down) around a view point.
+  void wheelZoom(int steps, QPoint at);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -54,6 +56,7 @@ class DocumentView : public QWidget {
   void mouseReleaseEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
 
  private:
   void RenderInto(const QRect& viewRect);
@@ -67,6 +70,7 @@ class DocumentView : public QWidget {
   QImage canvas_;
   bool canvasValid_ = false;
   bool settingBars_ = false;
+  int wheelRest_ = 0;
 };
 
 // One open image: a child of the multiple-document area owning its record.
@@ -89,6 +93,8 @@ class DocumentWindow : public QMdiSubWindow {
   void UpdateTitle();
   // The change of scale of the zoom list and the window's menu.
   void ChangeScale(int viewMode);
+  // A new scale that keeps the image point under the view point `at` in place.
+  void ZoomAround(int viewMode, QPoint at);
   // Save (57) and Save as (104); false when nothing was written.
   bool Save();
   bool SaveAs();

@@ -41,8 +41,10 @@
 #include "ui/convertdialogs.h"
 #include "ui/documentwindow.h"
 #include "ui/filedialogs.h"
+#include "ui/fillmenu.h"
 #include "ui/filterdialog.h"
 #include "ui/icons.h"
+#include "render/screen.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
 #include "ui/settingswindow.h"
@@ -59,6 +61,33 @@ MainFrame::OpenPathAnswerer g_openAnswerer;
 int g_shiftOverride = -1;
 
 QColor ToQColor(COLORREF c) { return QColor(GetRValue(c), GetGValue(c), GetBValue(c)); }
+
+// The button's picture as a black silhouette, shown while the mouse is over it
+// (live buttons, kind 1).
+class HoverSilhouette : public QObject {
+ public:
+  HoverSilhouette(QToolButton* button, const QIcon& normal) : QObject(button), normal_(normal) {
+    const QSize size = button->iconSize();
+    QImage shape = normal.pixmap(size).toImage().convertToFormat(QImage::Format_ARGB32);
+    QImage black(shape.size(), QImage::Format_ARGB32);
+    black.fill(Qt::transparent);
+    // Inset by 2 from the button's edge: the icon stands 3 in, so 1 more off each side.
+    for (int y = 1; y < shape.height() - 1; ++y)
+      for (int x = 1; x < shape.width() - 1; ++x)
+        if (qAlpha(shape.pixel(x, y)) > 0) black.setPixel(x, y, qRgba(0, 0, 0, 255));
+    hover_ = QIcon(QPixmap::fromImage(black));
+    button->installEventFilter(this);
+  }
+  bool eventFilter(QObject* watched, QEvent* e) override {
+    auto* b = static_cast<QToolButton*>(watched);
+    if (e->type() == QEvent::Enter && b->isEnabled()) b->setIcon(hover_);
+    else if (e->type() == QEvent::Leave || e->type() == QEvent::EnabledChange) b->setIcon(normal_);
+    return false;
+  }
+
+ private:
+  QIcon normal_, hover_;
+};
 }  // namespace
 
 // ---- Button bar ---------------------------------------------------------------
@@ -84,7 +113,9 @@ ButtonBar::ButtonBar(QWidget* parent) : QWidget(parent) {
       b->setObjectName(QString::number(id));
       b->setIcon(CommandIcon(id));
       b->setIconSize(QSize(19, 19));
-      b->setAutoRaise(true);
+      // Live buttons: 0 plain, 1 the picture darkens under the mouse, 2 the edge shows only there.
+      b->setAutoRaise(LiveButtons == 2);
+      if (LiveButtons == 1) new HoverSilhouette(b, b->icon());
       b->setGeometry(x, 4, 25, 25);
       b->setToolTip(QString::fromUtf8(FetchString(IDS_TIP_BASE + id)));
       b->setFocusPolicy(Qt::NoFocus);
@@ -114,15 +145,31 @@ void SwatchButton::setColour(COLORREF c) {
   update();
 }
 
+void SwatchButton::setSample(const QImage& sample) {
+  sample_ = sample;
+  update();
+}
+
+void SwatchButton::setNeutral(bool neutral) {
+  if (neutral == neutral_) return;
+  neutral_ = neutral;
+  update();
+}
+
 void SwatchButton::paintEvent(QPaintEvent*) {
   QPainter p(this);
   QRect r = rect().adjusted(0, 0, -1, -1);
-  p.fillRect(r, ToQColor(colour_));
+  if (neutral_) p.fillRect(r, palette().color(QPalette::Button));
+  else if (!sample_.isNull()) p.drawImage(r, sample_);
+  else p.fillRect(r, ToQColor(colour_));
   p.setPen(palette().color(QPalette::Dark));
   p.drawRect(r);
 }
 
-void SwatchButton::mousePressEvent(QMouseEvent*) { emit clicked(id_); }
+void SwatchButton::mousePressEvent(QMouseEvent* e) {
+  if (e->button() == Qt::RightButton && id_ == CM_FILLSWATCH) emit rightClicked(id_, e->globalPosition().toPoint());
+  else emit clicked(id_);
+}
 
 StatusBar::StatusBar(QWidget* parent) : QWidget(parent) {
   setObjectName("VarnwickStudioPaintStatusBar");
@@ -142,6 +189,7 @@ StatusBar::StatusBar(QWidget* parent) : QWidget(parent) {
     auto* swatch = new SwatchButton(id, this);
     swatch->setGeometry(x + w + 2, 4, 20, 12);
     connect(swatch, &SwatchButton::clicked, this, &StatusBar::command);
+    connect(swatch, &SwatchButton::rightClicked, this, &StatusBar::rightClicked);
     swatches_[id] = swatch;
     x += w + 2 + 20 + 4;
   }
@@ -204,6 +252,7 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   setCentralWidget(central);
   connect(bar_, &ButtonBar::command, this, [this](int id) { PostCommand(id); });
   connect(status_, &StatusBar::command, this, [this](int id) { PostCommand(id); });
+  connect(status_, &StatusBar::rightClicked, this, [this](int, QPoint at) { RunFillTypeMenu(this, at); });
   // The toolbox stands at the left, under the button bar.
   toolbox_ = new ToolBox(this);
   addDockWidget(Qt::LeftDockWidgetArea, toolbox_);
@@ -370,6 +419,10 @@ void MainFrame::BuildAccelerators() {
       {QKeySequence(Qt::CTRL | Qt::Key_P), CM_PRINT},        {QKeySequence(Qt::Key_Delete), CM_DELETE},
       {QKeySequence(Qt::SHIFT | Qt::Key_Insert), CM_PASTE},  {QKeySequence(Qt::SHIFT | Qt::Key_Delete), CM_CUT},
       {QKeySequence(Qt::CTRL | Qt::Key_Insert), CM_COPY},    {QKeySequence(Qt::ALT | Qt::Key_Backspace), CM_UNDO},
+      // What the menus print, and Ctrl+Z, which people expect of Undo.
+      {QKeySequence(Qt::CTRL | Qt::Key_U), CM_UNDO},         {QKeySequence(Qt::CTRL | Qt::Key_Z), CM_UNDO},
+      {QKeySequence(Qt::CTRL | Qt::Key_0), CM_OPEN},         {QKeySequence(Qt::SHIFT | Qt::Key_F5), CM_CASCADE},
+      {QKeySequence(Qt::SHIFT | Qt::Key_F4), CM_TILE},       {QKeySequence(Qt::CTRL | Qt::Key_D), CM_DUPLICATE},
   };
   for (const auto& [keys, id] : table) {
     auto* sc = new QShortcut(keys, this);
@@ -441,15 +494,32 @@ void MainFrame::UpdateMenuStates() {
     if (QAction* a = action(id)) a->setEnabled(enabled);
     if (QToolButton* b = bar_->button(id)) b->setEnabled(enabled);
   }
+  if (d) d->UpdateTitle();
+  if (QAction* a = action(CM_HIDETOOLBAR)) a->setChecked(toolbox_->isHidden());
+  if (QAction* a = action(CM_HIDESETTINGS)) a->setChecked(settings_->isHidden());
   UpdateFilterMenu(this, d ? d->record() : nullptr);
 }
 
 void MainFrame::RefreshStatus() {
   DocumentWindow* d = ActiveDocument();
-  const BLOCKSET* r = d ? d->record() : nullptr;
-  status_->swatch(CM_PAINTSWATCH)->setColour(r ? GetPaintColour(r) : static_cast<COLORREF>(DefaultPaintColour));
-  status_->swatch(CM_PAPERSWATCH)->setColour(r ? GetPaperColour(r) : static_cast<COLORREF>(DefaultPaperColour));
-  status_->swatch(CM_FILLSWATCH)->setColour(r ? GetFillColour(r) : static_cast<COLORREF>(DefaultFillColour));
+  BLOCKSET* r = d ? d->record() : nullptr;
+  for (int id : {CM_PAINTSWATCH, CM_PAPERSWATCH, CM_FILLSWATCH}) status_->swatch(id)->setNeutral(!r);
+  if (!r) {
+    status_->swatch(CM_FILLSWATCH)->setSample(QImage());
+    return;
+  }
+  status_->swatch(CM_PAINTSWATCH)->setColour(GetPaintColour(r));
+  status_->swatch(CM_PAPERSWATCH)->setColour(GetPaperColour(r));
+  SwatchButton* fill = status_->swatch(CM_FILLSWATCH);
+  fill->setColour(GetFillColour(r));
+  // A gradient, texture or tile shows as a sample at the swatch's size; the
+  // colour stands in when the sample can't be had.
+  QImage sample;
+  if (r->FillType != 0) {
+    HDIB dib = GetFillImage(r, RECT{0, 0, fill->width(), fill->height()});
+    if (const BITMAPINFOHEADER* h = LockDib(dib)) sample = DibToQImage(h);
+  }
+  fill->setSample(sample);
 }
 
 void MainFrame::UpdatePasteStates() {
@@ -483,11 +553,15 @@ void MainFrame::Command(int id) {
     case CM_NEW: DoNewCommand(); break;
     case CM_OPEN: DoOpenCommand(); break;
     case CM_HIDETOOLBAR:
-    case CM_HIDESETTINGS:
-      break;  // the toolbox and the settings window come with the tools
+    case CM_HIDESETTINGS: {
+      // The item is checked while its window is hidden.
+      QWidget* w = id == CM_HIDETOOLBAR ? static_cast<QWidget*>(toolbox_) : static_cast<QWidget*>(settings_);
+      w->setVisible(w->isHidden());
+      break;
+    }
     case CM_CASCADE: client_->cascadeSubWindows(); break;
     case CM_TILE: client_->tileSubWindows(); break;
-    case CM_ARRANGE: break;  // minimized documents arrange themselves
+    case CM_ARRANGE: ArrangeIcons(client_); break;
     case CM_PRINT:
     case CM_DELETE:
       break;  // accelerators without an action
@@ -500,8 +574,14 @@ void MainFrame::Command(int id) {
     case CM_ABOUT: DoAbout(this); break;
     case CM_SYSINFO: ShowSysInfo(this); break;
     case CM_TIPOFTHEDAY: ShowTipDialog(this); break;
-    case CM_PASTENEW:
-      break;  // comes with the clipboard
+    case CM_PASTENEW: {
+      const QImage picture = QGuiApplication::clipboard()->image();
+      if (picture.isNull()) break;
+      HDIB dib = QImageToDib(picture);
+      if (!dib) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      else NewFromDib(dib);
+      break;
+    }
     case CM_DUPLICATE: DoDuplicate(); break;
     case CM_TOTRUECOLOUR:
     case CM_TOGREY:
@@ -513,6 +593,10 @@ void MainFrame::Command(int id) {
         std::size_t k = static_cast<std::size_t>(id - CM_RECENT);
         if (k < items.size()) OpenFile(items[k]);
         break;
+      }
+      if (DocumentWindow* d = ActiveDocument(); d && id >= CM_FILTERS && id < FILTER_MENU_FIRST + FILTER_COUNT) {
+        // A filter replaces the image: an open text box is laid in first.
+        if (d->record()->Tool == TOOL_TEXT && d->record()->ToolWindow) d->CommitSelection();
       }
       if (DocumentWindow* d = ActiveDocument(); d && TrapFilterCommands(d, id)) break;
       if (DocumentWindow* d = ActiveDocument()) {
@@ -587,6 +671,17 @@ void MainFrame::OpenFile(const std::string& path) {
   loadFile_ = path;
   hasLoadFile_ = true;
   Command(CM_OPEN);
+}
+
+void MainFrame::OpenCommandLine(const QStringList& args) {
+  if (args.isEmpty()) return;
+  const QString whole = args.join(' ');
+  if (args.size() > 1 && QFileInfo(whole).isFile()) {
+    OpenFile(whole.toStdString());
+    return;
+  }
+  // Each on its own: one that can't be read says so, and the rest still open.
+  for (const QString& a : args) OpenFile(a.toStdString());
 }
 
 void MainFrame::DoOpenCommand() {

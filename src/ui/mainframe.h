@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QImage>
 #include <QMainWindow>
 
 #include <functional>
@@ -46,8 +47,15 @@ class SwatchButton : public QWidget {
   SwatchButton(int id, QWidget* parent);
   void setColour(COLORREF c);
   COLORREF colour() const { return colour_; }
+  // A picture of the fill instead of the colour; a null image for none.
+  void setSample(const QImage& sample);
+  const QImage& sample() const { return sample_; }
+  // No document: the plain face colour.
+  void setNeutral(bool neutral);
+  bool neutral() const { return neutral_; }
  signals:
   void clicked(int id);
+  void rightClicked(int id, QPoint globalPos);
 
  protected:
   void paintEvent(QPaintEvent*) override;
@@ -56,6 +64,8 @@ class SwatchButton : public QWidget {
  private:
   int id_;
   COLORREF colour_ = 0;
+  QImage sample_;
+  bool neutral_ = false;
 };
 
 class StatusBar : public QWidget {
@@ -67,6 +77,7 @@ class StatusBar : public QWidget {
   QSize sizeHint() const override { return QSize(400, 20); }
  signals:
   void command(int id);
+  void rightClicked(int id, QPoint globalPos);
 
  private:
   std::map<int, SwatchButton*> swatches_;
@@ -97,6 +108,9 @@ class MainFrame : public QMainWindow {
   void FocusDocument();
   // The toolbox's tool change, on the top document.
   void ChooseTool(int tool);
+  // The files named on the command line, one document each; a name with
+  // spaces may also come as several words.
+  void OpenCommandLine(const QStringList& args);
   DocumentWindow* ActiveDocument() const;
   int CountOpenDocuments() const;
 

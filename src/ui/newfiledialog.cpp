@@ -8,7 +8,11 @@
 #include <QPushButton>
 #include <QSpinBox>
 
+#include <algorithm>
+
+#include "frame/blockset.h"
 #include "image/settings.h"
+#include "ui/colourdialogs.h"
 
 namespace ochrel {
 
@@ -16,11 +20,40 @@ namespace {
 NewFileAnswerer g_answerer;
 
 QColor ToQColor(COLORREF c) { return QColor(GetRValue(c), GetGValue(c), GetBValue(c)); }
+
+// The palette a new picture of a kind gets (as CreateNewImage gives it).
+void NewPalette(int type, BYTE* palette) {
+  HDIB dib = CreateNewImage(NEWFILEPARAM{1, 1, type, 0});
+  std::fill(palette, palette + 768, BYTE{0});
+  if (const BITMAPINFOHEADER* h = LockDib(dib)) GetDibPalette(h, palette);
+}
+
+// What a background value of a kind looks like.
+COLORREF ShownColour(int type, COLORREF value) {
+  if (type == 0) return value;
+  BYTE palette[768];
+  NewPalette(type, palette);
+  const int i = static_cast<int>(value & (type == 3 ? 1u : 255u));
+  return RGB(palette[3 * i], palette[3 * i + 1], palette[3 * i + 2]);
+}
+// The pixel value of a kind nearest to a colour: a level for grey, an entry of
+// the new picture's palette for paletted and mono.
+COLORREF ValueForType(int type, COLORREF colour) {
+  if (type == 0) return colour & 0xFFFFFF;
+  const int r = GetRValue(colour), g = GetGValue(colour), b = GetBValue(colour);
+  const int level = (r * 30 + g * 59 + b * 11) / 100;
+  if (type == 1) return static_cast<COLORREF>(level);
+  BYTE palette[768];
+  NewPalette(type, palette);
+  return static_cast<COLORREF>(FindPaletteColour(r, g, b, palette, type == 3 ? 2 : 256));
+}
 }  // namespace
 
 void SetNewFileAnswerer(NewFileAnswerer answerer) { g_answerer = std::move(answerer); }
 
-NewFileBox::NewFileBox(const NEWFILEPARAM& initial, QWidget* parent) : QDialog(parent), colour_(initial.colour) {
+NewFileBox::NewFileBox(const NEWFILEPARAM& initial, QWidget* parent)
+    : QDialog(parent),
+      colour_(initial.colour & 0xFFFFFF) {
   setObjectName("NewFileBox");
   setWindowTitle(tr("New"));
   auto* form = new QFormLayout(this);
@@ -47,16 +80,29 @@ NewFileBox::NewFileBox(const NEWFILEPARAM& initial, QWidget* parent) : QDialog(p
   form->addRow(buttons);
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-  // A change of kind starts again from black, which every kind has.
-  connect(type_, &QComboBox::currentIndexChanged, this, [this] {
-    colour_ = 0;
-    UpdateSwatch();
-  });
+  // The dialog keeps the colour as it looks; a change of kind shows it as the
+  // nearest the new kind has, so a white background stays white.
+  connect(type_, &QComboBox::currentIndexChanged, this, [this] { UpdateSwatch(); });
+  // The program's own colour dialog for the kind chosen: the colour for true
+  // colour, a level for grey, an entry of the new picture's palette otherwise.
   connect(background_, &QPushButton::clicked, this, [this] {
-    if (type_->currentIndex() != 0) return;
-    QColor c = QColorDialog::getColor(ToQColor(colour_), this, tr("Background"));
-    if (c.isValid()) {
-      colour_ = RGB(c.red(), c.green(), c.blue());
+    const int type = type_->currentIndex();
+    COLORREF c = ShownColour(type, ValueForType(type, colour_));
+    int ok = 0;
+    switch (type) {
+      case 0: ok = DoColourSelectRGB(this, &c); break;
+      case 1: ok = DoColourSelectGrey(this, &c); break;
+      default: {
+        BYTE palette[768];
+        NewPalette(type, palette);
+        c = ValueForType(type, c);
+        ok = DoColourSelectPalette(this, &c, palette, type == 2 ? 8 : 1);
+        if (ok) c = ShownColour(type, c);
+        break;
+      }
+    }
+    if (ok) {
+      colour_ = c & 0xFFFFFF;
       UpdateSwatch();
     }
   });
@@ -65,7 +111,7 @@ NewFileBox::NewFileBox(const NEWFILEPARAM& initial, QWidget* parent) : QDialog(p
 
 void NewFileBox::UpdateSwatch() {
   QPixmap pm(44, 14);
-  pm.fill(ToQColor(colour_));
+  pm.fill(ToQColor(ShownColour(type_->currentIndex(), ValueForType(type_->currentIndex(), colour_))));
   QPainter p(&pm);
   p.setPen(Qt::black);
   p.drawRect(0, 0, 43, 13);
@@ -79,7 +125,7 @@ NEWFILEPARAM NewFileBox::param() const {
   p.width = width_->value();
   p.depth = depth_->value();
   p.type = type_->currentIndex();
-  p.colour = colour_;
+  p.colour = ValueForType(p.type, colour_);
   return p;
 }
 
@@ -97,7 +143,8 @@ bool GetNewFileParam(QWidget* parent, NEWFILEPARAM* param) {
     DefaultWidth = param->width;
     DefaultDepth = param->depth;
     DefaultNewType = param->type;
-    DefaultNewColour = static_cast<int>(param->colour);
+    // Kept as the colour it looks, which every kind can show.
+    DefaultNewColour = static_cast<int>(ShownColour(param->type, param->colour));
   }
   return true;
 }

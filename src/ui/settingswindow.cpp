@@ -27,6 +27,7 @@
 #include "frame/strings.h"
 #include "image/settings.h"
 #include "tools/brushstamp.h"
+#include "tools/spraycan.h"
 #include "tools/toolparam.h"
 #include "tools/toolsession.h"
 #include "ui/documentwindow.h"
@@ -269,9 +270,11 @@ SettingsWindow::SettingsWindow(QWidget* parent) : QDockWidget(parent) {
   AddRadios({{115, "Exact"}, {116, "Tolerance"}}, {0, 1}, QPoint(208, 20), 24, &B::MatchType, "MatchType", 0);
   AddSpin(113, 114, "Size:", QRect(200, 78, 36, 22), QRect(238, 78, 64, 22), 4, 64, 32, &B::ReplacerSize, "ReplacerSize",
           UM_SETTINGCHANGED, 16);
-  AddSample(118, QRect(200, 104, 108, 48));
-  AddLabel(119, "Replace pixels of the paper color with the paint color.", QRect(62, 156, 246, 44),
-           Qt::AlignLeft | Qt::AlignTop);
+  // Room for the largest square, 65 pixels, inside the sunken edge.
+  AddSample(118, QRect(200, 104, 108, 96));
+  QLabel* replacerText = AddLabel(119, "Replace pixels of the paper color with the paint color.",
+                                  QRect(62, 156, 132, 44), Qt::AlignLeft | Qt::AlignTop);
+  replacerText->setWordWrap(true);
 
   // Text.
   BuildFontControls();
@@ -325,6 +328,15 @@ SettingsWindow::SettingsWindow(QWidget* parent) : QDockWidget(parent) {
   // Shapes and lines, shared with the flood fill and the text.
   AddCheck(39, "Antialias", QRect(200, 106, 108, 20), &B::Antialias, "Antialias");
   AddCheck(139, "Shadow", QRect(200, 130, 108, 20), &B::ShadowActive, "Shadow");
+  shadowNote_ = new QLabel(body_);
+  shadowNote_->setObjectName("ShadowNote");
+  shadowNote_->setGeometry(62, 128, 136, 28);
+  shadowNote_->setWordWrap(true);
+  QFont noteFont = shadowNote_->font();
+  noteFont.setPixelSize(10);
+  shadowNote_->setFont(noteFont);
+  shadowNote_->setStyleSheet("color: #a00000");
+  shadowNote_->hide();
   AddGroup(41, "Fill", QRect(62, 0, 132, 96));
   AddRadios({{42, "Hollow"}, {43, "Fill color"}, {44, "Paper color"}}, {1, 0, 2}, QPoint(70, 20), 24, &B::SolidFillMode,
             "SolidFillMode", 0);
@@ -564,16 +576,27 @@ QWidget* SettingsWindow::AddSample(int id, QRect r) {
         if (rec.TextFontBold) f.setWeight(QFont::Bold);
         f.setItalic(rec.TextFontItal);
         f.setUnderline(rec.TextFontUnder);
-        p.setFont(f);
-        p.setPen(Qt::black);
         QString text = QString::fromUtf8(TextFontExampleString);
         if (text.isEmpty()) text = QString::fromStdString(rec.TextFontName);
+        // A size larger than the sample shows scaled down, whole, rather than cut.
+        for (int i = 0; i < 40 && f.pixelSize() > 4; ++i) {
+          const QFontMetrics fm(f);
+          if (fm.height() <= r.height() && fm.horizontalAdvance(text) <= r.width() - 4) break;
+          f.setPixelSize(std::max(4, f.pixelSize() * 9 / 10));
+        }
+        p.setFont(f);
+        p.setPen(Qt::black);
         const Qt::Alignment h = rec.TextFontJust == 1 ? Qt::AlignHCenter : rec.TextFontJust == 2 ? Qt::AlignRight : Qt::AlignLeft;
         p.drawText(r.adjusted(2, 0, -2, 0), static_cast<int>(h | Qt::AlignVCenter | Qt::TextSingleLine), text);
       };
       break;
-    default:  // the spray sample: its generator belongs to the spray can's tool
-      painter = [](QPainter& p, const QRect& r) { p.fillRect(r, Qt::white); };
+    default:  // 122, the spray: one spot of the size at six times the flow
+      painter = [this](QPainter& p, const QRect& r) {
+        const BLOCKSET& rec = Shown();
+        HGLOBAL list = CreateSpraycan(std::clamp(rec.SpraycanThickness, 1, 255));
+        HDIB spot = RenderSpraycan(list, 0, 255, std::clamp(rec.SpraycanFlow, 1, 100) * 6);
+        PaintStamp(p, r, spot);
+      };
       break;
   }
   auto* v = new SampleView(body_, std::move(painter));
@@ -694,6 +717,22 @@ void SettingsWindow::FillControls() {
 
 void SettingsWindow::RedrawSamples() {
   for (QWidget* s : samples_) s->update();
+  UpdateShadowNote();
+}
+
+void SettingsWindow::UpdateShadowNote() {
+  if (!shadowNote_) return;
+  const BLOCKSET& rec = Shown();
+  const int type = rec.Image ? GetImageType(rec.Image) : rec.ImageType;
+  const char* why = nullptr;
+  if (!rec.ShadowActive) why = nullptr;
+  else if (type == IMAGE_PALETTED || type == IMAGE_MONO) why = "No shadow on a paletted or mono picture.";
+  else if (rec.Opacity != 255) why = "No shadow below full opacity.";
+  else if (rec.SolidFillMode == 1) why = "No shadow without a fill.";
+  QWidget* box = control(139);
+  const bool page = box && !box->isHidden();
+  shadowNote_->setText(why ? QString::fromUtf8(why) : QString());
+  shadowNote_->setVisible(page && why);
 }
 
 void SettingsWindow::FocusDocument() {

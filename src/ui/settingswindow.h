@@ -54,6 +54,9 @@ class SettingsWindow : public QDockWidget {
   std::vector<int> VisibleIds() const;
   // The whole page as it looks.
   QWidget* body() const { return body_; }
+  // Why a shadow can't be drawn with the settings shown, under the Shadow box;
+  // hidden when it can or when the page has no Shadow box.
+  QLabel* shadowNote() const { return shadowNote_; }
 
  protected:
   // The caption's menu holds "&Dock" alone: back to the frame's right.
@@ -81,6 +84,7 @@ class SettingsWindow : public QDockWidget {
   void SetIdentical(bool on);
   void FillControls();
   void RedrawSamples();
+  void UpdateShadowNote();
   void FocusDocument();
 
   QWidget* body_;
@@ -88,6 +92,7 @@ class SettingsWindow : public QDockWidget {
   std::vector<QWidget*> samples_;
   std::vector<Binding*> bindings_;
   QComboBox* fonts_ = nullptr;
+  QLabel* shadowNote_ = nullptr;
   QPointer<DocumentWindow> top_;
   BLOCKSET defaults_;
   int tool_ = 0;

@@ -3,6 +3,7 @@
 // asked of the screen. One document with its record and tools around it.
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -17,11 +18,12 @@ class FakeToolHost : public ToolHost {
  public:
   int scrollX = 0, scrollY = 0, width = 400, height = 300;
   bool ctrl = false, shift = false, alt = false;
-  bool captured = false;
+  ToolSession* captured = nullptr;
+  ToolSession* timerTool = nullptr;
   int cursor = 0, menuUpdates = 0;
   std::string status;
   std::vector<std::string> messages, inversions;
-  std::vector<RECT> invalidated, repainted;
+  std::vector<RECT> invalidated, repainted, inverted;
   struct Popup {
     POINT at;
     bool tiles;
@@ -39,10 +41,10 @@ class FakeToolHost : public ToolHost {
   void SelectViewMode(int) override {}
   void InvalidateImage(RECT r) override { invalidated.push_back(r); }
   void InvalidateView() override { invalidated.push_back(RECT{-1, -1, -1, -1}); }
-  void StartTimer(ToolSession*, int, int) override {}
-  void StopTimer(ToolSession*, int) override {}
-  void CaptureMouse(ToolSession*) override { captured = true; }
-  void ReleaseMouse() override { captured = false; }
+  void StartTimer(ToolSession* t, int, int) override { timerTool = t; }
+  void StopTimer(ToolSession*, int) override { timerTool = nullptr; }
+  void CaptureMouse(ToolSession* t) override { captured = t; }
+  void ReleaseMouse() override { captured = nullptr; }
   bool ControlDown() const override { return ctrl; }
   bool ShiftDown() const override { return shift; }
   bool AltDown() const override { return alt; }
@@ -50,7 +52,10 @@ class FakeToolHost : public ToolHost {
   void StatusText(const std::string& text) override { status = text; }
   void SetCursor(int resource) override { cursor = resource; }
   void UpdateMenuStates() override { ++menuUpdates; }
-  void InvertRectangle(RECT r) override { inversions.push_back("rect " + Text(r)); }
+  void InvertRectangle(RECT r) override {
+    inversions.push_back("rect " + Text(r));
+    inverted.push_back(r);
+  }
   void InvertEllipse(RECT r) override { inversions.push_back("ellipse " + Text(r)); }
   void InvertLine(POINT a, POINT b) override {
     inversions.push_back("line " + std::to_string(a.x) + "," + std::to_string(a.y) + " " + std::to_string(b.x) + "," +

@@ -165,13 +165,15 @@ TEST_F(FrameTest, NewOfEachKindGivesDepthPaletteAndPixels) {
     EXPECT_EQ(d->record()->ImageType, k.imageType);
     EXPECT_EQ(d->record()->Modified, 1);
     EXPECT_EQ(d->record()->HasFile, 0);
-    // The dialog's background: the stored default (white) for true colour,
-    // black (0) after a change of kind.
-    std::uint32_t want = k.type == 0 ? 0xFFFFFFu : 0u;
-    for (int y = 0; y < 17; y += 4)
-      for (int x = 0; x < 33; x += 4) ASSERT_EQ(GetDibPixel(h, x, y), want);
+    // The dialog's background, the stored default, stays white in every kind.
     BYTE pal[768], expect[768];
     GetDibPalette(h, pal);
+    for (int y = 0; y < 17; y += 4)
+      for (int x = 0; x < 33; x += 4) {
+        std::uint32_t v = GetDibPixel(h, x, y);
+        if (k.bits <= 8) v = RGB(pal[3 * v], pal[3 * v + 1], pal[3 * v + 2]);
+        ASSERT_EQ(v, 0xFFFFFFu);
+      }
     GetDefaultPalette(expect, nullptr, k.type == 1 ? 10 : k.type == 3 ? 0 : 8);
     if (k.bits <= 8) {
       EXPECT_EQ(std::memcmp(pal, expect, 3u << k.bits), 0);
@@ -182,11 +184,22 @@ TEST_F(FrameTest, NewOfEachKindGivesDepthPaletteAndPixels) {
   EXPECT_EQ(GetDibPixel(LockDib(white), 4, 4), RGB(10, 20, 30));
 }
 
-TEST_F(FrameTest, NewFileBoxTypeChangeResetsColour) {
+TEST_F(FrameTest, NewFileBoxKeepsAWhiteBackgroundWhiteInEveryKind) {
   NewFileBox box(NEWFILEPARAM{800, 600, 0, 0xFFFFFF});
   EXPECT_EQ(box.param().colour, 0xFFFFFFu);
-  box.typeList()->setCurrentIndex(2);
-  EXPECT_EQ(box.param().colour, 0u);
+  for (int type : {1, 2, 3, 0}) {
+    box.typeList()->setCurrentIndex(type);
+    HDIB image = CreateNewImage(box.param());
+    BYTE palette[768] = {};
+    const BITMAPINFOHEADER* h = LockDib(image);
+    ASSERT_NE(h, nullptr);
+    std::uint32_t v = GetDibPixel(h, 3, 3);
+    if (h->biBitCount <= 8) {
+      GetDibPalette(h, palette);
+      v = RGB(palette[3 * v], palette[3 * v + 1], palette[3 * v + 2]);
+    }
+    EXPECT_EQ(v, RGB(255, 255, 255)) << type;
+  }
   EXPECT_EQ(box.widthField()->minimum(), 16);
   EXPECT_EQ(box.widthField()->maximum(), 20000);
   EXPECT_EQ(box.typeList()->itemText(3), "2-bit mono");

@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "fake_tool_host.h"
+#include "frame/blockset.h"
+#include "frame/strings.h"
+#include "tools/brushstamp.h"
+#include "tools/replacertools.h"
+#include "tools/toolsession.h"
+
+namespace ochrel {
+namespace {
+
+// A document with a fake host; the tool runs through DocumentTools as in the view.
+class ReplacerUndoTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    MessageQueue::Instance().Clear();
+    CurrentTool() = -1;
+    CreateNewFile(&record);
+  }
+  void TearDown() override {
+    doc.reset();
+    MessageQueue::Instance().Clear();
+    CurrentTool() = -1;
+  }
+  void Open(int type, COLORREF background, int w = 80, int h = 60) {
+    record.Image = CreateNewImage(NEWFILEPARAM{w, h, type, background});
+    SetImageType(&record);
+    doc = std::make_unique<DocumentTools>(&record, &host);
+  }
+  void Stroke(std::initializer_list<POINT> path) {
+    auto it = path.begin();
+    doc->MouseEvent(WM_LBUTTONDOWN, it->x, it->y, MK_LBUTTON);
+    for (++it; it != path.end(); ++it) doc->MouseEvent(WM_MOUSEMOVE, it->x, it->y, MK_LBUTTON);
+    doc->MouseEvent(WM_LBUTTONUP, (path.end() - 1)->x, (path.end() - 1)->y, 0);
+    MessageQueue::Instance().Drain();
+  }
+  std::uint32_t Pixel(int x, int y) { return GetDibPixel(LockDib(record.Image), x, y); }
+  void Put(int x, int y, std::uint32_t v) { PutDibPixel(LockDib(record.Image), x, y, v); }
+
+  BLOCKSET record;
+  test::FakeToolHost host;
+  std::unique_ptr<DocumentTools> doc;
+};
+
+std::uint32_t Blend(std::uint32_t o, std::uint32_t k, int m) {
+  return RGB(BlendChannel(GetRValue(o), GetRValue(k), m), BlendChannel(GetGValue(o), GetGValue(k), m),
+             BlendChannel(GetBValue(o), GetBValue(k), m));
+}
+
+TEST_F(ReplacerUndoTest, ReplacerTurnsOnlyPixelsWithinTheTolerancesOfThePaperColour) {
+  const COLORREF paper = RGB(200, 100, 50), paint = RGB(0, 0, 255);
+  // Columns 20..24: paper, paper off by 5, by 15, by 30 in red, and a far colour.
+  const COLORREF cells[] = {paper, RGB(205, 105, 45), RGB(215, 100, 50), RGB(230, 100, 50), RGB(0, 255, 0)};
+  struct Case {
+    int tolerance;
+    int replaced;  // how many of the cells, from the left, turn
+  } cases[] = {{0, 0}, {10, 2}, {20, 3}, {40, 4}};
+  for (const Case& c : cases) {
+    SetUp();
+    Open(0, RGB(255, 255, 255));
+    for (int i = 0; i < 5; ++i) Put(20 + i, 30, cells[i]);
+    record.PaperColour = paper;
+    record.PaintColour = paint;
+    record.Opacity = 128;
+    record.ReplacerSize = 32;
+    record.RedTolerance = record.GreenTolerance = record.BlueTolerance = c.tolerance;
+    ASSERT_TRUE(ChangeTool(doc.get(), TOOL_REPLACER));
+    Stroke({{22, 30}, {23, 31}});
+    for (int i = 0; i < 5; ++i)
+      EXPECT_EQ(Pixel(20 + i, 30), i < c.replaced ? Blend(cells[i], paint, 128) : cells[i])
+          << "tolerance " << c.tolerance << " cell " << i;
+    EXPECT_EQ(Pixel(5, 5), RGB(255, 255, 255));
+    EXPECT_EQ(record.UndoAvailable, 1);
+    EXPECT_EQ(record.Modified, 1);
+    // The square's frame was drawn and taken away again: an even count.
+    EXPECT_FALSE(host.inverted.empty());
+    EXPECT_EQ(host.inverted.size() % 2, 0u);
+    EXPECT_EQ(host.captured, nullptr);
+    ChangeTool(doc.get(), TOOL_PEN);
+    doc.reset();
+    host = test::FakeToolHost{};
+  }
+}
+
+TEST_F(ReplacerUndoTest, ReplacerStrokeOverItselfReplacesFromThePressCopyOnly) {
+  Open(0, RGB(200, 100, 50));
+  record.PaperColour = RGB(200, 100, 50);
+  record.PaintColour = RGB(0, 0, 0);
+  record.Opacity = 128;
+  record.ReplacerSize = 8;
+  record.RedTolerance = record.GreenTolerance = record.BlueTolerance = 120;
+  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_REPLACER));
+  // Back and forth over the same place: a half-blended pixel would match the
+  // paper colour again under this tolerance, so only the press copy keeps it once.
+  Stroke({{30, 30}, {50, 30}, {30, 30}, {50, 30}, {40, 32}});
+  const COLORREF once = Blend(RGB(200, 100, 50), RGB(0, 0, 0), 128);
+  EXPECT_EQ(Pixel(40, 30), once);
+  EXPECT_EQ(Pixel(30, 30), once);
+  // A second stroke starts from the present image and blends once more.
+  Stroke({{40, 30}});
+  EXPECT_EQ(Pixel(40, 30), Blend(once, RGB(0, 0, 0), 128));
+  EXPECT_EQ(Pixel(5, 5), RGB(200, 100, 50));
+}
+
+TEST_F(ReplacerUndoTest, ReplacerOnPalettedImageMatchesEqualIndicesOnly) {
+  Open(2, RGB(255, 255, 255));
+  const std::uint32_t bg = Pixel(0, 0);
+  Put(10, 10, bg ^ 1);
+  record.PaperColour = bg;
+  record.PaintColour = bg ^ 7;
+  record.Opacity = 255;
+  record.ReplacerSize = 32;
+  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_REPLACER));
+  Stroke({{10, 10}});
+  EXPECT_EQ(Pixel(12, 12), bg ^ 7);
+  EXPECT_EQ(Pixel(10, 10), bg ^ 1);
+  EXPECT_EQ(Pixel(40, 40), bg);
+}
+
+TEST_F(ReplacerUndoTest, ReplacerRightAndMiddleClicksTakePaintAndPaperColours) {
+  Open(0, RGB(255, 255, 255));
+  Put(5, 5, RGB(1, 2, 3));
+  Put(6, 6, RGB(4, 5, 6));
+  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_REPLACER));
+  doc->MouseEvent(WM_RBUTTONDOWN, 5, 5, MK_RBUTTON);
+  doc->MouseEvent(WM_MBUTTONDOWN, 6, 6, MK_MBUTTON);
+  EXPECT_EQ(record.PaintColour, RGB(1, 2, 3));
+  EXPECT_EQ(record.PaperColour, RGB(4, 5, 6));
+}
+
+// Selective undo: the previous image comes back exactly through the stamp.
+TEST_F(ReplacerUndoTest, SelectiveUndoBringsBackTheStampedAreaOfThePreviousImage) {
+  for (int opacity : {255, 128}) {
+    SetUp();
+    Open(0, RGB(250, 240, 230));
+    CreateUndo(&record);
+    InsetSolidRectangle(record.Image, RGB(0, 0, 0), RECT{0, 0, 80, 60});
+    record.Opacity = opacity;
+    record.UndoThickness = 9;
+    record.UndoType = 0;
+    record.UndoSoftness = 50;
+    ASSERT_TRUE(ChangeTool(doc.get(), TOOL_LOCALUNDO));
+    Stroke({{30, 20}, {30, 20}});
+    // Passing several times over the press point changes nothing more.
+    Stroke({{40, 40}, {44, 40}, {40, 40}, {44, 40}});
+    record.Tool = TOOL_LOCALUNDO;
+    HDIB stamp = CreateSoftBrush(record, 0, StampForeground(opacity), 0);
+    const BITMAPINFOHEADER* st = LockDib(stamp);
+    ASSERT_NE(st, nullptr);
+    const int w = st->biWidth, h = st->biHeight;
+    int restored = 0;
+    for (int y = 0; y < 60; ++y)
+      for (int x = 0; x < 80; ++x) {
+        if (y > 30) continue;  // the first stroke only, away from the second
+        const int i = x - (30 - w / 2), j = y - (20 - h / 2);
+        const int m = i >= 0 && j >= 0 && i < w && j < h ? DibRow(st, j)[i] : 0;
+        ASSERT_EQ(Pixel(x, y), Blend(RGB(0, 0, 0), RGB(250, 240, 230), m)) << x << "," << y;
+        restored += m > 0;
+      }
+    EXPECT_GT(restored, 40);
+    // The line's pixels never get more than the opacity's share back.
+    EXPECT_EQ(Pixel(42, 40), Blend(RGB(0, 0, 0), RGB(250, 240, 230), opacity)) << opacity;
+    EXPECT_EQ(record.UndoAvailable, 1);
+    ASSERT_TRUE(DoUndo(&record));
+    EXPECT_EQ(Pixel(30, 20), RGB(250, 240, 230));
+    ChangeTool(doc.get(), TOOL_PEN);
+    doc.reset();
+  }
+}
+
+TEST_F(ReplacerUndoTest, SelectiveUndoWithoutUndoImageSaysSoAndFallsBackToToolZero) {
+  Open(0, RGB(255, 255, 255));
+  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_LOCALUNDO));
+  ASSERT_NE(doc->session(), nullptr);
+  doc->MouseEvent(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
+  MessageQueue::Instance().Drain();
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_EQ(host.messages[0], FetchString(IDS_NO_UNDO_IMAGE));
+  EXPECT_EQ(doc->session(), nullptr);
+  EXPECT_EQ(CurrentTool(), TOOL_RECTSELECT);
+  EXPECT_EQ(Pixel(10, 10), RGB(255, 255, 255));
+}
+
+}  // namespace
+}  // namespace ochrel
