@@ -2,6 +2,7 @@
 
 #include "frame/blockset.h"
 #include "frame/commands.h"
+#include "tools/pastetools.h"
 #include "tools/selection.h"
 
 namespace ochrel {
@@ -19,8 +20,10 @@ std::map<int, bool> ComputeMenuStates(const BLOCKSET* d) {
   s[CM_TOPALETTE] = image && t != IMAGE_PALETTED;
   s[CM_TOMONO] = image && t != IMAGE_MONO;
   s[CM_UNDO] = d && d->UndoAvailable;
-  // Clear works on a floating selection; Cut, Copy and Copy to come with the clipboard.
-  s[CM_CLEAR] = image && HasSelection(d);
+  // Copy to and Clear work on a floating selection; Cut and Copy also on an open text box.
+  const bool selection = image && HasSelection(d);
+  for (int c : {CM_COPYTO, CM_CLEAR}) s[c] = selection;
+  for (int c : {CM_CUT, CM_COPY}) s[c] = image && CanCopy(d);
   return s;
 }
 

@@ -264,7 +264,7 @@ void DocumentTools::DestroyToolParam() {
   MessageQueue::Instance().Forget(s.get());
   host_->StatusText("");
   // The selection's commands (Clear, the filters on a fragment) close with it.
-  if (t == TOOL_RECTSELECT || t == TOOL_LASSO || t == TOOL_WAND) host_->UpdateMenuStates();
+  if (t == TOOL_RECTSELECT || t == TOOL_LASSO || t == TOOL_WAND || t == TOOL_TEXT) host_->UpdateMenuStates();
   Graveyard().push_back(std::move(s));
 }
 

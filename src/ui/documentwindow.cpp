@@ -28,6 +28,7 @@
 #include "render/screen.h"
 #include "tools/selection.h"
 #include "ui/attributesdialog.h"
+#include "ui/clipboard.h"
 #include "ui/cursors.h"
 #include "ui/dialogrunner.h"
 #include "ui/filterdialog.h"
@@ -619,6 +620,35 @@ bool DocumentWindow::Command(int id) {
       if (DoImageAttributes(this, &record_)) ImageReplaced();
       return true;
     case CM_SHADOWS: DoSetShadows(this, &record_); return true;
+    case CM_CUT:
+      // The selection goes only once it is safely on the clipboard.
+      if (DoCopyToClipboard(this)) tools_->BeginToolFunction(0, 0, record_.Tool, TF_CUT);
+      return true;
+    case CM_COPY:
+      if (!DoCopyToClipboard(this)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      return true;
+    case CM_COPYTO: {
+      std::string path = AddCurrentPath(GetUntitledFileName());
+      if (!frame_->AskSavePath(this, path, &path)) return true;
+      SetOpenPath(path);
+      if (!DoCopyToFile(this, path)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      return true;
+    }
+    case CM_PASTE:
+    case CM_PASTEFROM: {
+      if (!record_.Image) return true;
+      std::string path;
+      if (id == CM_PASTEFROM && !frame_->AskOpenPath(this, &path)) return true;
+      // What floats goes down first, so that the paste is one step of Undo.
+      CommitSelection();
+      frame_->ChooseTool(TOOL_RECTSELECT);
+      if (id == CM_PASTEFROM) SetOpenPath(path);
+      CreateUndo(&record_);
+      const int ok = id == CM_PASTE ? DoPasteBlockFromClipboard(this) : DoPasteBlockFromFile(this, path);
+      if (!ok) DoMessage(this, FetchString(IDS_BLOCK_ERROR));
+      frame_->UpdateMenuStates();
+      return true;
+    }
     case CM_SELECTALL:
       if (!record_.Image) return true;
       tools_->Unselect();

@@ -39,6 +39,7 @@
 #include "image/settings.h"
 #include "ui/colourdialogs.h"
 #include "ui/convertdialogs.h"
+#include "ui/clipboard.h"
 #include "ui/documentwindow.h"
 #include "ui/filedialogs.h"
 #include "ui/fillmenu.h"
@@ -522,9 +523,16 @@ void MainFrame::RefreshStatus() {
   fill->setSample(sample);
 }
 
+bool MainFrame::AskOpenPath(QWidget* parent, std::string* path) {
+  if (g_openAnswerer) return g_openAnswerer(path);
+  *path = OpenPath;
+  return GetOpenImageFileName(parent, path);
+}
+
 void MainFrame::UpdatePasteStates() {
   const QMimeData* data = QGuiApplication::clipboard()->mimeData();
-  bool image = data && data->hasImage();
+  bool image = data && (data->hasImage() || data->hasFormat("image/png") || data->hasFormat("image/bmp") ||
+                        (data->hasUrls() && data->urls().size() == 1 && data->urls()[0].isLocalFile()));
   bool text = data && data->hasText();
   if (QAction* a = action(CM_PASTE)) a->setEnabled(image || text);
   if (QAction* a = action(CM_PASTENEW)) a->setEnabled(image);
@@ -575,10 +583,8 @@ void MainFrame::Command(int id) {
     case CM_SYSINFO: ShowSysInfo(this); break;
     case CM_TIPOFTHEDAY: ShowTipDialog(this); break;
     case CM_PASTENEW: {
-      const QImage picture = QGuiApplication::clipboard()->image();
-      if (picture.isNull()) break;
-      HDIB dib = QImageToDib(picture);
-      if (!dib) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      HDIB dib = ClipboardPicture(QGuiApplication::clipboard()->mimeData(), static_cast<COLORREF>(DefaultPaperColour));
+      if (!dib) DoMessage(this, FetchString(IDS_BLOCK_ERROR));
       else NewFromDib(dib);
       break;
     }

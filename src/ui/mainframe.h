@@ -132,6 +132,8 @@ class MainFrame : public QMainWindow {
   // The file services a document uses; tests may replace the save dialog.
   bool WriteDocument(QWidget* parent, const std::string& path);
   bool AskSavePath(QWidget* parent, const std::string& start, std::string* path);
+  // The open dialog for an image file (or a test's answer).
+  bool AskOpenPath(QWidget* parent, std::string* path);
   using SavePathAnswerer = std::function<bool(const std::string& start, std::string* path)>;
   static void SetSavePathAnswerer(SavePathAnswerer answerer);
   using OpenPathAnswerer = std::function<bool(std::string* path)>;

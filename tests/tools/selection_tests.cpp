@@ -8,7 +8,9 @@
 
 #include "fake_tool_host.h"
 #include "test_images.h"
+#include "tools/pastetools.h"
 #include "tools/selecttools.h"
+#include "tools/texttool.h"
 
 namespace ochrel {
 namespace {
@@ -452,6 +454,60 @@ TEST(Wand, FrameIsTheShapesEdgeWithADash) {
         ASSERT_EQ(GetDibPixel(LockDib(frame), x, y), expect ? 1u : 0u) << round << " " << x << "," << y;
       }
   }
+}
+
+}  // namespace
+}  // namespace ochrel
+
+// ---- The clipboard's record-level steps ---------------------------------------------------
+
+namespace ochrel {
+namespace {
+
+TEST(PasteSteps, CopyOfALassoSelectionHasPaperOutsideItsShape) {
+  HDIB original = Image(24, 9);
+  FakeDocument doc(DuplicateObject(original));
+  doc.record.PaperColour = kPaper;
+  EXPECT_EQ(SelectionImage(&doc.record), nullptr);  // nothing to copy, nothing to cut
+  doc.Choose(TOOL_LASSO);
+  doc.Press(5, 5);
+  doc.Move(25, 5);
+  doc.Release(5, 25);
+  HDIB copy = SelectionImage(&doc.record);
+  ASSERT_TRUE(LockDib(copy));
+  EXPECT_EQ(Pixel(copy, 2, 2), Pixel(original, 7, 7));  // inside the triangle
+  EXPECT_EQ(Pixel(copy, 18, 18), kPaper);              // in its rectangle, outside the shape
+}
+
+TEST(PasteSteps, PasteCommitsWhatFloatsAndFloatsAtTheViewsTopLeft) {
+  HDIB original = Image(24, 9);
+  FakeDocument doc(DuplicateObject(original));
+  doc.record.PaperColour = kPaper;
+  CurrentTool() = TOOL_RECTSELECT;
+  doc.Drag({10, 8}, {20, 16});
+  doc.host.scrollX = 6;
+  doc.host.scrollY = 2;
+  ASSERT_TRUE(DoPaste(&doc.tools, test::Uniform(4, 3, 24, RGB(7, 8, 9))));
+  doc.Drain();
+  EXPECT_TRUE(test::SamePixels(doc.record.Image, original));  // the first selection went back
+  const auto* s = static_cast<SelectorTool*>(doc.tools.session());
+  ASSERT_TRUE(s && s->param.Fragment);
+  EXPECT_EQ(s->window, (RECT{0, 0, 4, 3}));
+  EXPECT_EQ(s->CommitRect(), (RECT{6, 2, 10, 5}));
+  doc.Press(390, 290);
+  EXPECT_EQ(doc.Pixel(9, 4), RGB(7, 8, 9));
+  EXPECT_EQ(doc.Pixel(10, 4), Pixel(original, 10, 4));
+}
+
+TEST(PasteSteps, PastedTextOpensTheTextTool) {
+  FakeDocument doc(test::Uniform(200, 100, 24, kPaper));
+  CurrentTool() = TOOL_BRUSH;
+  ASSERT_TRUE(DoPasteText(&doc.tools, "Hello"));
+  doc.Drain();
+  ASSERT_TRUE(doc.tools.session());
+  EXPECT_EQ(doc.tools.session()->param.Tool, TOOL_TEXT);
+  EXPECT_EQ(CurrentTool(), TOOL_TEXT);
+  EXPECT_EQ(static_cast<TextTool*>(doc.tools.session())->Text(), "Hello");
 }
 
 }  // namespace
