@@ -1,3 +1,4 @@
+#include <algorithm>
 #include "frame/blockset.h"
 
 #include <cctype>
@@ -166,11 +167,44 @@ std::uint32_t AdjustPixel(const BLOCKSET* r, std::uint32_t value) {
   return value;
 }
 
+namespace {
+bool HistoryOn() { return UndoSteps > 1; }
+
+void UpdateUndoFlags(BLOCKSET* r) {
+  const bool steps = r->History && r->History->UndoCount() > 0;
+  r->UndoAvailable = (r->UndoImage || steps) ? 1 : 0;
+  r->RedoAvailable = r->History && r->History->RedoCount() > 0 ? 1 : 0;
+}
+
+std::size_t UndoBudget() {
+  return UndoMemory > 0 ? static_cast<std::size_t>(UndoMemory) << 20 : DefaultUndoBudget();
+}
+}  // namespace
+
+void CompactUndo(BLOCKSET* r) {
+  if (!r->History || !r->UndoImage) return;
+  const UNDOSTATE state{r->UndoModified, r->UndoTool, r->UndoPaintColour, r->UndoFillColour, r->UndoPaperColour};
+  r->History->Record(std::move(r->UndoImage), state, r->Image);
+  r->UndoImage.reset();
+  r->History->Trim(static_cast<std::size_t>(std::max(1, UndoSteps)), UndoBudget());
+  UpdateUndoFlags(r);
+}
+
 void CreateUndo(BLOCKSET* r) {
+  if (HistoryOn()) {
+    if (!r->History) r->History = std::make_unique<UndoHistory>();
+    CompactUndo(r);
+  } else {
+    r->History.reset();
+    r->RedoAvailable = 0;
+  }
   r->UndoTool = r->Tool;
   r->UndoModified = r->Modified;
   r->UndoImage.reset();
   r->UndoImage = DuplicateObject(r->Image);
+  // Without the copy this change can't be taken back, and the steps before it
+  // no longer fit the picture: Undo will say so, as with one level.
+  if (!r->UndoImage && r->History) r->History->Clear();
   r->UndoPaintColour = r->PaintColour;
   r->UndoFillColour = r->FillColour;
   r->UndoPaperColour = r->PaperColour;
@@ -178,6 +212,12 @@ void CreateUndo(BLOCKSET* r) {
 }
 
 bool DoUndo(BLOCKSET* r) {
+  if (r->History) {
+    CompactUndo(r);
+    const bool ok = r->History->Undo(r);
+    UpdateUndoFlags(r);
+    return ok;
+  }
   if (!r->UndoImage) {
     r->UndoAvailable = 0;
     return false;
@@ -193,9 +233,36 @@ bool DoUndo(BLOCKSET* r) {
   return true;
 }
 
+bool DoRedo(BLOCKSET* r) {
+  if (!r->History) return false;
+  CompactUndo(r);
+  const bool ok = r->History->Redo(r);
+  UpdateUndoFlags(r);
+  return ok;
+}
+
+bool EnsureUndoImage(BLOCKSET* r) {
+  if (r->UndoImage) return true;
+  if (!r->History) return false;
+  UNDOSTATE state;
+  HDIB before = r->History->TakeLast(r->Image, &state);
+  if (!before) return false;
+  // The last step is pending again, as if its change had just been made.
+  r->UndoImage = std::move(before);
+  r->UndoModified = state.Modified;
+  r->UndoTool = state.Tool;
+  r->UndoPaintColour = state.PaintColour;
+  r->UndoFillColour = state.FillColour;
+  r->UndoPaperColour = state.PaperColour;
+  UpdateUndoFlags(r);
+  return true;
+}
+
 void FreeUndo(BLOCKSET* r) {
   r->UndoImage.reset();
+  r->History.reset();
   r->UndoAvailable = 0;
+  r->RedoAvailable = 0;
 }
 
 void FreeBlocks(BLOCKSET* r) { r->Image.reset(); }

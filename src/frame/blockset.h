@@ -2,12 +2,14 @@
 // tool setting of one open document.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "fills/gradient.h"
 #include "fills/matrix.h"
 #include "fills/shadow.h"
 #include "fills/texture.h"
+#include "frame/undohistory.h"
 #include "image/dib.h"
 
 namespace ochrel {
@@ -69,6 +71,9 @@ struct BLOCKSET {
   int GridActive = 0;
   int GridShow = 0;
   int GridHorizontal = 0, GridVertical = 0;
+  // The steps beyond the one undo copy, when UndoSteps is over 1.
+  std::unique_ptr<UndoHistory> History;
+  int RedoAvailable = 0;
 };
 
 // Fills a record with the defaults from the settings. Always 1.
@@ -100,8 +105,17 @@ std::uint32_t AdjustPixel(const BLOCKSET* record, std::uint32_t value);
 
 // One-level undo. CreateUndo keeps UndoAvailable set even when the copy could
 // not be made; DoUndo then reports the failure (false) and changes nothing.
+//
+// With UndoSteps over 1 the copy becomes a step of a history when the change
+// is over (CompactUndo, at the next CreateUndo, the end of a stroke or an
+// Undo); DoUndo then walks back one step and DoRedo forward.
 void CreateUndo(BLOCKSET* record);
 bool DoUndo(BLOCKSET* record);
+bool DoRedo(BLOCKSET* record);
+void CompactUndo(BLOCKSET* record);
+// The whole image as it was before the most recent change, in UndoImage (a
+// tool paints from it); false when there is none.
+bool EnsureUndoImage(BLOCKSET* record);
 void FreeUndo(BLOCKSET* record);
 void FreeBlocks(BLOCKSET* record);
 

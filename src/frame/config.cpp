@@ -192,6 +192,8 @@ const CONFIGITEM configitem[MAXCONFIGITEM] = {
     NUMBER(ToolBoxTop, CI_NUMBER, 0, nullptr, nullptr, nullptr),
     NUMBER(ToMonoType, CI_NUMBER, 0, nullptr, nullptr, nullptr),
     NUMBER(ToPaletteType, CI_NUMBER, 0, nullptr, nullptr, nullptr),
+    NUMBER(UndoMemory, CI_NUMBER | CI_SPIN, 131, nullptr, nullptr, "0,65536,0"),
+    NUMBER(UndoSteps, CI_NUMBER | CI_SPIN, 130, nullptr, nullptr, "1,100,1"),
     NUMBER(UpdateDefaults, CI_ONOFF, 122, nullptr, nullptr, nullptr),
     NUMBER(VersionNumber, CI_NUMBER | CI_WRITEONLY, 0, nullptr, nullptr, nullptr),
     NUMBER(WarnNonBeta, CI_ONOFF, 0, nullptr, nullptr, nullptr),

@@ -20,6 +20,7 @@ std::map<int, bool> ComputeMenuStates(const BLOCKSET* d) {
   s[CM_TOPALETTE] = image && t != IMAGE_PALETTED;
   s[CM_TOMONO] = image && t != IMAGE_MONO;
   s[CM_UNDO] = d && d->UndoAvailable;
+  s[CM_REDO] = d && d->RedoAvailable;
   // Copy to and Clear work on a floating selection; Cut and Copy also on an open text box.
   const bool selection = image && HasSelection(d);
   for (int c : {CM_COPYTO, CM_CLEAR}) s[c] = selection;

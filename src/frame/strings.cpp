@@ -46,6 +46,7 @@ const std::map<int, const char*>& Table() {
       {1706, "Exits Ochrel (Shift to save current options)."},
       {1708, "Saves the current presentation to disk."},
       {1709, "Loads a presentation from disk."},
+      {1710, "Redoes the most recently undone operation."},
       {1713, "Displays the manual document"},
       {3900, "Rectangle selector"},
       {3901, "Irregular selector"},

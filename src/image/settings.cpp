@@ -161,6 +161,8 @@ namespace ochrel {
   N(ToolBoxTop, 0) \
   N(ToMonoType, 101) \
   N(ToPaletteType, 101) \
+  N(UndoMemory, 0) \
+  N(UndoSteps, 1) \
   N(UpdateDefaults, 0) \
   N(VersionNumber, 64) \
   N(WarnNonBeta, 1) \

@@ -163,6 +163,8 @@ extern int ToolBoxLeft;
 extern int ToolBoxTop;
 extern int ToMonoType;
 extern int ToPaletteType;
+extern int UndoSteps;   // 1: one level of Undo; more: a history with Redo
+extern int UndoMemory;  // the history's budget in MiB, 0 for the default
 extern int UpdateDefaults;
 extern int VersionNumber;
 extern int WarnNonBeta;

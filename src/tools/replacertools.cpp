@@ -278,6 +278,7 @@ void LocalUndoTool::OnLButtonDown(int x, int y, unsigned) {
   param.LastX = x;
   param.LastY = y;
   BLOCKSET* r = document->record();
+  EnsureUndoImage(r);  // with a history, the picture before its latest step
   const BITMAPINFOHEADER* img = LockDib(r->Image);
   const BITMAPINFOHEADER* undo = LockDib(r->UndoImage);
   if (!img || !undo || undo->biBitCount != img->biBitCount) {

@@ -288,7 +288,11 @@ void DocumentTools::Post(Receiver receiver, int message, std::int64_t wParam, st
 }
 
 void DocumentTools::OnDocumentMessage(int message, std::int64_t, std::int64_t) {
-  if (message == UM_TOOLFINISHED) record_->Modified = 1;
+  if (message == UM_TOOLFINISHED) {
+    record_->Modified = 1;
+    // The change is over: with a history its copy shrinks to what it touched.
+    CompactUndo(record_);
+  }
   if (message == UM_IMAGECHANGED || message == UM_TOOLFINISHED) host_->UpdateMenuStates();
 }
 

@@ -599,11 +599,17 @@ void DocumentWindow::ZoomAround(int viewMode, QPoint at) {
 bool DocumentWindow::Command(int id) {
   switch (id) {
     case CM_UNDO:
+    case CM_REDO:
       // An open text box or a floating selection goes down first, so that
       // Undo takes the image back to how it was before it.
       CommitSelection();
-      if (!record_.UndoAvailable) return true;
-      if (!DoUndo(&record_)) DoMessage(this, "Internal error in Undo -- this file will be discarded.");
+      if (id == CM_UNDO) {
+        if (!record_.UndoAvailable) return true;
+        if (!DoUndo(&record_)) DoMessage(this, "Internal error in Undo -- this file will be discarded.");
+      } else {
+        if (!record_.RedoAvailable) return true;
+        if (!DoRedo(&record_)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      }
       ImageReplaced();
       return true;
     case CM_GRIDACTIVE:

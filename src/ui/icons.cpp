@@ -210,6 +210,12 @@ QIcon CommandIcon(int command) {
     case CM_OPEN: return DrawnIcon(Folder);
     case CM_SAVE: return DrawnIcon(Disk);
     case CM_UNDO: return DrawnIcon(Undo);
+    case CM_REDO:
+      return DrawnIcon([](QPainter& p) {
+        p.translate(1, 0);
+        p.scale(-1, 1);
+        Undo(p);
+      });
     case CM_GRIDACTIVE: return DrawnIcon(Grid);
     case CM_SHADOWS: return DrawnIcon(Shadow);
     case CM_MANUAL: return DrawnIcon(Book);

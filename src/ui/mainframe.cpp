@@ -352,6 +352,7 @@ void MainFrame::BuildMenus() {
 
   QMenu* edit = mb->addMenu("&Edit");
   AddItem(edit, "&Undo\tCtrl+U (Alt+Backspace)", CM_UNDO, true);
+  AddItem(edit, "&Redo\tCtrl+Y", CM_REDO, true);
   edit->addSeparator();
   AddItem(edit, "Cu&t\tCtrl+X (Shift+Del)", CM_CUT, true);
   AddItem(edit, "&Copy\tCtrl+C (Ctrl+Ins)", CM_COPY, true);
@@ -384,6 +385,11 @@ void MainFrame::BuildMenus() {
   AddItem(windowMenu_, "&Arrange Icons", CM_ARRANGE, true);
   windowMenu_->addSeparator();
   AddItem(windowMenu_, "&Duplicate\tCtrl+D", CM_DUPLICATE, true);
+  // With a history of Undo, how far it reaches each way.
+  undoInfo_ = windowMenu_->addAction(QString());
+  undoInfo_->setObjectName("undoSteps");
+  undoInfo_->setEnabled(false);
+  undoInfo_->setVisible(false);
   // The open documents, listed under the separator as the window menu does.
   connect(windowMenu_, &QMenu::aboutToShow, this, [this] {
     for (QAction* a : windowMenu_->actions())
@@ -424,6 +430,7 @@ void MainFrame::BuildAccelerators() {
       {QKeySequence(Qt::CTRL | Qt::Key_U), CM_UNDO},         {QKeySequence(Qt::CTRL | Qt::Key_Z), CM_UNDO},
       {QKeySequence(Qt::CTRL | Qt::Key_0), CM_OPEN},         {QKeySequence(Qt::SHIFT | Qt::Key_F5), CM_CASCADE},
       {QKeySequence(Qt::SHIFT | Qt::Key_F4), CM_TILE},       {QKeySequence(Qt::CTRL | Qt::Key_D), CM_DUPLICATE},
+      {QKeySequence(Qt::CTRL | Qt::Key_Y), CM_REDO},         {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), CM_REDO},
   };
   for (const auto& [keys, id] : table) {
     auto* sc = new QShortcut(keys, this);
@@ -491,6 +498,12 @@ void MainFrame::StatusText(const QString& text) { status_->message()->setText(te
 
 void MainFrame::UpdateMenuStates() {
   DocumentWindow* d = ActiveDocument();
+  if (undoInfo_) {
+    const UndoHistory* h = d ? d->record()->History.get() : nullptr;
+    const int back = h ? static_cast<int>(h->UndoCount()) + (d->record()->UndoImage ? 1 : 0) : 0;
+    undoInfo_->setVisible(UndoSteps > 1 && d);
+    undoInfo_->setText(QString("Undo: %1 back, %2 forward").arg(back).arg(h ? static_cast<int>(h->RedoCount()) : 0));
+  }
   for (const auto& [id, enabled] : ComputeMenuStates(d ? d->record() : nullptr)) {
     if (QAction* a = action(id)) a->setEnabled(enabled);
     if (QToolButton* b = bar_->button(id)) b->setEnabled(enabled);

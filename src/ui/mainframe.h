@@ -153,6 +153,7 @@ class MainFrame : public QMainWindow {
   QAction* AddItem(QMenu* menu, const char* label, int id, bool grey);
   void RebuildRecentMenu();
   void UpdatePasteStates();
+  QAction* undoInfo_ = nullptr;
   DocumentWindow* CreateNewTask(const std::string& path);
   void FinishNewDocument(DocumentWindow* w);
   void DoNewCommand();

@@ -257,6 +257,7 @@ const std::pair<unsigned, const char*> kSetupLabels[] = {
     {107, "Show startup window"},      {108, "Show tip of the day"},  {122, "Update defaults"},
     {115, "Warn before displaying manual"},
     {114, "JPEG Quality:"},            {120, "Nudge size:"},
+    {130, "Undo steps:"},              {131, "Undo memory (MiB, 0 for automatic):"},
 };
 }  // namespace
 

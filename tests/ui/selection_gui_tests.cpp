@@ -11,6 +11,7 @@
 
 #include "fills/matrix.h"
 #include "frame/commands.h"
+#include <QSpinBox>
 #include "frame/paths.h"
 #include "image/settings.h"
 #include "frame_fixture.h"
@@ -18,6 +19,7 @@
 #include "tools/selecttools.h"
 #include "ui/dialogrunner.h"
 #include "ui/filterdialog.h"
+#include "ui/startup.h"
 #include "ui/toolbox.h"
 
 namespace ochrel {
@@ -166,6 +168,42 @@ TEST_F(SelectionGuiTest, FragmentBecomesTheTileFillAndJoinsALibrary) {
   ASSERT_EQ(tiles.size(), 1u);
   EXPECT_TRUE(test::SamePixels(tiles[0], fragment));
   EXPECT_TRUE(prompts.empty());
+}
+
+}  // namespace
+}  // namespace ochrel
+
+namespace ochrel {
+namespace {
+
+// Undo with a history, set in Setup: three strokes, three steps back, two forward.
+TEST_F(SelectionGuiTest, UndoStepsFromSetupWalkBackAndForward) {
+  SetDialogAnswerer([](QDialog& box) {
+    auto* steps = box.findChild<QSpinBox*>("130");
+    if (!steps) return false;
+    steps->setValue(5);
+    static_cast<SetupDialog&>(box).GetSetupControls();  // what OK does
+    return true;
+  });
+  frame->Command(CM_SETUP);
+  SetDialogAnswerer({});
+  ASSERT_EQ(UndoSteps, 5);
+  frame->toolBox()->button(TOOL_PEN)->click();
+  record->PaintColour = RGB(0, 0, 255);
+  std::vector<HDIB> after;
+  for (int k = 0; k < 3; ++k) {
+    Drag(QPoint(10, 40 + 10 * k), QPoint(100, 40 + 10 * k), {QPoint(50, 40 + 10 * k)});
+    after.push_back(DuplicateObject(record->Image));
+  }
+  EXPECT_NE(test::Pixel(after[2], 50, 60), test::Pixel(after[1], 50, 60));
+  for (int k = 0; k < 3; ++k) frame->Command(CM_UNDO);
+  EXPECT_TRUE(test::SamePixels(record->Image, original));
+  EXPECT_FALSE(frame->action(CM_UNDO)->isEnabled());
+  frame->Command(CM_REDO);
+  frame->Command(CM_REDO);
+  EXPECT_TRUE(test::SamePixels(record->Image, after[1]));
+  EXPECT_TRUE(frame->action(CM_REDO)->isEnabled());
+  UndoSteps = 1;
 }
 
 }  // namespace
