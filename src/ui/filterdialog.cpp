@@ -860,13 +860,15 @@ int DoMasterFilterDialog(QWidget* window, BLOCKSET* record, int filterType) {
     if (FilterApplyToDuplicate) {
       // The source document stays as it was.
       if (document && document->frame()) document->frame()->NewFromDib(param.AfterImage);
-    } else if (param.HasSelection && record->ToolWindow) {
+    } else if (param.HasSelection) {
       // The result replaces the floating fragment; it reaches the image when
       // the selection is laid down, so it leaves no undo step of its own.
-      TOOLPARAM& tp = record->ToolWindow->param;
-      tp.Fragment = std::move(param.AfterImage);
-      if (tp.Tool == TOOL_RECTSELECT && param.NewMask) tp.SelectMask = OneBitMask(param.NewMask);
-      if (document) document->tools()->Send(UM_FRAGMENTCHANGED);
+      if (HasSelection(record)) {
+        TOOLPARAM& tp = record->ToolWindow->param;
+        tp.Fragment = std::move(param.AfterImage);
+        if (tp.Tool == TOOL_RECTSELECT && param.NewMask) tp.SelectMask = OneBitMask(param.NewMask);
+        if (document) document->tools()->Send(UM_FRAGMENTCHANGED);
+      }
     } else {
       // No selection: the whole image is replaced, with one step of undo.
       CreateUndo(record);
