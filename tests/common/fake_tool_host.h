@@ -20,9 +20,9 @@ class FakeToolHost : public ToolHost {
   bool ctrl = false, shift = false, alt = false;
   ToolSession* captured = nullptr;
   ToolSession* timerTool = nullptr;
-  int cursor = 0, menuUpdates = 0;
+  int cursor = 0, menuUpdates = 0, redraws = 0, timerMs = 0;
   std::string status;
-  std::vector<std::string> messages, inversions;
+  std::vector<std::string> messages, inversions, statuses;
   std::vector<RECT> invalidated, repainted, inverted;
   struct Popup {
     POINT at;
@@ -40,8 +40,14 @@ class FakeToolHost : public ToolHost {
   }
   void SelectViewMode(int) override {}
   void InvalidateImage(RECT r) override { invalidated.push_back(r); }
-  void InvalidateView() override { invalidated.push_back(RECT{-1, -1, -1, -1}); }
-  void StartTimer(ToolSession* t, int, int) override { timerTool = t; }
+  void InvalidateView() override {
+    invalidated.push_back(RECT{-1, -1, -1, -1});
+    ++redraws;
+  }
+  void StartTimer(ToolSession* t, int, int ms) override {
+    timerTool = t;
+    timerMs = ms;
+  }
   void StopTimer(ToolSession*, int) override { timerTool = nullptr; }
   void CaptureMouse(ToolSession* t) override { captured = t; }
   void ReleaseMouse() override { captured = nullptr; }
@@ -49,7 +55,10 @@ class FakeToolHost : public ToolHost {
   bool ShiftDown() const override { return shift; }
   bool AltDown() const override { return alt; }
   void ShowMessage(const std::string& text) override { messages.push_back(text); }
-  void StatusText(const std::string& text) override { status = text; }
+  void StatusText(const std::string& text) override {
+    status = text;
+    if (!text.empty()) statuses.push_back(text);
+  }
   void SetCursor(int resource) override { cursor = resource; }
   void UpdateMenuStates() override { ++menuUpdates; }
   void InvertRectangle(RECT r) override {

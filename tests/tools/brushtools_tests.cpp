@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "fake_tool_host.h"
+
 #include <string>
 #include <vector>
 
@@ -11,35 +13,7 @@
 namespace ochrel {
 namespace {
 
-class StrokeHost : public ToolHost {
- public:
-  int ScrollX() const override { return 0; }
-  int ScrollY() const override { return 0; }
-  int ClientWidth() const override { return 200; }
-  int ClientHeight() const override { return 200; }
-  void SetScrollBars(int, int) override {}
-  void SelectViewMode(int) override {}
-  void InvalidateImage(RECT r) override { invalidated.push_back(r); }
-  void InvalidateView() override {}
-  void StartTimer(ToolSession* t, int id, int ms) override {
-    timerTool = t;
-    timerMs = ms;
-  }
-  void StopTimer(ToolSession*, int) override { timerTool = nullptr; }
-  void CaptureMouse(ToolSession*) override {}
-  void ReleaseMouse() override {}
-  bool ControlDown() const override { return false; }
-  bool ShiftDown() const override { return false; }
-  bool AltDown() const override { return false; }
-  void ShowMessage(const std::string& t) override { messages.push_back(t); }
-  void StatusText(const std::string&) override {}
-  void SetCursor(int) override {}
-  void UpdateMenuStates() override {}
-  std::vector<RECT> invalidated;
-  std::vector<std::string> messages;
-  ToolSession* timerTool = nullptr;
-  int timerMs = 0;
-};
+using StrokeHost = test::FakeToolHost;
 
 class BrushToolsTest : public ::testing::Test {
  protected:

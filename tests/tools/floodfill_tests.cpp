@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "fake_tool_host.h"
+
 #include <random>
 #include <string>
 #include <vector>
@@ -439,31 +441,7 @@ TEST(FloodFillBox, FeatherMaskIsTheSmallKernelAndTheFillKnowsItsBox) {
 
 // ---- The tool through the fake host -------------------------------------------------------
 
-class Host : public ToolHost {
- public:
-  std::vector<std::string> messages;
-  int ScrollX() const override { return scrollX; }
-  int ScrollY() const override { return scrollY; }
-  int ClientWidth() const override { return 400; }
-  int ClientHeight() const override { return 300; }
-  void SetScrollBars(int, int) override {}
-  void SelectViewMode(int) override {}
-  void InvalidateImage(RECT) override {}
-  void InvalidateView() override { ++redraws; }
-  void StartTimer(ToolSession*, int, int) override {}
-  void StopTimer(ToolSession*, int) override {}
-  void CaptureMouse(ToolSession*) override {}
-  void ReleaseMouse() override {}
-  bool ControlDown() const override { return false; }
-  bool ShiftDown() const override { return false; }
-  bool AltDown() const override { return false; }
-  void ShowMessage(const std::string& text) override { messages.push_back(text); }
-  void StatusText(const std::string& text) override { status = text; }
-  void SetCursor(int) override {}
-  void UpdateMenuStates() override {}
-  std::string status;
-  int redraws = 0, scrollX = 0, scrollY = 0;
-};
+using Host = test::FakeToolHost;
 
 class BucketToolTest : public ::testing::Test {
  protected:

@@ -2,6 +2,8 @@
 // with a fake screen, and the commits' exact pixels.
 #include <gtest/gtest.h>
 
+#include "fake_tool_host.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -21,58 +23,7 @@ namespace {
 
 constexpr COLORREF kWhite = RGB(255, 255, 255);
 
-// The platform as the shape tools see it: a view and a record of what was
-// inverted on the screen.
-class ShapeHost : public ToolHost {
- public:
-  int scrollX = 0, scrollY = 0, width = 400, height = 300;
-  bool ctrl = false;
-  std::string status;
-  std::vector<std::string> inversions;
-  std::vector<RECT> invalidated;
-  int ScrollX() const override { return scrollX; }
-  int ScrollY() const override { return scrollY; }
-  int ClientWidth() const override { return width; }
-  int ClientHeight() const override { return height; }
-  void SetScrollBars(int x, int y) override {}
-  void SelectViewMode(int) override {}
-  void InvalidateImage(RECT r) override { invalidated.push_back(r); }
-  void InvalidateView() override { invalidated.push_back(RECT{-1, -1, -1, -1}); }
-  void StartTimer(ToolSession*, int, int) override {}
-  void StopTimer(ToolSession*, int) override {}
-  void CaptureMouse(ToolSession*) override { captured = true; }
-  void ReleaseMouse() override { captured = false; }
-  bool ControlDown() const override { return ctrl; }
-  bool ShiftDown() const override { return false; }
-  bool AltDown() const override { return false; }
-  void ShowMessage(const std::string& text) override { messages.push_back(text); }
-  void StatusText(const std::string& text) override {
-    status = text;
-    if (!text.empty()) statuses.push_back(text);
-  }
-  void SetCursor(int) override {}
-  void UpdateMenuStates() override {}
-  void InvertRectangle(RECT r) override { inversions.push_back("rect " + Rect(r)); }
-  void InvertEllipse(RECT r) override { inversions.push_back("ellipse " + Rect(r)); }
-  void InvertLine(POINT a, POINT b) override {
-    inversions.push_back("line " + std::to_string(a.x) + "," + std::to_string(a.y) + " " + std::to_string(b.x) + "," +
-                         std::to_string(b.y));
-  }
-  // Every figure inverted an even number of times: nothing is left on the screen.
-  bool ScreenClean() const {
-    std::map<std::string, int> n;
-    for (const auto& s : inversions) ++n[s];
-    for (const auto& [s, count] : n)
-      if (count % 2) return false;
-    return true;
-  }
-  static std::string Rect(RECT r) {
-    return std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
-           std::to_string(r.bottom);
-  }
-  bool captured = false;
-  std::vector<std::string> messages, statuses;
-};
+using ShapeHost = test::FakeToolHost;
 
 class ShapeTest : public ::testing::Test {
  protected:
