@@ -1,14 +1,19 @@
 // The program: starts the rendering back end first and ends it last, builds the
 // frame, opens a file named on the command line, and runs the event loop.
 #include <QApplication>
+#include <QIcon>
 #include <QScreen>
 #include <QTimer>
 
+#include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <filesystem>
 
 #include "frame/commands.h"
 #include "frame/config.h"
 #include "frame/strings.h"
+#include "frame/version.h"
 #include "image/crand.h"
 #include "image/settings.h"
 #include "render/wrapper.h"
@@ -17,8 +22,46 @@
 #include "ui/startup.h"
 #include "frame/tips.h"
 
+namespace {
+
+// --help and --version answer on the terminal before any window exists.
+bool AnswerInfoOption(int argc, char** argv) {
+  if (argc != 2) return false;
+  if (!std::strcmp(argv[1], "--version")) {
+    std::printf("Ochrel %s\n", ochrel::kOchrelVersion);
+    return true;
+  }
+  if (!std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "-h")) {
+    std::printf(
+        "usage: ochrel [FILE...]\n\n"
+        "Ochrel, a paint program for JPEG, BMP, PCX, TGA and PNG pictures.\n"
+        "A command line naming one file opens it; several existing files open in windows of their own.\n\n"
+        "  --help     print this text and exit\n"
+        "  --version  print the version and exit\n\n"
+        "ochrel-cli runs the same engine on files from the shell.\n");
+    return true;
+  }
+  return false;
+}
+
+// The files to open: the whole line as one name, as the program has always
+// read it; when that names nothing and every word is a file (a file manager
+// passing several), each word.
+QStringList FilesToOpen(const QStringList& args) {
+  if (args.isEmpty()) return {};
+  const QString line = args.join(' ');
+  std::error_code ec;
+  if (args.size() == 1 || std::filesystem::exists(line.toStdString(), ec)) return {line};
+  for (const QString& a : args)
+    if (!std::filesystem::is_regular_file(a.toStdString(), ec)) return {line};
+  return args;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   using namespace ochrel;
+  if (AnswerInfoOption(argc, argv)) return 0;
   ochrel::srand(static_cast<unsigned>(std::time(nullptr)));
   WRAPPERBLOCK wrapper;
   wrapper.Operation = WRAPPER_START;
@@ -28,6 +71,14 @@ int main(int argc, char** argv) {
   {
     QApplication app(argc, argv);
     QApplication::setApplicationName("Ochrel");
+    // Ties the windows to the launcher entry and its icon.
+    QGuiApplication::setDesktopFileName("org.ochrel.Ochrel");
+    QIcon icon = QIcon::fromTheme("org.ochrel.Ochrel");
+    if (icon.isNull()) {
+      Q_INIT_RESOURCE(appicon);
+      for (int size : {16, 32, 48, 64, 128, 256}) icon.addFile(QString(":/appicon/%1.png").arg(size));
+    }
+    QApplication::setWindowIcon(icon);
     ReadStartupWindowFlag();
     QScreen* screen = QGuiApplication::primaryScreen();
     SetDisplayBits(screen ? screen->depth() : 0);
@@ -38,9 +89,9 @@ int main(int argc, char** argv) {
     // One command line is one file name, quotes and all.
     QStringList args = QApplication::arguments();
     args.removeFirst();
-    if (!args.isEmpty()) {
-      std::string line = args.join(' ').toStdString();
-      QTimer::singleShot(0, &frame, [&frame, line] { frame.OpenFile(line); });
+    for (const QString& file : FilesToOpen(args)) {
+      std::string name = file.toStdString();
+      QTimer::singleShot(0, &frame, [&frame, name] { frame.OpenFile(name); });
     }
     frame.show();
     if (StartMaximized) frame.showMaximized();
