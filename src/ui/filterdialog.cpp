@@ -1,4 +1,5 @@
 #include "ui/filterdialog.h"
+#include "ui/hidpi.h"
 
 #include <QApplication>
 #include <QButtonGroup>
@@ -161,8 +162,7 @@ void DrawModePicture(QPainter& p, const QRect& r, int mode) {
 }
 
 QCursor ZoomCursor() {
-  QPixmap pm(24, 24);
-  pm.fill(Qt::transparent);
+  QPixmap pm = CrispPixmap(QSize(24, 24));
   QPainter p(&pm);
   p.setRenderHint(QPainter::Antialiasing);
   p.setPen(QPen(Qt::white, 4));
@@ -178,8 +178,7 @@ QCursor ZoomCursor() {
 
 // A curved arrow round a centre: clockwise or counter-clockwise.
 QPixmap DirectionPicture(bool clockwise) {
-  QPixmap pm(28, 28);
-  pm.fill(Qt::transparent);
+  QPixmap pm = CrispPixmap(QSize(28, 28));
   QPainter p(&pm);
   p.setRenderHint(QPainter::Antialiasing);
   p.setPen(QPen(QColor(30, 30, 30), 2));
@@ -654,10 +653,9 @@ void MasterFilterBox::UpdateLabels() {
   magnification_[0]->setText(QString::asprintf(FetchString(323), param_->BeforeZoom));
   magnification_[1]->setText(QString::asprintf(FetchString(323), param_->AfterZoom));
   for (int k = 0; k < 2; ++k) {
-    QPixmap pm(20, 20);
-    pm.fill(Qt::transparent);
+    QPixmap pm = CrispPixmap(QSize(20, 20));
     QPainter p(&pm);
-    DrawModePicture(p, pm.rect(), k == 0 ? param_->BeforeMode : param_->AfterMode);
+    DrawModePicture(p, QRect(0, 0, 20, 20), k == 0 ? param_->BeforeMode : param_->AfterMode);
     p.end();
     modes_[k]->setIcon(QIcon(pm));
     modes_[k]->setToolTip((k == 0 ? param_->BeforeMode : param_->AfterMode) ? "Pan" : "Zoom");

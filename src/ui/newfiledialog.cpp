@@ -1,4 +1,5 @@
 #include "ui/newfiledialog.h"
+#include "ui/hidpi.h"
 
 #include <QColorDialog>
 #include <QComboBox>
@@ -64,13 +65,13 @@ NewFileBox::NewFileBox(const NEWFILEPARAM& initial, QWidget* parent) : QDialog(p
 }
 
 void NewFileBox::UpdateSwatch() {
-  QPixmap pm(44, 14);
+  QPixmap pm = CrispPixmap(QSize(44, 14));
   pm.fill(ToQColor(colour_));
   QPainter p(&pm);
   p.setPen(Qt::black);
   p.drawRect(0, 0, 43, 13);
   background_->setIcon(QIcon(pm));
-  background_->setIconSize(pm.size());
+  background_->setIconSize(QSize(44, 14));
   background_->setEnabled(true);
 }
 
