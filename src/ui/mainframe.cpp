@@ -25,6 +25,8 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
+#include <memory>
+
 #include "files/imagefile.h"
 #include "frame/blockset.h"
 #include "image/convert.h"
@@ -43,6 +45,7 @@
 #include "ui/filedialogs.h"
 #include "ui/filterdialog.h"
 #include "ui/icons.h"
+#include "ui/longwork.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
 #include "ui/settingswindow.h"
@@ -606,10 +609,15 @@ void MainFrame::DoOpenCommand() {
   }
   DocumentWindow* w = CreateNewTask(path);
   BLOCKSET* r = w->record();
-  QApplication::setOverrideCursor(Qt::WaitCursor);
-  int ok = LoadGraphicFile(r->Image, path.c_str());
-  QApplication::restoreOverrideCursor();
-  if (!ok) {
+  auto loaded = std::make_shared<HDIB>();
+  auto ok = std::make_shared<int>(0);
+  if (RunLongWork(this, "Opening", [loaded, ok, path] { *ok = LoadGraphicFile(*loaded, path.c_str()); }) ==
+      LongWorkEnd::Cancelled) {
+    w->Discard();
+    return;
+  }
+  r->Image = std::move(*loaded);
+  if (!*ok) {
     DoMessage(this, FetchString(IDS_ERROR_READING));
     w->Discard();
     return;
@@ -662,10 +670,12 @@ void MainFrame::DoConvert(int id) {
     converted = id == CM_TOPALETTE ? ConvertToPalette(this, image) : ConvertToMono(this, image);
     if (!converted) return;
   } else {
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    if (id == CM_TOTRUECOLOUR) converted = ConvertToTrueColour(source->record()->Image);
-    else if (id == CM_TOGREY) converted = ConvertToGrey(source->record()->Image);
-    QApplication::restoreOverrideCursor();
+    bool cancelled = false;
+    converted = RunLongImageWork(
+        this, "Converting", source->record()->Image,
+        [id](const HDIB& image) { return id == CM_TOTRUECOLOUR ? ConvertToTrueColour(image) : ConvertToGrey(image); },
+        &cancelled);
+    if (cancelled) return;
     if (!converted) {
       DoMessage(this, FetchString(IDS_MEMORY_ERROR));
       return;
@@ -683,7 +693,12 @@ bool MainFrame::WriteDocument(QWidget*, const std::string& path) {
   for (QMdiSubWindow* w : client_->subWindowList())
     if (auto* doc = qobject_cast<DocumentWindow*>(w); doc && doc->record()->FileName == path) d = doc;
   if (!d) d = ActiveDocument();
-  return d && WriteGraphicFile(d->record()->Image, path.c_str()) != 0;
+  if (!d) return false;
+  // Saving goes to its end once begun: a half-cancelled save could still replace the file.
+  const HDIB& image = d->record()->Image;
+  int ok = 0;
+  RunLongWork(this, "Saving", [&image, &ok, path] { ok = WriteGraphicFile(image, path.c_str()); }, false);
+  return ok != 0;
 }
 
 bool MainFrame::AskSavePath(QWidget* parent, const std::string& start, std::string* path) {
