@@ -99,7 +99,8 @@ int main(int argc, char** argv) {
     if (LogoWindow* logo = CurrentLogo()) logo->raise();
 
     // The program needs true colour and at least 800 by 600.
-    QSize size = screen ? screen->size() : QSize();
+    // Counted in the display's own pixels: a scaled desktop has fewer logical ones.
+    QSize size = screen ? screen->size() * screen->devicePixelRatio() : QSize();
     if (GetDisplayBits() <= 8 || size.width() < 800 || size.height() < 600) {
       CloseLogo();
       ShowDriverDialog(&frame);
