@@ -32,7 +32,8 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The text tool's default face and the program's fonts; Qt needs a platform plugin.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-liberation, fonts-dejavu-core, qt6-qpa-plugins")
+# CPack puts the summary first and indents these lines itself.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-    "paint program for JPEG, BMP, PCX, TGA and PNG pictures\n Ochrel edits several pictures at once with eighteen tools, seventeen filters,\n gradient, texture and tiled fills and soft shadows. ochrel-cli runs the same\n engine on files from the shell.")
+    "Ochrel edits several pictures at once with eighteen tools, seventeen filters,\ngradient, texture and tiled fills and soft shadows. ochrel-cli runs the same\nengine on files from the shell.")
 set(CPACK_STRIP_FILES ON)
 include(CPack)

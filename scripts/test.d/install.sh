@@ -48,6 +48,12 @@ deps=$(dpkg-deb -f "$deb" Depends)
 for lib in libqt6widgets6 libpng16 libjpeg62-turbo libc6; do
   grep -q "$lib" <<<"$deps" || fail "the package doesn't depend on $lib ($deps)"
 done
-dpkg-deb -c "$deb" | grep -q './usr/bin/ochrel$' || fail "the package lacks usr/bin/ochrel"
-dpkg-deb -c "$deb" | grep -q './usr/share/applications/org.ochrel.Ochrel.desktop$' || fail "the package lacks the desktop entry"
+files=$(dpkg-deb -c "$deb")
+for f in usr/bin/ochrel usr/bin/ochrel-cli usr/share/ochrel/OCHREL.CCL usr/share/applications/org.ochrel.Ochrel.desktop; do
+  grep -q "\./$f\$" <<<"$files" || fail "the package lacks $f"
+done
+# Unpacked anywhere, the packaged programs run and find their data.
+dpkg-deb -x "$deb" "$tmp/unpacked"
+"$tmp/unpacked/usr/bin/ochrel-cli" --help | grep -q '^usage: ochrel-cli' || fail "the packaged ochrel-cli --help"
+"$tmp/unpacked/usr/bin/ochrel" --version | grep -q '^Ochrel ' || fail "the packaged ochrel --version"
 echo "install checks passed ($(basename "$deb"))"

@@ -618,8 +618,10 @@ void MainFrame::DoOpenCommand() {
   }
   r->Image = std::move(*loaded);
   if (!*ok) {
+    // The frame may close while the message stands (the quit timer of smoke tests).
+    QPointer<DocumentWindow> guard(w);
     DoMessage(this, FetchString(IDS_ERROR_READING));
-    w->Discard();
+    if (guard) guard->Discard();
     return;
   }
   r->HasFile = 1;
