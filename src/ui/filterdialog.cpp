@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <cstdio>
 
 #include "frame/blockset.h"
@@ -31,6 +32,7 @@
 #include "frame/view.h"
 #include "image/settings.h"
 #include "ui/dialogrunner.h"
+#include "ui/longwork.h"
 #include "ui/documentwindow.h"
 #include "ui/mainframe.h"
 #include "ui/messages.h"
@@ -335,6 +337,11 @@ struct MasterFilterBox::PreviewJob {
   int filter = -1;
   HDIB result;
   std::atomic<bool> done{false};
+  // A run started by OK reads its own copy of the picture, so that Esc can
+  // abandon it; once abandoned the worker leaves the dialog alone.
+  HDIB before;
+  std::mutex lock;
+  bool abandoned = false;
 };
 
 MasterFilterBox::MasterFilterBox(FILTERPARAM* param, QWidget* parent) : QDialog(parent), param_(param) {
@@ -681,6 +688,7 @@ void MasterFilterBox::SetBusy(bool busy) {
   cancel_->setEnabled(!busy);
   if (busy && !waitCursor_) QApplication::setOverrideCursor(Qt::WaitCursor);
   if (!busy && waitCursor_) QApplication::restoreOverrideCursor();
+  if (!busy) signs_.reset();
   waitCursor_ = busy;
 }
 
@@ -698,13 +706,20 @@ void MasterFilterBox::StartPreview(bool thenAccept) {
   job_ = job;
   acceptWhenDone_ = thenAccept;
   scrolledDuringRun_ = false;
+  if (thenAccept && param_->BeforeImage) {
+    job->before = DuplicateObject(*param_->BeforeImage);
+    if (job->before) job->param.BeforeImage = &job->before;
+    signs_ = std::make_unique<LongWorkSigns>(parentWidget(), "Filtering", job->before != nullptr);
+  }
   // The filter works on its own copy of the settings, so the controls stay
   // live; the result comes back to this thread as a queued call.
   try {
     worker_ = std::thread([this, job] {
+      PassLongWorkGate();
       job->result = RunFilter(job->filter, &job->param);
       job->done = true;
-      QMetaObject::invokeMethod(this, [this] { DeliverPreview(); }, Qt::QueuedConnection);
+      std::lock_guard<std::mutex> hold(job->lock);
+      if (!job->abandoned) QMetaObject::invokeMethod(this, [this] { DeliverPreview(); }, Qt::QueuedConnection);
     });
   } catch (...) {
     job->result = RunFilter(job->filter, &job->param);
@@ -771,7 +786,20 @@ void MasterFilterBox::RememberFilterName() {
 }
 
 void MasterFilterBox::done(int result) {
-  // A running filter can't be stopped: the dialog stays until it is through.
+  if (job_ && acceptWhenDone_ && job_->before && result == QDialog::Rejected) {
+    // Esc while OK's filter runs: it finishes alone on its copy, and its result is never applied.
+    {
+      std::lock_guard<std::mutex> hold(job_->lock);
+      job_->abandoned = true;
+    }
+    if (worker_.joinable()) worker_.detach();
+    job_.reset();
+    acceptWhenDone_ = false;
+    SetBusy(false);
+    QDialog::done(result);
+    return;
+  }
+  // A running preview can't be stopped: the dialog stays until it is through.
   if (job_) return;
   QDialog::done(result);
 }

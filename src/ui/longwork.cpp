@@ -124,8 +124,19 @@ void WaitForAbandoned() {
 
 }  // namespace
 
+struct LongWorkSigns::Parts {
+  BusySigns signs;
+  Parts(QWidget* owner, const QString& label, bool cancellable) : signs(owner, label, cancellable) {}
+};
+LongWorkSigns::LongWorkSigns(QWidget* owner, const QString& label, bool cancellable)
+    : parts_(std::make_unique<Parts>(owner, label, cancellable)) {}
+LongWorkSigns::~LongWorkSigns() = default;
+
 void SetLongWorkShowDelay(int ms) { g_showDelay = std::max(0, ms); }
 void SetLongWorkGate(std::function<void()> gate) { g_gate = std::move(gate); }
+void PassLongWorkGate() {
+  if (std::function<void()> gate = g_gate) gate();
+}
 
 LongWorkEnd RunLongWork(QWidget* owner, const QString& label, std::function<void()> work, bool cancellable) {
   WaitForAbandoned();

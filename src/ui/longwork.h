@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 
 #include "image/dib.h"
 
@@ -29,10 +30,26 @@ LongWorkEnd RunLongWork(QWidget* owner, const QString& label, std::function<void
 HDIB RunLongImageWork(QWidget* owner, const QString& label, const HDIB& source,
                       std::function<HDIB(const HDIB&)> make, bool* cancelled);
 
+// The busy cursor and the status bar's label and moving bar alone, for work
+// that runs its own worker (the filter dialog's OK), for as long as it lives.
+class LongWorkSigns {
+ public:
+  LongWorkSigns(QWidget* owner, const QString& label, bool cancellable);
+  ~LongWorkSigns();
+  LongWorkSigns(const LongWorkSigns&) = delete;
+  LongWorkSigns& operator=(const LongWorkSigns&) = delete;
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
 // How long work runs before the busy signs appear (milliseconds; default 150,
 // so quick work doesn't flicker).
 void SetLongWorkShowDelay(int ms);
 // For tests: a step the worker takes before the work, to hold it at a known point.
 void SetLongWorkGate(std::function<void()> gate);
+// Other workers (the filter dialog's) take the same step.
+void PassLongWorkGate();
 
 }  // namespace ochrel

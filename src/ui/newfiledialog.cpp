@@ -69,7 +69,8 @@ void NewFileBox::UpdateSwatch() {
   pm.fill(ToQColor(colour_));
   QPainter p(&pm);
   p.setPen(Qt::black);
-  p.drawRect(0, 0, 43, 13);
+  // Half a pixel in, so the one-pixel edge covers whole pixels at any ratio.
+  p.drawRect(QRectF(0.5, 0.5, 43, 13));
   background_->setIcon(QIcon(pm));
   background_->setIconSize(QSize(44, 14));
   background_->setEnabled(true);
