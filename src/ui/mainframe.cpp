@@ -261,6 +261,12 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   hooks.endWait = [] { QApplication::restoreOverrideCursor(); };
   hooks.askYesNo = [this](const char* q) { return DoYesNo(this, QString::fromUtf8(q)) == IDYES; };
   hooks.closeStatus = [this] { CloseStatus(); };
+  // Saving goes to its end once begun: a half-cancelled save could still replace the file.
+  hooks.runWrite = [this](const std::function<int()>& write) {
+    int ok = 0;
+    RunLongWork(this, "Saving", [&write, &ok] { ok = write(); }, false);
+    return ok;
+  };
   SetFileHooks(hooks);
 }
 
@@ -695,12 +701,7 @@ bool MainFrame::WriteDocument(QWidget*, const std::string& path) {
   for (QMdiSubWindow* w : client_->subWindowList())
     if (auto* doc = qobject_cast<DocumentWindow*>(w); doc && doc->record()->FileName == path) d = doc;
   if (!d) d = ActiveDocument();
-  if (!d) return false;
-  // Saving goes to its end once begun: a half-cancelled save could still replace the file.
-  const HDIB& image = d->record()->Image;
-  int ok = 0;
-  RunLongWork(this, "Saving", [&image, &ok, path] { ok = WriteGraphicFile(image, path.c_str()); }, false);
-  return ok != 0;
+  return d && WriteGraphicFile(d->record()->Image, path.c_str()) != 0;
 }
 
 bool MainFrame::AskSavePath(QWidget* parent, const std::string& start, std::string* path) {
