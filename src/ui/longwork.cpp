@@ -10,6 +10,7 @@
 #include <QProgressBar>
 #include <QTimer>
 #include <QWidget>
+#include <QWindow>
 
 #include <atomic>
 #include <memory>
@@ -33,16 +34,24 @@ struct Shared {
 std::mutex g_lastMutex;
 std::shared_ptr<Shared> g_last;
 
-// Holds back the user's input while work runs, except Esc.
+// Holds back the user's input while work runs, except Esc. A modal window
+// that opens meanwhile (a message posted before the work began) gets its
+// input: the work can't end before it closes.
 class InputHold : public QObject {
  public:
-  explicit InputHold(bool cancellable) : cancellable_(cancellable) { qApp->installEventFilter(this); }
+  InputHold(QWidget* owner, bool cancellable)
+      : cancellable_(cancellable),
+        frame_(owner ? owner->window() : nullptr),
+        modalAtStart_(QApplication::activeModalWidget()) {
+    qApp->installEventFilter(this);
+  }
   ~InputHold() override { qApp->removeEventFilter(this); }
   bool escaped() const { return escaped_; }
   std::function<void()> onEscape;
 
  protected:
-  bool eventFilter(QObject*, QEvent* e) override {
+  bool eventFilter(QObject* target, QEvent* e) override {
+    if (ForNewModal(target)) return false;
     switch (e->type()) {
       case QEvent::KeyPress:
         if (cancellable_ && static_cast<QKeyEvent*>(e)->key() == Qt::Key_Escape && !escaped_) {
@@ -62,15 +71,33 @@ class InputHold : public QObject {
       case QEvent::Drop:
       case QEvent::DragEnter:
       case QEvent::DragMove:
-      case QEvent::Close:
         return true;
+      case QEvent::Close:
+        // The frame and its documents stay while work on them runs; other
+        // windows (the start-up window on its timer) may close.
+        return InFrame(target);
       default:
         return false;
     }
   }
 
  private:
+  bool ForNewModal(QObject* target) const {
+    QWidget* modal = QApplication::activeModalWidget();
+    if (!modal || modal == modalAtStart_) return false;
+    if (target->isWindowType()) return target == static_cast<QObject*>(modal->windowHandle());
+    auto* widget = qobject_cast<QWidget*>(target);
+    return widget && widget->window() == modal;
+  }
+  bool InFrame(QObject* target) const {
+    if (!frame_) return false;
+    if (target->isWindowType()) return target == static_cast<QObject*>(frame_->windowHandle());
+    auto* widget = qobject_cast<QWidget*>(target);
+    return widget && (widget == frame_ || frame_->isAncestorOf(widget));
+  }
   bool cancellable_;
+  QPointer<QWidget> frame_;
+  QPointer<QWidget> modalAtStart_;
   bool escaped_ = false;
 };
 
@@ -118,7 +145,7 @@ void WaitForAbandoned() {
   }
   if (!last || last->done) return;
   BusySigns signs(QApplication::activeWindow(), QStringLiteral("Finishing cancelled work"), false);
-  InputHold hold(false);
+  InputHold hold(QApplication::activeWindow(), false);
   while (!last->done) QApplication::processEvents(QEventLoop::AllEvents, 20);
 }
 
@@ -152,7 +179,7 @@ LongWorkEnd RunLongWork(QWidget* owner, const QString& label, std::function<void
     shared->done = true;
   });
 
-  InputHold hold(cancellable);
+  InputHold hold(owner, cancellable);
   hold.onEscape = [&loop] { loop.quit(); };
   std::unique_ptr<BusySigns> signs;
   QTimer show;

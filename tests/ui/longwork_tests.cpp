@@ -1,5 +1,6 @@
 // Long work off the interface thread: progress while it runs, Esc leaves the
 // document as it was, and a run to the end gives the foreground's bytes.
+#include <QDialog>
 #include <QLabel>
 #include <QProgressBar>
 #include <QTest>
@@ -75,6 +76,34 @@ TEST_F(LongWorkTest, ConversionShowsProgressEscCancelsAndAFullRunGivesTheSameByt
   ASSERT_NE(grey, source);
   EXPECT_EQ(Bytes(grey->record()->Image), want);
   EXPECT_EQ(Bytes(source->record()->Image), before);
+}
+
+TEST_F(LongWorkTest, AMessageThatOpensDuringTheWorkCanBeAnsweredAndOtherWindowsClose) {
+  // A message posted before the work began comes up inside its wait; held
+  // input would leave both waiting for each other.
+  std::atomic<bool> release{false};
+  SetLongWorkGate([&release] {
+    for (int i = 0; !release && i < 3000; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  });
+  int answer = -1;
+  QTimer::singleShot(0, frame.get(), [&] {
+    QDialog message(frame.get());
+    QTimer::singleShot(20, &message, [&] { QTest::keyClick(&message, Qt::Key_Escape); });
+    QTimer::singleShot(2000, &message, [&] { message.done(5); });  // only if the key never came
+    answer = message.exec();
+    release = true;
+  });
+  // Other windows may close meanwhile (the start-up window on its timer); the frame may not.
+  QWidget other;
+  other.show();
+  QTimer::singleShot(0, frame.get(), [&] {
+    other.close();
+    frame->close();
+  });
+  EXPECT_EQ(RunLongWork(frame.get(), "Working", [] {}), LongWorkEnd::Finished);
+  EXPECT_EQ(answer, QDialog::Rejected);
+  EXPECT_FALSE(other.isVisible());
+  EXPECT_TRUE(frame->isVisible());
 }
 
 }  // namespace
