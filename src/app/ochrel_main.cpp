@@ -1,14 +1,19 @@
 // The program: starts the rendering back end first and ends it last, builds the
 // frame, opens a file named on the command line, and runs the event loop.
 #include <QApplication>
+#include <QIcon>
 #include <QScreen>
 #include <QTimer>
 
+#include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <filesystem>
 
 #include "frame/commands.h"
 #include "frame/config.h"
 #include "frame/strings.h"
+#include "frame/version.h"
 #include "image/crand.h"
 #include "image/settings.h"
 #include "render/wrapper.h"
@@ -17,8 +22,33 @@
 #include "ui/startup.h"
 #include "frame/tips.h"
 
+namespace {
+
+// --help and --version answer on the terminal before any window exists.
+bool AnswerInfoOption(int argc, char** argv) {
+  if (argc != 2) return false;
+  if (!std::strcmp(argv[1], "--version")) {
+    std::printf("Ochrel %s\n", ochrel::kOchrelVersion);
+    return true;
+  }
+  if (!std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "-h")) {
+    std::printf(
+        "usage: ochrel [FILE...]\n\n"
+        "Ochrel, a paint program for JPEG, BMP, PCX, TGA and PNG pictures.\n"
+        "A command line naming one file opens it; several existing files open in windows of their own.\n\n"
+        "  --help     print this text and exit\n"
+        "  --version  print the version and exit\n\n"
+        "ochrel-cli runs the same engine on files from the shell.\n");
+    return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   using namespace ochrel;
+  if (AnswerInfoOption(argc, argv)) return 0;
   ochrel::srand(static_cast<unsigned>(std::time(nullptr)));
   WRAPPERBLOCK wrapper;
   wrapper.Operation = WRAPPER_START;
@@ -28,6 +58,14 @@ int main(int argc, char** argv) {
   {
     QApplication app(argc, argv);
     QApplication::setApplicationName("Ochrel");
+    // Ties the windows to the launcher entry and its icon.
+    QGuiApplication::setDesktopFileName("org.ochrel.Ochrel");
+    QIcon icon = QIcon::fromTheme("org.ochrel.Ochrel");
+    if (icon.isNull()) {
+      Q_INIT_RESOURCE(appicon);
+      for (int size : {16, 32, 48, 64, 128, 256}) icon.addFile(QString(":/appicon/%1.png").arg(size));
+    }
+    QApplication::setWindowIcon(icon);
     ReadStartupWindowFlag();
     QScreen* screen = QGuiApplication::primaryScreen();
     SetDisplayBits(screen ? screen->depth() : 0);
@@ -45,7 +83,8 @@ int main(int argc, char** argv) {
     if (LogoWindow* logo = CurrentLogo()) logo->raise();
 
     // The program needs true colour and at least 800 by 600.
-    QSize size = screen ? screen->size() : QSize();
+    // Counted in the display's own pixels: a scaled desktop has fewer logical ones.
+    QSize size = screen ? screen->size() * screen->devicePixelRatio() : QSize();
     if (GetDisplayBits() <= 8 || size.width() < 800 || size.height() < 600) {
       CloseLogo();
       ShowDriverDialog(&frame);

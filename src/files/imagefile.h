@@ -89,6 +89,9 @@ struct FileHooks {
   std::function<void()> endWait;
   std::function<bool(const char* question)> askYesNo;
   std::function<void()> closeStatus;
+  // Runs the write itself and returns its result; the user interface runs it
+  // off its own thread. Absent: the write runs where the save was called.
+  std::function<int(const std::function<int()>& write)> runWrite;
 };
 void SetFileHooks(FileHooks hooks);
 // "dir/photo.jpg" -> "dir/photo.bak.jpg"; a name without extension gets ".bak".

@@ -199,7 +199,10 @@ int WriteGraphicFile(const HDIB& image, const char* path) {
     bool copied = std::filesystem::copy_file(path, backup, std::filesystem::copy_options::overwrite_existing, ec);
     if (!copied || ec) proceed = g_hooks.askYesNo && g_hooks.askYesNo(kBackupQuestion);
   }
-  if (proceed) result = WriteImage(path, image);
+  if (proceed) {
+    auto write = [&image, path] { return WriteImage(path, image); };
+    result = g_hooks.runWrite ? g_hooks.runWrite(write) : write();
+  }
   if (g_hooks.endWait) g_hooks.endWait();
   if (g_hooks.closeStatus) g_hooks.closeStatus();
   return result;

@@ -60,8 +60,8 @@ bool AtomicWriter::Commit() {
 
 std::string DataFolder() {
   if (ApplicationPath[0]) return ApplicationPath;
-#ifdef OCHREL_STOCK_DATA_DIR
-  return std::string(OCHREL_STOCK_DATA_DIR) + "/";
+#ifdef OCHREL_INSTALL_DATA_DIR
+  return std::string(OCHREL_INSTALL_DATA_DIR) + "/";
 #else
   return "data/";
 #endif

@@ -8,8 +8,8 @@
 
 #include "image/settings.h"
 
-#ifndef OCHREL_STOCK_DATA_DIR
-#define OCHREL_STOCK_DATA_DIR "data"
+#ifndef OCHREL_INSTALL_DATA_DIR
+#define OCHREL_INSTALL_DATA_DIR "/usr/local/share/ochrel"
 #endif
 
 namespace fs = std::filesystem;
@@ -46,7 +46,31 @@ fs::path ConfigFilePath() {
   return folder.empty() ? fs::path() : folder / kConfigFileName;
 }
 
-fs::path StockDataFolder() { return fs::path(OCHREL_STOCK_DATA_DIR); }
+fs::path ExecutableFolder() {
+  std::error_code ec;
+  fs::path exe = fs::read_symlink("/proc/self/exe", ec);
+  return ec ? fs::path() : exe.parent_path();
+}
+
+fs::path StockDataFolderFor(const fs::path& exeFolder, const fs::path& installed) {
+  // A stock folder is recognised by its colour table, which every install has.
+  auto stocked = [](const fs::path& p) {
+    std::error_code ec;
+    return fs::is_regular_file(p / "OCHREL.CCL", ec);
+  };
+  if (!exeFolder.empty()) {
+    // An install moved as a whole (bin/ beside share/), then the build folder,
+    // where a data/ link sits beside the programs.
+    for (const fs::path& p : {exeFolder / ".." / "share" / "ochrel", exeFolder / "data"})
+      if (stocked(p)) return p.lexically_normal();
+  }
+  return installed;
+}
+
+fs::path StockDataFolder() {
+  static const fs::path folder = StockDataFolderFor(ExecutableFolder(), fs::path(OCHREL_INSTALL_DATA_DIR));
+  return folder;
+}
 
 bool StockDataFolderInto(const fs::path& stock, const fs::path& target) {
   std::error_code ec;

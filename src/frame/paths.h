@@ -24,8 +24,15 @@ std::filesystem::path ConfigFolder();
 // ConfigFolder() / "OCHREL.INI", or empty.
 std::filesystem::path ConfigFilePath();
 
-// The installed stock data files (read-only).
+// The installed stock data files (read-only): found beside the running
+// program first, so that a relocated install and the build folder work, then
+// under the prefix the program was built for.
 std::filesystem::path StockDataFolder();
+// The folder of the running program, or empty when it can't be told.
+std::filesystem::path ExecutableFolder();
+// The lookup behind StockDataFolder, for a given program folder and fallback.
+std::filesystem::path StockDataFolderFor(const std::filesystem::path& exeFolder,
+                                         const std::filesystem::path& installed);
 // The user-writable data folder, made and stocked on demand. Falls back to the
 // stock folder when it can't be made, so that reading still works.
 std::filesystem::path DataFolder();

@@ -17,6 +17,7 @@
 #include "image/settings.h"
 #include "render/screen.h"
 #include "ui/dialogrunner.h"
+#include "ui/longwork.h"
 #include "ui/messages.h"
 
 namespace ochrel {
@@ -24,14 +25,6 @@ namespace ochrel {
 namespace {
 
 constexpr int kPreviewBox = 176;  // the inner square the reduced image is fitted into
-
-// The wait cursor for as long as a whole-image conversion runs.
-struct WaitCursor {
-  WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
-  ~WaitCursor() { QApplication::restoreOverrideCursor(); }
-  WaitCursor(const WaitCursor&) = delete;
-  WaitCursor& operator=(const WaitCursor&) = delete;
-};
 
 }  // namespace
 
@@ -253,12 +246,12 @@ HDIB ConvertToMono(QWidget* parent, const HDIB& image) {
     ConvertToMonoBox box(image, parent);
     if (!RunDialog(box)) return nullptr;
   }
-  HDIB result;
-  {
-    WaitCursor wait;
-    // The stored choice runs, not the buttons: the two agree after any choice.
-    if (GetBitmapDimensions(image, nullptr, nullptr, nullptr, nullptr)) result = ConvertToMonoStrategy(image, ToMonoType);
-  }
+  // The stored choice runs, not the buttons: the two agree after any choice.
+  bool cancelled = false;
+  const int type = ToMonoType;
+  HDIB result = RunLongImageWork(
+      parent, "Converting", image, [type](const HDIB& copy) { return ConvertToMonoStrategy(copy, type); }, &cancelled);
+  if (cancelled) return nullptr;
   if (!result) DoMessage(parent, QString::fromUtf8(FetchString(IDS_MEMORY_ERROR)));
   return result;
 }
@@ -268,12 +261,11 @@ HDIB ConvertToPalette(QWidget* parent, const HDIB& image) {
     ConvertToPaletteBox box(image, parent);
     if (!RunDialog(box)) return nullptr;
   }
-  HDIB result;
-  {
-    WaitCursor wait;
-    if (GetBitmapDimensions(image, nullptr, nullptr, nullptr, nullptr))
-      result = ConvertToPaletteStrategy(image, ToPaletteType);
-  }
+  bool cancelled = false;
+  const int type = ToPaletteType;
+  HDIB result = RunLongImageWork(
+      parent, "Converting", image, [type](const HDIB& copy) { return ConvertToPaletteStrategy(copy, type); }, &cancelled);
+  if (cancelled) return nullptr;
   if (!result) DoMessage(parent, QString::fromUtf8(FetchString(IDS_MEMORY_ERROR)));
   return result;
 }

@@ -1,4 +1,5 @@
 #include "ui/filterdialog.h"
+#include "ui/hidpi.h"
 
 #include "image/resample.h"
 #include "tools/selection.h"
@@ -27,6 +28,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <cstdio>
 
 #include "frame/blockset.h"
@@ -34,6 +36,7 @@
 #include "frame/view.h"
 #include "image/settings.h"
 #include "ui/dialogrunner.h"
+#include "ui/longwork.h"
 #include "ui/documentwindow.h"
 #include "ui/mainframe.h"
 #include "ui/messages.h"
@@ -165,8 +168,7 @@ void DrawModePicture(QPainter& p, const QRect& r, int mode) {
 }
 
 QCursor ZoomCursor() {
-  QPixmap pm(24, 24);
-  pm.fill(Qt::transparent);
+  QPixmap pm = CrispPixmap(QSize(24, 24));
   QPainter p(&pm);
   p.setRenderHint(QPainter::Antialiasing);
   p.setPen(QPen(Qt::white, 4));
@@ -182,8 +184,7 @@ QCursor ZoomCursor() {
 
 // A curved arrow round a centre: clockwise or counter-clockwise.
 QPixmap DirectionPicture(bool clockwise) {
-  QPixmap pm(28, 28);
-  pm.fill(Qt::transparent);
+  QPixmap pm = CrispPixmap(QSize(28, 28));
   QPainter p(&pm);
   p.setRenderHint(QPainter::Antialiasing);
   p.setPen(QPen(QColor(30, 30, 30), 2));
@@ -340,6 +341,11 @@ struct MasterFilterBox::PreviewJob {
   int filter = -1;
   HDIB result;
   std::atomic<bool> done{false};
+  // A run started by OK reads its own copy of the picture, so that Esc can
+  // abandon it; once abandoned the worker leaves the dialog alone.
+  HDIB before;
+  std::mutex lock;
+  bool abandoned = false;
 };
 
 MasterFilterBox::MasterFilterBox(FILTERPARAM* param, QWidget* parent) : QDialog(parent), param_(param) {
@@ -658,10 +664,9 @@ void MasterFilterBox::UpdateLabels() {
   magnification_[0]->setText(QString::asprintf(FetchString(323), param_->BeforeZoom));
   magnification_[1]->setText(QString::asprintf(FetchString(323), param_->AfterZoom));
   for (int k = 0; k < 2; ++k) {
-    QPixmap pm(20, 20);
-    pm.fill(Qt::transparent);
+    QPixmap pm = CrispPixmap(QSize(20, 20));
     QPainter p(&pm);
-    DrawModePicture(p, pm.rect(), k == 0 ? param_->BeforeMode : param_->AfterMode);
+    DrawModePicture(p, QRect(0, 0, 20, 20), k == 0 ? param_->BeforeMode : param_->AfterMode);
     p.end();
     modes_[k]->setIcon(QIcon(pm));
     modes_[k]->setToolTip((k == 0 ? param_->BeforeMode : param_->AfterMode) ? "Pan" : "Zoom");
@@ -687,6 +692,7 @@ void MasterFilterBox::SetBusy(bool busy) {
   cancel_->setEnabled(!busy);
   if (busy && !waitCursor_) QApplication::setOverrideCursor(Qt::WaitCursor);
   if (!busy && waitCursor_) QApplication::restoreOverrideCursor();
+  if (!busy) signs_.reset();
   waitCursor_ = busy;
 }
 
@@ -704,13 +710,20 @@ void MasterFilterBox::StartPreview(bool thenAccept) {
   job_ = job;
   acceptWhenDone_ = thenAccept;
   scrolledDuringRun_ = false;
+  if (thenAccept && param_->BeforeImage) {
+    job->before = DuplicateObject(*param_->BeforeImage);
+    if (job->before) job->param.BeforeImage = &job->before;
+    signs_ = std::make_unique<LongWorkSigns>(parentWidget(), "Filtering", job->before != nullptr);
+  }
   // The filter works on its own copy of the settings, so the controls stay
   // live; the result comes back to this thread as a queued call.
   try {
     worker_ = std::thread([this, job] {
+      PassLongWorkGate();
       job->result = RunFilter(job->filter, &job->param);
       job->done = true;
-      QMetaObject::invokeMethod(this, [this] { DeliverPreview(); }, Qt::QueuedConnection);
+      std::lock_guard<std::mutex> hold(job->lock);
+      if (!job->abandoned) QMetaObject::invokeMethod(this, [this] { DeliverPreview(); }, Qt::QueuedConnection);
     });
   } catch (...) {
     job->result = RunFilter(job->filter, &job->param);
@@ -777,7 +790,20 @@ void MasterFilterBox::RememberFilterName() {
 }
 
 void MasterFilterBox::done(int result) {
-  // A running filter can't be stopped: the dialog stays until it is through.
+  if (job_ && acceptWhenDone_ && job_->before && result == QDialog::Rejected) {
+    // Esc while OK's filter runs: it finishes alone on its copy, and its result is never applied.
+    {
+      std::lock_guard<std::mutex> hold(job_->lock);
+      job_->abandoned = true;
+    }
+    if (worker_.joinable()) worker_.detach();
+    job_.reset();
+    acceptWhenDone_ = false;
+    SetBusy(false);
+    QDialog::done(result);
+    return;
+  }
+  // A running preview can't be stopped: the dialog stays until it is through.
   if (job_) return;
   QDialog::done(result);
 }

@@ -24,6 +24,8 @@ class QToolButton;
 
 namespace ochrel {
 
+class LongWorkSigns;
+
 struct BLOCKSET;
 
 inline constexpr int CM_FILTERS = 2048;  // "&Filters": the dialog with the remembered filter
@@ -140,6 +142,7 @@ class MasterFilterBox : public QDialog {
   bool waitCursor_ = false;
   std::shared_ptr<PreviewJob> job_;
   std::thread worker_;
+  std::unique_ptr<LongWorkSigns> signs_;  // while OK's filter runs
 };
 
 // The whole operation from a document window (null for a bare record): opens

@@ -25,6 +25,8 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
+#include <memory>
+
 #include "files/imagefile.h"
 #include "frame/blockset.h"
 #include "image/convert.h"
@@ -46,6 +48,7 @@
 #include "ui/filterdialog.h"
 #include "ui/icons.h"
 #include "render/screen.h"
+#include "ui/longwork.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
 #include "ui/settingswindow.h"
@@ -308,6 +311,12 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   hooks.endWait = [] { QApplication::restoreOverrideCursor(); };
   hooks.askYesNo = [this](const char* q) { return DoYesNo(this, QString::fromUtf8(q)) == IDYES; };
   hooks.closeStatus = [this] { CloseStatus(); };
+  // Saving goes to its end once begun: a half-cancelled save could still replace the file.
+  hooks.runWrite = [this](const std::function<int()>& write) {
+    int ok = 0;
+    RunLongWork(this, "Saving", [&write, &ok] { ok = write(); }, false);
+    return ok;
+  };
   SetFileHooks(hooks);
 }
 
@@ -720,12 +729,19 @@ void MainFrame::DoOpenCommand() {
   }
   DocumentWindow* w = CreateNewTask(path);
   BLOCKSET* r = w->record();
-  QApplication::setOverrideCursor(Qt::WaitCursor);
-  int ok = LoadGraphicFile(r->Image, path.c_str());
-  QApplication::restoreOverrideCursor();
-  if (!ok) {
-    DoMessage(this, FetchString(IDS_ERROR_READING));
+  auto loaded = std::make_shared<HDIB>();
+  auto ok = std::make_shared<int>(0);
+  if (RunLongWork(this, "Opening", [loaded, ok, path] { *ok = LoadGraphicFile(*loaded, path.c_str()); }) ==
+      LongWorkEnd::Cancelled) {
     w->Discard();
+    return;
+  }
+  r->Image = std::move(*loaded);
+  if (!*ok) {
+    // The frame may close while the message stands (the quit timer of smoke tests).
+    QPointer<DocumentWindow> guard(w);
+    DoMessage(this, FetchString(IDS_ERROR_READING));
+    if (guard) guard->Discard();
     return;
   }
   r->HasFile = 1;
@@ -778,10 +794,12 @@ void MainFrame::DoConvert(int id) {
     converted = id == CM_TOPALETTE ? ConvertToPalette(this, image) : ConvertToMono(this, image);
     if (!converted) return;
   } else {
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    if (id == CM_TOTRUECOLOUR) converted = ConvertToTrueColour(source->record()->Image);
-    else if (id == CM_TOGREY) converted = ConvertToGrey(source->record()->Image);
-    QApplication::restoreOverrideCursor();
+    bool cancelled = false;
+    converted = RunLongImageWork(
+        this, "Converting", source->record()->Image,
+        [id](const HDIB& image) { return id == CM_TOTRUECOLOUR ? ConvertToTrueColour(image) : ConvertToGrey(image); },
+        &cancelled);
+    if (cancelled) return;
     if (!converted) {
       DoMessage(this, FetchString(IDS_MEMORY_ERROR));
       return;

@@ -1,4 +1,5 @@
 #include "ui/newfiledialog.h"
+#include "ui/hidpi.h"
 
 #include <QColorDialog>
 #include <QComboBox>
@@ -110,13 +111,14 @@ NewFileBox::NewFileBox(const NEWFILEPARAM& initial, QWidget* parent)
 }
 
 void NewFileBox::UpdateSwatch() {
-  QPixmap pm(44, 14);
+  QPixmap pm = CrispPixmap(QSize(44, 14));
   pm.fill(ToQColor(ShownColour(type_->currentIndex(), ValueForType(type_->currentIndex(), colour_))));
   QPainter p(&pm);
   p.setPen(Qt::black);
-  p.drawRect(0, 0, 43, 13);
+  // Half a pixel in, so the one-pixel edge covers whole pixels at any ratio.
+  p.drawRect(QRectF(0.5, 0.5, 43, 13));
   background_->setIcon(QIcon(pm));
-  background_->setIconSize(pm.size());
+  background_->setIconSize(QSize(44, 14));
   background_->setEnabled(true);
 }
 

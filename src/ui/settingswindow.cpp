@@ -1,4 +1,5 @@
 #include "ui/settingswindow.h"
+#include "ui/hidpi.h"
 
 #include "render/wrapper.h"
 
@@ -203,8 +204,7 @@ void PaintLine(QPainter& p, const QRect& r, const BLOCKSET& rec) {
 }
 
 QIcon JustifyIcon(int just) {
-  QPixmap pm(16, 16);
-  pm.fill(Qt::transparent);
+  QPixmap pm = CrispPixmap(QSize(16, 16));
   QPainter p(&pm);
   p.setPen(QPen(QColor(40, 44, 52), 1));
   const int widths[] = {12, 8, 12, 6};

@@ -1,4 +1,5 @@
 #include "ui/startup.h"
+#include "ui/hidpi.h"
 
 #include <pwd.h>
 #include <sys/utsname.h>
@@ -53,7 +54,7 @@ const char* kNotice =
 
 // The program's name drawn as a banner: the letters over a ramp of paint colours.
 QImage Banner(QSize size) {
-  QImage image(size, QImage::Format_RGB32);
+  QImage image = CrispImage(size, QImage::Format_RGB32);
   image.fill(Qt::white);
   QPainter p(&image);
   p.setRenderHint(QPainter::Antialiasing);

@@ -162,7 +162,7 @@ TEST(ColourTable, MissingFileAndUnwritableFolder) {
 
 TEST(ColourTable, StockTableReadsAsAUsefulSet) {
   ColourTable t;
-  ASSERT_TRUE(LoadColourTable(std::string(OCHREL_STOCK_DATA_DIR) + "/OCHREL.CCL", &t));
+  ASSERT_TRUE(LoadColourTable(std::string(OCHREL_SOURCE_DIR) + "/data/OCHREL.CCL", &t));
   EXPECT_GE(t.size(), 30u);
   EXPECT_EQ(FindTableColour(t, RGB(0, 0, 0)), 0);
   EXPECT_GE(FindTableColour(t, RGB(255, 255, 255)), 0);

@@ -108,6 +108,22 @@ TEST_F(Paths, DataFolderFromTheEnvironment) {
   EXPECT_EQ(DataFolder(), StockDataFolder());
 }
 
+TEST_F(Paths, StockDataIsFoundBesideTheProgramFirst) {
+  const fs::path installed = dir_ / "prefix" / "share" / "ochrel";
+  // Nothing beside the program: the prefix it was built for.
+  EXPECT_EQ(StockDataFolderFor(dir_ / "moved" / "bin", installed), installed);
+  EXPECT_EQ(StockDataFolderFor({}, installed), installed);
+  // A build folder: data/ beside the programs.
+  Spit((dir_ / "build" / "data" / "OCHREL.CCL").string(), "c");
+  EXPECT_EQ(StockDataFolderFor(dir_ / "build", installed), dir_ / "build" / "data");
+  // A moved install wins over a data/ folder, and a folder without the colour table isn't one.
+  Spit((dir_ / "moved" / "share" / "ochrel" / "OCHREL.CCL").string(), "c");
+  fs::create_directories(dir_ / "moved" / "bin" / "data");
+  EXPECT_EQ(StockDataFolderFor(dir_ / "moved" / "bin", installed), dir_ / "moved" / "share" / "ochrel");
+  // The program under test runs from the build folder and finds the shipped files.
+  EXPECT_TRUE(fs::exists(StockDataFolder() / "OCHREL.CCL"));
+}
+
 TEST_F(Paths, ApplicationPathEndsInASeparatorAndSeedsOpenPath) {
   setenv("OCHREL_DATA_DIR", (dir_ / "data").c_str(), 1);
   ComputeApplicationPath();

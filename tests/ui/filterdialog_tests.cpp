@@ -15,11 +15,14 @@
 #include <QTest>
 #include <QToolButton>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <map>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "filters/filterparam.h"
@@ -32,6 +35,7 @@
 #include "ui/dialogrunner.h"
 #include "ui/documentwindow.h"
 #include "ui/filterdialog.h"
+#include "ui/longwork.h"
 #include "ui/mainframe.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
@@ -392,6 +396,37 @@ TEST_F(FilterDialogTest, PreviewThenOkPutsTheFilterResultInTheDocumentAndUndoBri
   frame->Command(CM_UNDO);
   EXPECT_TRUE(test::SameBlock(d->record()->Image, original));
   EXPECT_EQ(d->record()->Modified, 0);
+}
+
+TEST_F(FilterDialogTest, EscWhileOkRunsLeavesTheDocumentAsItWas) {
+  DocumentWindow* d = Document(PhotoImage(120, 90));
+  HDIB original = DuplicateObject(d->record()->Image);
+  // The worker is held until Esc has been pressed (at most a few seconds, so
+  // that a run Esc can't stop shows as a failure, not a hang).
+  std::atomic<bool> release{false};
+  SetLongWorkGate([&release] {
+    for (int i = 0; !release && i < 3000; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  });
+  bool wasRunning = false, stillRunning = true;
+  SetDialogAnswerer([&](QDialog& dialog) {
+    auto& box = dynamic_cast<MasterFilterBox&>(dialog);
+    box.okButton()->click();
+    wasRunning = box.PreviewRunning();
+    QTest::keyClick(&box, Qt::Key_Escape);
+    stillRunning = box.PreviewRunning();
+    return box.result() == QDialog::Accepted;
+  });
+  frame->Command(FILTER_MENU_FIRST + 7);  // Invert Colours
+  release = true;
+  SetLongWorkGate({});
+  // The abandoned run ends by itself and leaves the closed dialog alone.
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  QCoreApplication::processEvents();
+  EXPECT_TRUE(wasRunning);
+  EXPECT_FALSE(stillRunning);
+  EXPECT_TRUE(test::SameBlock(d->record()->Image, original));
+  EXPECT_EQ(d->record()->Modified, 0);
+  EXPECT_FALSE(frame->action(CM_UNDO)->isEnabled());
 }
 
 TEST_F(FilterDialogTest, OkAtOnceRunsTheFilterOnceAndAResizeChangesTheSize) {

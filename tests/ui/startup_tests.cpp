@@ -149,9 +149,10 @@ TEST_F(Startup, SetupWritesTheControlsBackOnlyOnOk) {
     auto* nudge = d.findChild<QSpinBox*>("120");
     EXPECT_TRUE(backups && jpeg && nudge);
     if (!backups || !jpeg || !nudge) return;
-    // The page holds the seven check boxes and two spin fields, nothing more.
+    // The page holds the seven check boxes and the spin fields of JPEG quality,
+    // nudge size and the undo history, nothing more.
     EXPECT_EQ(d.findChildren<QCheckBox*>().size(), 7);
-    EXPECT_EQ(d.findChildren<QSpinBox*>().size(), 2);
+    EXPECT_EQ(d.findChildren<QSpinBox*>().size(), 4);
     EXPECT_EQ(d.findChildren<QComboBox*>().size(), 0);
     EXPECT_TRUE(backups->isChecked());
     EXPECT_EQ(jpeg->value(), 75);

@@ -9,7 +9,9 @@
 #include <new>
 #include <stdexcept>
 
+#include "batch.h"
 #include "cli.h"
+#include "frame/version.h"
 
 namespace ochrel::cli {
 
@@ -100,11 +102,13 @@ void PrintHelp() {
   std::sort(commands.begin(), commands.end(),
             [](const Command& a, const Command& b) { return std::strcmp(a.name, b.name) < 0; });
   for (const auto& c : commands) std::printf("  %-10s %s\n             %s\n", c.name, c.usage, c.summary);
+  std::printf("\nCommands that take IN OUT also take several inputs with --out-dir DIR [--format EXT] [--jobs N],\n"
+              "and - as IN or OUT for standard input or output with --format EXT.\n");
   std::printf("\nExit status: 0 on success, 1 when the work failed, 2 for a wrong command line.\n");
 }
 
 int RunVersion(const Args& args) {
-  std::printf("2.0a\n");
+  std::printf("%s\n", kOchrelVersion);
   return 0;
 }
 }  // namespace
@@ -119,6 +123,7 @@ int main(int argc, char** argv) {
     PrintHelp();
     return argc < 2 ? 2 : 0;
   }
+  if (!std::strcmp(argv[1], "--version")) return RunVersion({});
   for (const auto& c : Registry()) {
     if (std::strcmp(c.name, argv[1]) != 0) continue;
     Args args(argv + 2, argv + argc);
@@ -126,13 +131,7 @@ int main(int argc, char** argv) {
       std::printf("usage: ochrel-cli %s %s\n%s\n", c.name, c.usage, c.summary);
       return 0;
     }
-    try {
-      return c.run(args);
-    } catch (const std::bad_alloc&) {
-      return Fail("Memory error");
-    } catch (const std::exception& e) {
-      return Fail(e.what());
-    }
+    return RunCommand(c, args);
   }
   std::fprintf(stderr, "ochrel-cli: unknown command '%s' (see ochrel-cli --help)\n", argv[1]);
   return 2;

@@ -9,7 +9,7 @@ namespace ochrel::cli {
 namespace {
 
 int RunConvert(const Args& args);
-const Command kConvert{"convert", "IN OUT [--quality N] [--to ...]",
+const Command kConvert{"convert", "IN OUT [--quality N] [--to KIND] [--brightness N] [--contrast N]",
                        "convert an image file to the format of OUT's extension (JPEG quality 1-100)", RunConvert};
 
 int RunConvert(const Args& given) {

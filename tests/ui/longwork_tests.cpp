@@ -1,0 +1,110 @@
+// Long work off the interface thread: progress while it runs, Esc leaves the
+// document as it was, and a run to the end gives the foreground's bytes.
+#include <QDialog>
+#include <QLabel>
+#include <QProgressBar>
+#include <QTest>
+#include <QTimer>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "frame/commands.h"
+#include "frame_fixture.h"
+#include "image/convert.h"
+#include "test_images.h"
+#include "ui/longwork.h"
+
+namespace ochrel {
+namespace {
+
+std::string Bytes(const HDIB& h) { return h ? std::string(reinterpret_cast<const char*>(h->data()), h->size()) : ""; }
+
+class LongWorkTest : public test::FrameFixture {
+ protected:
+  LongWorkTest() : FrameFixture(640, 480) {}
+  void TearDown() override {
+    SetLongWorkGate({});
+    SetLongWorkShowDelay(150);
+    FrameFixture::TearDown();
+  }
+};
+
+TEST_F(LongWorkTest, ConversionShowsProgressEscCancelsAndAFullRunGivesTheSameBytes) {
+  frame->Command(CM_NEW);
+  DocumentWindow* source = frame->ActiveDocument();
+  ASSERT_NE(source, nullptr);
+  source->record()->Image = test::RandomDib(640, 480, 24, 11);
+  const std::string before = Bytes(source->record()->Image);
+  const std::string want = Bytes(ConvertToGrey(source->record()->Image));
+  ASSERT_FALSE(want.empty());
+
+  // The worker is held until the test has looked and pressed Esc (at most a
+  // few seconds, so that work that ignores Esc shows as a failure, not a hang).
+  std::atomic<bool> release{false};
+  SetLongWorkShowDelay(0);
+  SetLongWorkGate([&release] {
+    for (int i = 0; !release && i < 3000; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  });
+  bool sawProgress = false;
+  QString label;
+  QTimer::singleShot(20, frame.get(), [&] {
+    auto* bar = frame->findChild<QProgressBar*>("LongWorkProgress");
+    sawProgress = bar && bar->isVisible();
+    if (auto* l = frame->findChild<QLabel*>("LongWorkLabel")) label = l->text();
+    // Clicks and other keys wait; only Esc counts.
+    QTest::keyClick(source, Qt::Key_Delete);
+    QTest::keyClick(source, Qt::Key_Escape);
+  });
+  frame->Command(CM_TOGREY);
+  EXPECT_TRUE(sawProgress);
+  EXPECT_TRUE(label.startsWith("Converting")) << label.toStdString();
+  EXPECT_EQ(frame->CountOpenDocuments(), 1);
+  EXPECT_EQ(frame->ActiveDocument(), source);
+  EXPECT_EQ(Bytes(source->record()->Image), before);
+  EXPECT_EQ(frame->findChild<QProgressBar*>("LongWorkProgress"), nullptr);
+  EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+
+  // The abandoned run is let go; the next waits for it, then runs to its end.
+  release = true;
+  SetLongWorkGate({});
+  frame->Command(CM_TOGREY);
+  ASSERT_EQ(frame->CountOpenDocuments(), 2);
+  DocumentWindow* grey = frame->ActiveDocument();
+  ASSERT_NE(grey, source);
+  EXPECT_EQ(Bytes(grey->record()->Image), want);
+  EXPECT_EQ(Bytes(source->record()->Image), before);
+}
+
+TEST_F(LongWorkTest, AMessageThatOpensDuringTheWorkCanBeAnsweredAndOtherWindowsClose) {
+  // A message posted before the work began comes up inside its wait; held
+  // input would leave both waiting for each other.
+  std::atomic<bool> release{false};
+  SetLongWorkGate([&release] {
+    for (int i = 0; !release && i < 3000; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  });
+  int answer = -1;
+  QTimer::singleShot(0, frame.get(), [&] {
+    QDialog message(frame.get());
+    QTimer::singleShot(20, &message, [&] { QTest::keyClick(&message, Qt::Key_Escape); });
+    QTimer::singleShot(2000, &message, [&] { message.done(5); });  // only if the key never came
+    answer = message.exec();
+    release = true;
+  });
+  // Other windows may close meanwhile (the start-up window on its timer); the frame may not.
+  QWidget other;
+  other.show();
+  QTimer::singleShot(0, frame.get(), [&] {
+    other.close();
+    frame->close();
+  });
+  EXPECT_EQ(RunLongWork(frame.get(), "Working", [] {}), LongWorkEnd::Finished);
+  EXPECT_EQ(answer, QDialog::Rejected);
+  EXPECT_FALSE(other.isVisible());
+  EXPECT_TRUE(frame->isVisible());
+}
+
+}  // namespace
+}  // namespace ochrel
