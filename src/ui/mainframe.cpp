@@ -695,13 +695,8 @@ void MainFrame::DropFiles(const QStringList& paths) {
   raise();
   activateWindow();
   for (const QString& p : paths) {
-    const QString ext = QFileInfo(p).suffix();
-    if (ext.isEmpty()) continue;
-    for (int i = 0; i < GetImageTypeCount(); ++i) {
-      char e[16];
-      GetFormatExtension(e, i, sizeof e);
-      if (ext.compare(QString::fromLatin1(e), Qt::CaseInsensitive) == 0) OpenFile(p.toStdString());
-    }
+    const std::string path = p.toStdString();
+    if (FindImageFormat(path.c_str()) >= 0) OpenFile(path);
   }
 }
 

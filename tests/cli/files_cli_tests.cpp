@@ -50,7 +50,7 @@ TEST(CliInfo, BadFilesReportEachAndFail) {
   Scratch dir;
   HDIB dib = test::RandomDib(4, 4, 24, 1);
   ASSERT_EQ(WriteImage((dir / "good.bmp").c_str(), dib), 1);
-  fs::copy_file(dir / "good.bmp", dir / "liar.png");
+  std::ofstream(dir / "liar.png") << "not a picture at all";
   std::ofstream(dir / "empty.tga").close();
   CliRun r = Cli(dir, "info " + Q(dir / "liar.png") + " " + Q(dir / "good.bmp") + " " + Q(dir / "empty.tga") + " " +
                        Q(dir / "notes.txt"));
@@ -87,6 +87,10 @@ TEST(CliConvert, QualityAndCommandLineErrors) {
   ASSERT_EQ(Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "low.jpg") + " --quality 10").status, 0);
   ASSERT_EQ(Cli(dir, "convert --quality 95 " + Q(dir / "in.png") + " " + Q(dir / "high.jpg")).status, 0);
   EXPECT_LT(fs::file_size(dir / "low.jpg") * 2, fs::file_size(dir / "high.jpg"));
+  // Every JPEG name is a JPEG name, in and out.
+  ASSERT_EQ(Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "photo.JPEG")).status, 0);
+  ASSERT_EQ(Cli(dir, "convert " + Q(dir / "photo.JPEG") + " " + Q(dir / "again.jfif")).status, 0);
+  EXPECT_EQ(Cli(dir, "info " + Q(dir / "again.jfif")).out, (dir / "again.jfif") + ": jpg 64x64 24-bit true colour\n");
 
   CliRun bad = Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "x.jpg") + " --quality 0");
   EXPECT_EQ(bad.status, 1);
