@@ -491,6 +491,7 @@ TEST_F(FillDialogTest, EveryStockTextureAndTilePassesThroughItsEditorUnchanged) 
   for (std::size_t i = 0; i < stock.size(); ++i) {
     SetDialogAnswerer([&](QDialog& d) {
       auto& box = dynamic_cast<TextureBox&>(d);
+      box.textures()->setCurrentRow(static_cast<int>((i + 1) % stock.size()));
       box.textures()->setCurrentRow(static_cast<int>(i));
       return true;
     });
@@ -501,7 +502,10 @@ TEST_F(FillDialogTest, EveryStockTextureAndTilePassesThroughItsEditorUnchanged) 
   const std::vector<HDIB> tiles = StockMatrixTiles();
   for (std::size_t i = 0; i < tiles.size(); ++i) {
     SetDialogAnswerer([&](QDialog& d) {
-      dynamic_cast<MatrixBox&>(d).tiles()->setCurrentRow(static_cast<int>(i));
+      // Through another row, so that the first is a change of selection too.
+      auto& box = dynamic_cast<MatrixBox&>(d);
+      box.tiles()->setCurrentRow(static_cast<int>((i + 1) % tiles.size()));
+      box.tiles()->setCurrentRow(static_cast<int>(i));
       return true;
     });
     ASSERT_EQ(DoMatrixSelect(nullptr, &record), 1);
