@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -44,9 +45,17 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   g_input = memfd_create("ochrel-fuzz-input", 0);
   if (g_input < 0) std::abort();
   g_path = "/proc/self/fd/" + std::to_string(g_input);
-  char folder[] = "/tmp/ochrel-fuzz-XXXXXX";
-  if (!mkdtemp(folder)) std::abort();
+  // In memory where possible: every save flushes to disk.
+  char shm[] = "/dev/shm/ochrel-fuzz-XXXXXX", tmp[] = "/tmp/ochrel-fuzz-XXXXXX";
+  const char* folder = mkdtemp(shm);
+  if (!folder) folder = mkdtemp(tmp);
+  if (!folder) std::abort();
   g_scratch = std::string(folder) + "/out";
+  static std::string made = folder;
+  std::atexit([] {
+    std::remove(g_scratch.c_str());
+    ::rmdir(made.c_str());
+  });
   ochrel::CreateBackups = 0;
   ochrel::SetImagePixelLimit(std::uint64_t{1} << 22);
   return 0;
