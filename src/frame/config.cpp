@@ -168,6 +168,8 @@ const CONFIGITEM configitem[MAXCONFIGITEM] = {
     TEXT(OpenPath, CI_TEXT, 0, nullptr, nullptr, nullptr),
     NUMBER(NudgeSize, CI_NUMBER | CI_SPIN, 120, nullptr, nullptr, "1,32,1"),
     NUMBER(PatchLevel, CI_NUMBER | CI_WRITEONLY, 0, nullptr, nullptr, nullptr),
+    NUMBER(RecoveryActive, CI_ONOFF, 123, nullptr, nullptr, nullptr),
+    NUMBER(RecoveryInterval, CI_NUMBER | CI_SPIN, 124, nullptr, nullptr, "10,3600,60"),
     NUMBER(RevertAfterEyedropper, CI_ONOFF, 121, nullptr, nullptr, nullptr),
     NUMBER(SettingsLeft, CI_NUMBER, 0, nullptr, nullptr, nullptr),
     NUMBER(SettingsTop, CI_NUMBER, 0, nullptr, nullptr, nullptr),

@@ -45,6 +45,7 @@
 #include "ui/icons.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
+#include "ui/recoveryservice.h"
 #include "ui/settingswindow.h"
 #include "ui/startup.h"
 #include "ui/dialogrunner.h"
@@ -259,6 +260,21 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   hooks.askYesNo = [this](const char* q) { return DoYesNo(this, QString::fromUtf8(q)) == IDYES; };
   hooks.closeStatus = [this] { CloseStatus(); };
   SetFileHooks(hooks);
+  // Recovery copies: a picture comes back as a modified document under its path.
+  recovery_ = new RecoveryService(this, {[this] {
+                                           std::vector<DocumentWindow*> docs;
+                                           for (QMdiSubWindow* w : client_->subWindowList())
+                                             if (auto* d = qobject_cast<DocumentWindow*>(w)) docs.push_back(d);
+                                           return docs;
+                                         },
+                                         [this](HDIB image, const std::string& path, bool hasFile) {
+                                           DocumentWindow* w = CreateNewTask(path);
+                                           w->record()->Image = std::move(image);
+                                           w->record()->HasFile = hasFile ? 1 : 0;
+                                           w->record()->Modified = 1;
+                                           FinishNewDocument(w);
+                                           return w;
+                                         }});
 }
 
 MainFrame::~MainFrame() {

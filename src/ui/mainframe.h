@@ -18,6 +18,7 @@ class QToolButton;
 namespace ochrel {
 
 class DocumentWindow;
+class RecoveryService;
 class ToolBox;
 class SettingsWindow;
 struct BLOCKSET;
@@ -114,6 +115,8 @@ class MainFrame : public QMainWindow {
   void SetPathMenu(const std::string& path);
   // A new document holding a copy of the image (the sender keeps its own).
   DocumentWindow* NewFromDib(const HDIB& image);
+  // The recovery copies of modified documents, and the offer at start.
+  RecoveryService* recovery() const { return recovery_; }
 
   // The file services a document uses; tests may replace the save dialog.
   bool WriteDocument(QWidget* parent, const std::string& path);
@@ -157,6 +160,7 @@ class MainFrame : public QMainWindow {
   std::vector<QAction*> recentActions_;
   std::string loadFile_;
   bool hasLoadFile_ = false;
+  RecoveryService* recovery_ = nullptr;
 };
 
 }  // namespace ochrel

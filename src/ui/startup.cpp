@@ -256,7 +256,9 @@ const std::pair<unsigned, const char*> kSetupLabels[] = {
     {113, "Auto-adjust task windows"}, {119, "Create backups"},       {121, "Revert after eyedropper"},
     {107, "Show startup window"},      {108, "Show tip of the day"},  {122, "Update defaults"},
     {115, "Warn before displaying manual"}, {105, "Maximize browser window for help"},
+    {123, "Keep recovery copies of unsaved pictures"},
     {114, "JPEG Quality:"},            {120, "Nudge size:"},          {103, "Default view:"},
+    {124, "Recovery copy after (seconds):"},
 };
 }  // namespace
 

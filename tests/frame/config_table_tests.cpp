@@ -18,7 +18,7 @@ const std::set<std::string> kOnOffRows = {
     "DefaultGridShow", "DefaultShadow", "DefaultTextFontBold", "DefaultTextFontItal", "DefaultTextFontUnder",
     "FillTypeRightClick", "FilterApplyToDuplicate", "FilterNoiseColour", "FilterRemember",
     "FilterResizeInterpolate", "FilterResizeConstant", "FilterRotateInterpolate", "FilterRotatePreserve",
-    "FilterShadeLevel", "MaximizeBrowser", "RevertAfterEyedropper", "ShowFileOpenPreview", "ShowFontNameSamples",
+    "FilterShadeLevel", "MaximizeBrowser", "RecoveryActive", "RevertAfterEyedropper", "ShowFileOpenPreview", "ShowFontNameSamples",
     "ShowStartupWindow", "ShowTipOfTheDay", "StartMaximized", "ToolBoxDouble", "UpdateDefaults", "WarnNonBeta",
     "WarnShowManual"};
 const std::set<std::string> kTextRows = {
@@ -26,7 +26,7 @@ const std::set<std::string> kTextRows = {
     "DefaultTextureFileName", "ForRent", "MatrixLibrary", "MatrixDefaultTile", "OpenPath", "TextFontExampleString"};
 
 TEST(ConfigTable, EveryRowHasItsTypeAndTextsAreZeroFilled) {
-  static_assert(MAXCONFIGITEM == 156);
+  static_assert(MAXCONFIGITEM == 158);
   ASSERT_EQ(std::size(configitem), static_cast<std::size_t>(MAXCONFIGITEM));
   RestoreDefaultSettings();
   std::set<std::string> names;
@@ -130,7 +130,7 @@ TEST(ConfigTable, SetupControlsFollowTheTable) {
     EXPECT_EQ(item.spin != nullptr, (item.flags & CI_SPIN) != 0) << item.name;
     EXPECT_EQ(item.choices != nullptr, (item.flags & CI_LIST) != 0) << item.name;
   }
-  EXPECT_EQ(withControl, 11);
+  EXPECT_EQ(withControl, 13);
   EXPECT_EQ(FindConfigItemByControl(0), nullptr);
   EXPECT_FALSE(ParseSpinRange("1,2", &lo, &hi, &start));
   EXPECT_FALSE(ParseSpinRange(nullptr, &lo, &hi, &start));
