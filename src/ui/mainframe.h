@@ -109,8 +109,8 @@ class MainFrame : public QMainWindow {
 
   // Opens a file through the Open command, as a dropped file or the recent list does.
   void OpenFile(const std::string& path);
-  // Files dropped on the document area: each whose extension matches a format
-  // opens once for each matching format; others pass without a word.
+  // Files dropped on the document area: each with an image file name (any
+  // JPEG name included) opens; others pass without a word.
   void DropFiles(const QStringList& paths);
   void SetPathMenu(const std::string& path);
   // A new document holding a copy of the image (the sender keeps its own).
