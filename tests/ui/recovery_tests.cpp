@@ -44,8 +44,9 @@ TEST(RecoveryChild, DISABLED_PaintsUntilKilled) {
   if (!state) GTEST_SKIP();
   test::EnsureQtApp();
   setenv("XDG_STATE_HOME", state, 1);
-  RecoveryInterval = 1;
   MainFrame frame;
+  RecoveryInterval = 1;
+  RecoveryActive = 1;
   frame.show();
   DocumentWindow* d = frame.NewFromDib(CreateDib(kWidth, kHeight, nullptr, 24));
   ASSERT_NE(d, nullptr);
@@ -145,16 +146,22 @@ TEST(Recovery, KilledProgramsPictureComesBackModifiedAndGoesOnSave) {
 TEST(Recovery, CopyWrittenAfterQuietTimeAndRemovedOnClose) {
   test::EnsureQtApp();
   const int interval = RecoveryInterval;
+  MainFrame frame;  // reads the settings file: ours come after
   RecoveryInterval = 1;
-  MainFrame frame;
+  RecoveryActive = 1;
   frame.show();
   DocumentWindow* d = frame.NewFromDib(CreateDib(40, 30, nullptr, 24));
   ASSERT_NE(d, nullptr);
   d->record()->Modified = 1;
   RecoveryService* service = frame.recovery();
-  QTest::qWait(2300);
-  service->WaitIdle();
-  const std::string id = service->CopyOf(d);
+  // A release clears any button an earlier test left held; then hands off.
+  QTest::mouseRelease(d->view(), Qt::LeftButton);
+  std::string id;
+  for (int wait = 0; wait < 60 && id.empty(); ++wait) {
+    QTest::qWait(100);
+    service->WaitIdle();
+    id = service->CopyOf(d);
+  }
   ASSERT_NE(id, "");
   EXPECT_TRUE(fs::exists(service->folder() / (id + ".png")));
   EXPECT_TRUE(fs::exists(service->folder() / (id + ".recovery")));
