@@ -15,8 +15,6 @@
 namespace ochrel {
 
 namespace {
-// About a millisecond of copying (or of first-touch page faults) per slice.
-constexpr std::size_t kSlice = std::size_t{2} << 20;
 // During long unbroken work a copy is still made, at the first short pause
 // after this many intervals.
 constexpr int kLongWorkIntervals = 5;
@@ -153,7 +151,7 @@ void RecoveryService::CopySlice() {
     job_.reset();
     return;
   }
-  const std::size_t n = std::min(kSlice, j.source->size() - j.done);
+  const std::size_t n = std::min(kSliceBytes, j.source->size() - j.done);
   std::memcpy(j.copy->data() + j.done, j.source->data() + j.done, n);
   j.done += n;
   if (j.done < j.source->size()) {

@@ -35,6 +35,10 @@ class RecoveryService : public QObject {
     // Opens a picture as a modified document under the given path.
     std::function<DocumentWindow*(HDIB image, const std::string& path, bool hasFile)> reopen;
   };
+  // What one turn of the event loop copies of a picture: about a millisecond,
+  // first-touch page faults included (bench/recovery_bench.cpp).
+  static constexpr std::size_t kSliceBytes = std::size_t{2} << 20;
+
   RecoveryService(QWidget* frame, Hooks hooks);
   ~RecoveryService() override;
 
