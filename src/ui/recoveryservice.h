@@ -37,7 +37,7 @@ class RecoveryService : public QObject {
   };
   // What one turn of the event loop copies of a picture: about a millisecond,
   // first-touch page faults included (bench/recovery_bench.cpp).
-  static constexpr std::size_t kSliceBytes = std::size_t{2} << 20;
+  static constexpr std::size_t kSliceBytes = std::size_t{1} << 20;
 
   RecoveryService(QWidget* frame, Hooks hooks);
   ~RecoveryService() override;
