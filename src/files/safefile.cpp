@@ -68,7 +68,7 @@ SafeFile::SafeFile(const std::string& path) : path_(path) {
   struct stat old {};
   const bool replacing = ::stat(path.c_str(), &old) == 0;
   // The kernel applies the umask to a new file's mode; no need to read it.
-  fd_ = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+  fd_ = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666);
   if (fd_ < 0) {
     for (int attempt = 0; attempt < 100 && fd_ < 0; ++attempt) {
       std::string candidate = TemporaryName(path);
@@ -114,6 +114,38 @@ bool SafeFile::Commit() {
       } else if (errno != EEXIST) {
         break;
       }
+    }
+    // Without /proc (and without the right to link by descriptor) the content
+    // is copied into a named temporary file instead.
+    for (int attempt = 0; attempt < 100 && !ok; ++attempt) {
+      std::string candidate = TemporaryName(path_);
+      int named = ::open(candidate.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+      if (named < 0) {
+        if (errno == EEXIST) continue;
+        break;
+      }
+      temp_ = candidate;
+      struct stat st {};
+      bool copied = ::fstat(fd_, &st) == 0 && ::fchmod(named, st.st_mode & 07777) == 0;
+      char buffer[1 << 16];
+      for (off_t at = 0; copied;) {
+        ssize_t n = ::pread(fd_, buffer, sizeof buffer, at);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) {
+          copied = n == 0;
+          break;
+        }
+        for (ssize_t put = 0; copied && put < n;) {
+          ssize_t w = ::write(named, buffer + put, static_cast<std::size_t>(n - put));
+          if (w < 0 && errno == EINTR) continue;
+          if (w <= 0) copied = false;
+          else put += w;
+        }
+        at += n;
+      }
+      copied = copied && ::fsync(named) == 0;
+      ok = (::close(named) == 0) && copied;
+      break;
     }
   }
   ok = ok && ::rename(temp_.c_str(), path_.c_str()) == 0;
