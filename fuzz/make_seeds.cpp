@@ -1,11 +1,16 @@
-// Writes the seed corpus of the fuzz targets: for each format a folder of small
-// files of every depth its writer takes, at odd sizes.
+// Writes the seed corpus of the fuzz targets: for each image format a folder of
+// small files of every depth its writer takes, at odd sizes; a settings file as
+// the program writes it and a small tile library. (The stock texture library,
+// tiles, colour table and tips are copied in by the fuzz script.)
 #include <cstdio>
 #include <filesystem>
 #include <random>
 #include <string>
 
 #include "files/codec.h"
+#include "fills/matrix.h"
+#include "frame/config.h"
+#include "frame/recentpaths.h"
 
 using namespace ochrel;
 
@@ -53,5 +58,18 @@ int main(int argc, char** argv) {
         if (JpgEncode(hd, 50, j)) Save(root / "jpg", name + ".jpg", j);
       }
     }
+  std::filesystem::create_directories(root / "settings");
+  RecentPaths recent(10, [](const std::string&) { return true; });
+  recent.Add("/home/someone/pictures/photo.jpg");
+  const std::string ini = FormatConfig(recent, 1767225600);
+  if (std::FILE* f = std::fopen((root / "settings" / "OCHREL.INI").c_str(), "wb")) {
+    std::fwrite(ini.data(), 1, ini.size(), f);
+    std::fclose(f);
+  }
+  std::filesystem::create_directories(root / "tiles");
+  std::vector<HDIB> tiles;
+  tiles.push_back(Picture(5, 4, 24, 99, false));
+  tiles.push_back(Picture(3, 7, 24, 98, false));
+  SaveMatrixFile((root / "tiles" / "small.MTX").string(), tiles, 1, 0);
   return 0;
 }

@@ -18,6 +18,7 @@
 #include "image/settings.h"
 #include "render/wrapper.h"
 #include "ui/mainframe.h"
+#include "ui/recoveryservice.h"
 #include "ui/messages.h"
 #include "ui/startup.h"
 #include "frame/tips.h"
@@ -103,6 +104,8 @@ int main(int argc, char** argv) {
                     "Interim Release Notice");
           WarnNonBeta = 0;
         }
+        // Pictures a killed program left unsaved come back before anything else is asked.
+        frame.recovery()->OfferAtStart();
         if (tipDue) frame.PostCommand(CM_TIPOFTHEDAY);
       });
       // For smoke tests: OCHREL_QUIT_AFTER_MS closes the program by itself.

@@ -63,6 +63,7 @@ HDIB BmpDecode(ByteSpan data, bool infoOnly) {
     if (hsize != 12) return nullptr;
     width = Le16(h + 4);
     height = Le16(h + 6);
+    if (Le16(h + 8) != 1) return nullptr;  // planes
     bits = Le16(h + 10);
   } else {
     // OS/2 2.x headers may stop anywhere after 16 bytes; missing fields are 0.
@@ -70,6 +71,7 @@ HDIB BmpDecode(ByteSpan data, bool infoOnly) {
     std::memcpy(full, h, std::min<std::uint32_t>(hsize, 40));
     width = static_cast<std::int32_t>(Le32(full + 4));
     height = static_cast<std::int32_t>(Le32(full + 8));
+    if (Le16(full + 12) != 1) return nullptr;  // planes
     bits = Le16(full + 14);
     compression = Le32(full + 16);
     clrUsed = Le32(full + 32);
@@ -114,11 +116,17 @@ HDIB BmpDecode(ByteSpan data, bool infoOnly) {
     return nullptr;
   if ((compression == kRle4 || compression == kRle8) && topDown) return nullptr;
 
+  // A header that contradicts itself is refused: more colours than the depth
+  // can index, or a colour table longer than the file.
+  const std::size_t entry = core ? 3 : 4;
+  if (bits <= 8 && clrUsed > (1u << bits)) return nullptr;
+  if (clrUsed && static_cast<std::uint64_t>(clrUsed) * entry > (palettePos < n ? n - palettePos : 0)) return nullptr;
+  if (bits <= 8 && clrUsed && offBits > palettePos && offBits < palettePos + clrUsed * entry) return nullptr;
+
   // Palette: as many entries as declared (or the full set), as far as the data goes.
   BYTE palette[768] = {};
   if (bits <= 8) {
-    std::size_t entry = core ? 3 : 4;
-    std::size_t count = clrUsed && clrUsed < (1u << bits) ? clrUsed : (1u << bits);
+    std::size_t count = clrUsed ? clrUsed : (1u << bits);
     std::size_t end = offBits > palettePos && offBits <= n ? offBits : n;
     std::size_t avail = end > palettePos ? (end - palettePos) / entry : 0;
     count = std::min(count, avail);

@@ -1,4 +1,5 @@
 #include "files/codec.h"
+#include "files/safefile.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -138,32 +139,13 @@ FileBytes::~FileBytes() {
 
 // ---- Writing -----------------------------------------------------------------------------
 bool WriteFileAtomically(const std::string& path, const std::function<bool(ByteSink&)>& encode) {
-  if (path.empty()) return false;
-  std::string::size_type slash = path.rfind('/');
-  std::string folder = slash == std::string::npos ? std::string(".") : path.substr(0, slash + 1);
-  std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-  if (name.empty()) return false;
-  std::string temp = (slash == std::string::npos ? std::string() : folder) + "." + name + ".XXXXXX";
-  std::vector<char> templ(temp.begin(), temp.end());
-  templ.push_back('\0');
-  int fd = ::mkstemp(templ.data());
-  if (fd < 0) return false;
-  // Keep the permissions of a file being replaced; a new file gets the usual
-  // ones, as if created with fopen.
-  struct stat old {};
-  mode_t mode;
-  if (::stat(path.c_str(), &old) == 0) {
-    mode = old.st_mode & 07777;
-  } else {
-    mode_t mask = ::umask(0);
-    ::umask(mask);
-    mode = 0666 & ~mask;
-  }
-  ::fchmod(fd, mode);
-  std::FILE* f = ::fdopen(fd, "wb");
+  if (path.empty() || path.back() == '/') return false;
+  SafeFile out(path);
+  if (!out.ok()) return false;
+  int copy = ::dup(out.fd());
+  std::FILE* f = copy >= 0 ? ::fdopen(copy, "wb") : nullptr;
   if (!f) {
-    ::close(fd);
-    ::unlink(templ.data());
+    if (copy >= 0) ::close(copy);
     return false;
   }
   bool ok;
@@ -172,11 +154,8 @@ bool WriteFileAtomically(const std::string& path, const std::function<bool(ByteS
     ok = encode(sink) && sink.Flush();
   }
   ok = (std::fflush(f) == 0) && ok;
-  ok = ok && ::fsync(::fileno(f)) == 0;
   ok = (std::fclose(f) == 0) && ok;
-  if (ok) ok = ::rename(templ.data(), path.c_str()) == 0;
-  if (!ok) ::unlink(templ.data());
-  return ok;
+  return ok && out.Commit();
 }
 
 }  // namespace ochrel

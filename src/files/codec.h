@@ -105,9 +105,10 @@ class FileBytes {
   std::vector<std::uint8_t> copy_;
 };
 
-// Writes a file through a temporary file in the same folder that is renamed
-// over the target only when the encoder succeeded and everything reached the
-// disk, so a failed or interrupted save leaves any old file as it was.
+// Writes a file through a temporary file in the same folder (SafeFile) that is
+// renamed over the target only when the encoder succeeded and everything
+// reached the disk, so a failed or interrupted save leaves any old file as it
+// was, and nothing else.
 bool WriteFileAtomically(const std::string& path, const std::function<bool(ByteSink&)>& encode);
 
 // ---- The codecs ------------------------------------------------------------------------

@@ -1,8 +1,10 @@
-// The image format layer: the extension of a path picks one of five formats,
-// whose reader turns the file into a packed DIB and whose writer turns a DIB
-// back into a file. Nothing here looks into a file to guess its format.
+// The image format layer: five formats, each with a reader that turns a file
+// into a packed DIB and a writer that turns a DIB back into a file. A file is
+// read by what its first bytes say it is (TGA, which has no signature, by its
+// name); a file is written in the format its name asks for.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -62,20 +64,31 @@ HDIB PNGReadGraphicFile(const char* path);
 std::uint16_t PNGWriteGraphicFile(const char* path, const HDIB& dib);
 
 int GetImageTypeCount();
-// The row whose extension is the path's (ignoring case), or -1.
+// The row whose extension is the path's (ignoring case), or -1. Besides the
+// row's own extension, "jpeg", "jpe" and "jfif" name JPEG files.
 int FindImageFormat(const char* path);
+// Every extension that names a row's files, the row's own first; null after the
+// last, and an empty list for a bad index.
+const char* const* FormatExtensions(int index);
+// The row whose signature begins the data, or -1 (TGA has none).
+int SniffImageFormat(const std::uint8_t* data, std::size_t size);
+// The row a file is read with: its signature decides; without one, a file
+// with an image file name is taken for TGA. -1 when neither gives a row.
+int FindImageFormatOfFile(const char* path);
 // Copies a row's extension into text (at most size bytes with the terminator)
 // and returns the number of formats, or -1 for a bad index.
 int GetFormatExtension(char* text, int index, int size);
 // Width, height, depth and palette (768 bytes) of a file; each may be null.
+// The file's content picks the reader (FindImageFormatOfFile).
 // 1 on success, 0 when the format is unknown or the file can't be read.
 int GetImageInfo(const char* path, int* width, int* height, int* bits, BYTE* palette);
-// The file as a DIB, or null for an unknown extension or a failed read.
+// The file as a DIB, read by its content, or null for an unknown format or a
+// failed read.
 HDIB LoadImage(const char* path);
 // Loads into image (replacing it only on success); non-zero on success.
 int LoadGraphicFile(HDIB& image, const char* path);
 
-// The path the write function of row `format` gets: a ".jpg" name in any case
+// The path the write function of row `format` gets: a JPEG name in any case
 // carries the JPEG quality as "/Q:n" when the path is short enough.
 std::string WriteImagePath(const char* path, int format);
 // 1 on success, 0 for an unknown extension or a failed write.

@@ -109,12 +109,59 @@ const IMAGEPROC imageproc[5] = {
 // ---- The layer -----------------------------------------------------------------------
 int GetImageTypeCount() { return 5; }
 
+namespace {
+// Cameras, browsers and phones write JPEG files under all of these names.
+const char* const kJpgNames[] = {"jpg", "jpeg", "jpe", "jfif", nullptr};
+const char* const kBmpNames[] = {"bmp", nullptr};
+const char* const kPcxNames[] = {"pcx", nullptr};
+const char* const kTgaNames[] = {"tga", nullptr};
+const char* const kPngNames[] = {"png", nullptr};
+const char* const* const kFormatNames[5] = {kJpgNames, kBmpNames, kPcxNames, kTgaNames, kPngNames};
+const char* const kNoNames[] = {nullptr};
+}  // namespace
+
+const char* const* FormatExtensions(int index) {
+  return index >= 0 && index < GetImageTypeCount() ? kFormatNames[index] : kNoNames;
+}
+
 int FindImageFormat(const char* path) {
   if (!path || !*path) return -1;
   const char* ext = ExtensionOf(path);
   for (int i = 0; i < GetImageTypeCount(); ++i)
-    if (strcasecmp(ext, imageproc[i].extension) == 0) return i;
+    for (const char* const* e = FormatExtensions(i); *e; ++e)
+      if (strcasecmp(ext, *e) == 0) return i;
   return -1;
+}
+
+int SniffImageFormat(const std::uint8_t* p, std::size_t n) {
+  if (!p) return -1;
+  static const std::uint8_t kPng[8] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
+  if (n >= 8 && std::memcmp(p, kPng, 8) == 0) return 4;
+  if (n >= 3 && p[0] == 0xFF && p[1] == 0xD8 && p[2] == 0xFF) return 0;
+  if (n >= 2 && p[0] == 'B' && p[1] == 'M') return 1;
+  // PCX has only a weak mark, so more of its header must agree. A TGA header
+  // that looked like this would have to be a map type 0 with image type 0 or 1,
+  // neither of which is a readable TGA file.
+  if (n >= 128 && p[0] == 0x0A && (p[1] == 0 || (p[1] >= 2 && p[1] <= 5)) && p[2] <= 1 &&
+      (p[3] == 1 || p[3] == 2 || p[3] == 4 || p[3] == 8) && p[65] >= 1 && p[65] <= 4)
+    return 2;
+  return -1;
+}
+
+int FindImageFormatOfFile(const char* path) {
+  if (!path || !*path) return -1;
+  int byName = FindImageFormat(path);
+  std::uint8_t head[128];
+  std::size_t got = 0;
+  if (std::FILE* f = std::fopen(path, "rb")) {
+    got = std::fread(head, 1, sizeof head, f);
+    std::fclose(f);
+  } else {
+    return byName;  // the reader will say it can't be opened
+  }
+  int bySignature = SniffImageFormat(head, got);
+  if (bySignature >= 0) return bySignature;
+  return byName >= 0 ? 3 : -1;
 }
 
 int GetFormatExtension(char* text, int index, int size) {
@@ -127,7 +174,7 @@ int GetFormatExtension(char* text, int index, int size) {
 }
 
 int GetImageInfo(const char* path, int* width, int* height, int* bits, BYTE* palette) {
-  int row = FindImageFormat(path);
+  int row = FindImageFormatOfFile(path);
   if (row < 0) return 0;
   HDIB info = imageproc[row].information(path);
   const BITMAPINFOHEADER* h = LockDib(info);
@@ -143,7 +190,7 @@ int GetImageInfo(const char* path, int* width, int* height, int* bits, BYTE* pal
 }
 
 HDIB LoadImage(const char* path) {
-  int row = FindImageFormat(path);
+  int row = FindImageFormatOfFile(path);
   if (row < 0) return nullptr;
   return imageproc[row].read(path);
 }
@@ -157,7 +204,7 @@ int LoadGraphicFile(HDIB& image, const char* path) {
 
 std::string WriteImagePath(const char* path, int format) {
   std::string out = path ? path : "";
-  if (format == 0 && strcasecmp(ExtensionOf(out.c_str()), "jpg") == 0 && out.size() + 8 < 260) {
+  if (format == 0 && FindImageFormat(out.c_str()) == 0 && out.size() + 8 < 260) {
     char suffix[32];
     std::snprintf(suffix, sizeof suffix, "/Q:%u", static_cast<unsigned>(JPEGQualityFactor));
     out += suffix;

@@ -66,6 +66,7 @@ HDIB PcxDecode(ByteSpan data, bool infoOnly) {
   const std::uint8_t* p = data.data();
   const std::size_t n = data.size();
   if (n < kHeader || p[0] != 0x0A || p[2] > 1) return nullptr;
+  if (p[1] == 1 || p[1] > 5) return nullptr;  // no such version
   int bpp = p[3], planes = p[65];
   int xmin = Le16(p + 4), ymin = Le16(p + 6), xmax = Le16(p + 8), ymax = Le16(p + 10);
   std::size_t bpl = Le16(p + 66);
@@ -96,6 +97,12 @@ HDIB PcxDecode(ByteSpan data, bool infoOnly) {
     else std::memcpy(palette, GreyPalette(), 768);
   }
   if (infoOnly) return NewInfo(width, height, outBits, palette);
+  // The data must be able to hold the picture the header claims before any of
+  // it is made: raw lines byte for byte, coded ones at most 63 bytes a pair.
+  const std::uint64_t lineBytes = static_cast<std::uint64_t>(bpl) * static_cast<std::uint64_t>(planes);
+  const std::uint64_t need = lineBytes * static_cast<std::uint64_t>(height);
+  const std::uint64_t avail = n - kHeader;
+  if (p[2] == 0 ? avail < need : avail * 63 < need * 2) return nullptr;
 
   const int w = static_cast<int>(width), h = static_cast<int>(height);
   HDIB out = NewImage(width, height, outBits, palette);

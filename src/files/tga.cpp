@@ -69,6 +69,14 @@ HDIB TgaDecode(ByteSpan data, bool infoOnly) {
     if (depth != 8 && depth != 16) return nullptr;
     outBits = 8;
   }
+  // A header that contradicts itself is refused: a map of an entry size no
+  // file uses, a map longer than an 8-bit index reaches, or more attribute
+  // (alpha) bits than the pixel has room for.
+  if (mapType == 1 && mapEntry != 15 && mapEntry != 16 && mapEntry != 24 && mapEntry != 32) return nullptr;
+  if (base == 1 && (mapLength == 0 || mapFirst + mapLength > 256)) return nullptr;
+  const int attributeBits = descriptor & 15;
+  const int spareBits = base == 1 ? 0 : depth == 32 ? 8 : depth == 16 ? (base == 3 ? 8 : 1) : 0;
+  if (attributeBits > spareBits) return nullptr;
   std::size_t pos = kHeader + static_cast<std::size_t>(idLength);
   std::size_t entryBytes = (mapEntry + 7) / 8;
   std::size_t mapBytes = mapType ? static_cast<std::size_t>(mapLength) * entryBytes : 0;
@@ -96,6 +104,10 @@ HDIB TgaDecode(ByteSpan data, bool infoOnly) {
   const std::size_t px = (static_cast<std::size_t>(depth) + 7) / 8;
   const std::size_t rowBytes = px * static_cast<std::size_t>(w);
   if (!rle && (n - pos) / rowBytes < static_cast<std::size_t>(h)) return nullptr;
+  // A run packet of 1 + px bytes makes at most 128 pixels: a file too short for
+  // the picture its header claims is refused before the picture is made.
+  if (rle && static_cast<std::uint64_t>(n - pos) * 128 < static_cast<std::uint64_t>(w) * static_cast<std::uint64_t>(h) * (px + 1))
+    return nullptr;
   HDIB out = NewImage(width, height, outBits, palette);
   BITMAPINFOHEADER* dib = LockDib(out);
   if (!dib) return nullptr;

@@ -21,41 +21,22 @@ bool MakeBackup(const std::string& path) {
   return fs::copy_file(path, bak, fs::copy_options::overwrite_existing, ec);
 }
 
-AtomicWriter::AtomicWriter(const std::string& path, const char* mode) : path_(path) {
-  std::string pattern = path + ".XXXXXX";
-  // mkstemp gives a name no other writer is using; stdio then takes it over.
-  std::string buffer = pattern;
-  int fd = ::mkstemp(buffer.data());
-  if (fd < 0) return;
-  temp_ = buffer;
-  file_.reset(::fdopen(fd, mode[0] == 'w' && mode[1] == 'b' ? "wb" : "w"));
-  if (!file_) {
-    ::close(fd);
-    std::remove(temp_.c_str());
-    temp_.clear();
-  }
+AtomicWriter::AtomicWriter(const std::string& path, const char* mode) : out_(path) {
+  if (!out_.ok()) return;
+  // stdio writes through a copy of the descriptor; the original makes the file.
+  int copy = ::dup(out_.fd());
+  if (copy < 0) return;
+  file_.reset(::fdopen(copy, mode[0] == 'w' && mode[1] == 'b' ? "wb" : "w"));
+  if (!file_) ::close(copy);
 }
 
-AtomicWriter::~AtomicWriter() {
-  if (file_) {
-    file_.reset();
-    std::remove(temp_.c_str());
-  }
-}
+AtomicWriter::~AtomicWriter() = default;
 
 bool AtomicWriter::Commit() {
   if (!file_) return false;
   bool ok = std::fflush(file_.get()) == 0 && !std::ferror(file_.get());
   ok = (std::fclose(file_.release()) == 0) && ok;
-  if (ok) {
-    // The temporary file is made private; the library takes the ordinary mode.
-    std::error_code ec;
-    fs::permissions(temp_, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
-                               fs::perms::others_read, ec);
-    ok = std::rename(temp_.c_str(), path_.c_str()) == 0;
-  }
-  if (!ok) std::remove(temp_.c_str());
-  return ok;
+  return ok && out_.Commit();
 }
 
 std::string DataFolder() {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "files/safefile.h"
 #include "image/dib.h"
 
 namespace ochrel::fills {
@@ -34,7 +35,7 @@ class AtomicWriter {
   bool Commit();
 
  private:
-  std::string path_, temp_;
+  SafeFile out_;
   File file_;
 };
 

@@ -382,7 +382,7 @@ TextureList StockTextures() {
     t.SeedValue2 = 6160;
     t.SeedValue3 = 7170;
     t.SeedValue4 = 8180;
-    t.Power4 = 2.0f;
+    t.Power4 = 1.5f;
     t.Dimension4 = 2.4f;
   });
   make("Moon surface", 4, [](TEXTURE& t) {

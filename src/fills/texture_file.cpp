@@ -62,6 +62,27 @@ void Store(TEXTURE* t, const Key& k, const char* value) {
   }
 }
 
+// The editor's range of each numeric field; percent fields hold a hundredth of it.
+struct Range {
+  const char* key;
+  int lo, hi;
+  bool percent;
+};
+const Range kRanges[] = {
+    {"Power1", 0, 150, true},        {"Power2", 0, 150, true},        {"Power3", 0, 150, true},
+    {"Power4", 0, 150, true},        {"Power5", 0, 150, true},        {"SeedValue1", 1, 32760, false},
+    {"SeedValue2", 1, 32760, false}, {"SeedValue3", 1, 32760, false}, {"SeedValue4", 1, 32760, false},
+    {"SeedValue5", 1, 32760, false}, {"MatrixSize", 32, 1024, false}, {"Dimension1", 200, 2000, true},
+    {"Dimension2", 200, 2000, true}, {"Dimension3", 200, 2000, true}, {"Dimension4", 200, 2000, true},
+    {"Dimension5", 200, 2000, true}, {"CreaterCount", 100, 10000, false}, {"CreaterDepth", 50, 400, true},
+    {"BubbleCount", 0, 512, false},  {"BubbleSize", 1, 64, false},     {"BubblePower", 0, 100, true},
+    {"PerturbationPower", 0, 800, true}, {"TextureType", 0, 5, false}, {"BubbleShape", 0, 3, false},
+    {"ColorRed0", 0, 100, true},     {"ColorRed1", 0, 100, true},     {"ColorRed2", 0, 100, true},
+    {"ColorRed3", 0, 100, true},     {"ColorGreen0", 0, 100, true},   {"ColorGreen1", 0, 100, true},
+    {"ColorGreen2", 0, 100, true},   {"ColorGreen3", 0, 100, true},   {"ColorBlue0", 0, 100, true},
+    {"ColorBlue1", 0, 100, true},    {"ColorBlue2", 0, 100, true},    {"ColorBlue3", 0, 100, true},
+};
+
 void TrimRight(char* s) {
   std::size_t n = std::strlen(s);
   while (n > 0 && static_cast<unsigned char>(s[n - 1]) <= 32) s[--n] = 0;
@@ -90,6 +111,7 @@ int LoadTextureFile(const std::string& path, TextureList* list, int* writeable) 
   TEXTURE item;
   std::string name;
   auto finish = [&] {
+    ClampTextureFields(&item);
     // An item without a name of its own shows what the writer would have written.
     AddTextureItem(list, name.empty() ? "UNKNOWN NAME" : name, item);
     inItem = false;
@@ -173,6 +195,42 @@ int SaveTextureFile(const std::string& path, const TextureList& list, int writea
     std::fprintf(f, ";Items end -- beyond this point be dragons.\n");
   }
   return out.Commit() ? 1 : 0;
+}
+
+void ClampTextureFields(TEXTURE* t) {
+  if (!t) return;
+  for (const Range& r : kRanges) {
+    const Key* k = FindKey(r.key);
+    if (!k) continue;
+    if (k->kind == Kind::Float) {
+      const float lo = r.percent ? static_cast<float>(r.lo * 0.01) : static_cast<float>(r.lo);
+      const float hi = r.percent ? static_cast<float>(r.hi * 0.01) : static_cast<float>(r.hi);
+      float& v = t->*k->f;
+      if (!(v >= lo)) v = lo;  // NaN too
+      if (v > hi) v = hi;
+    } else if (k->kind == Kind::Int) {
+      int& v = t->*k->i;
+      v = std::clamp(v, r.lo, r.hi);
+    } else {
+      std::uint32_t& v = t->*k->u;
+      v = std::clamp<std::uint32_t>(v, static_cast<std::uint32_t>(r.lo), static_cast<std::uint32_t>(r.hi));
+    }
+  }
+  for (COLORREF TEXTURE::*c : {&TEXTURE::ForeColour1, &TEXTURE::ForeColour2, &TEXTURE::ForeColour3,
+                               &TEXTURE::ForeColour4, &TEXTURE::ForeColour5, &TEXTURE::BackColour})
+    t->*c &= 0xFFFFFF;
+}
+
+bool SameTextureFields(const TEXTURE& a, const TEXTURE& b) {
+  for (const Key& k : kKeys) {
+    switch (k.kind) {
+      case Kind::Int: if (a.*k.i != b.*k.i) return false; break;
+      case Kind::Unsigned:
+      case Kind::Colour: if (a.*k.u != b.*k.u) return false; break;
+      case Kind::Float: if (a.*k.f != b.*k.f) return false; break;
+    }
+  }
+  return true;
 }
 
 bool IsTextureKey(const std::string& key) { return FindKey(key.c_str()) != nullptr; }

@@ -32,6 +32,14 @@ int LoadTextureFile(const std::string& path, TextureList* list, int* writeable);
 int SaveTextureFile(const std::string& path, const TextureList& list, int writeable = 1,
                     const char* stamp = nullptr);
 
+// Brings every field into the range its editor allows (percent fields as
+// fractions: Power 0-1.5, Density 2-20, ...), the type into 0..5, the bubble
+// shape into 0..3 and the curves into 0..1, so that a hand-made library can't
+// hold what the editor would silently change. The reader applies it to each item.
+void ClampTextureFields(TEXTURE* t);
+// True when every field the library stores is the same (Rect plays no part).
+bool SameTextureFields(const TEXTURE& a, const TEXTURE& b);
+
 // A field of TEXTURE by its library key (any case): for the command line.
 // Set* returns false for an unknown key.
 bool SetTextureField(TEXTURE* t, const std::string& key, const std::string& value);

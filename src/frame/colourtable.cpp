@@ -1,5 +1,7 @@
 #include "frame/colourtable.h"
 
+#include "files/safefile.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -89,21 +91,16 @@ bool SaveColourTable(const std::string& file, const ColourTable& table) {
   std::filesystem::remove(file + ".bak", ec);
   // Written beside the table and renamed over it, so a failed write leaves
   // the old table as it was.
-  const std::string temporary = file + ".new";
-  std::FILE* f = std::fopen(temporary.c_str(), "wb");
-  if (!f) return false;
-  bool ok = true;
-  for (const COLOURTABLEITEM& item : table)
-    if (std::fprintf(f, "%s=%d,%d,%d\n", item.Name.c_str(), GetRValue(item.Colour), GetGValue(item.Colour),
-                     GetBValue(item.Colour)) < 0)
-      ok = false;
-  if (std::fclose(f) != 0) ok = false;
-  if (ok) {
-    std::filesystem::rename(temporary, file, ec);
-    ok = !ec;
+  std::string text;
+  char line[64];
+  for (const COLOURTABLEITEM& item : table) {
+    std::snprintf(line, sizeof line, "=%d,%d,%d\n", GetRValue(item.Colour), GetGValue(item.Colour),
+                  GetBValue(item.Colour));
+    text += item.Name;
+    text += line;
   }
-  if (!ok) std::filesystem::remove(temporary, ec);
-  return ok;
+  SafeFile out(file);
+  return out.Write(text.data(), text.size()) && out.Commit();
 }
 
 int FindTableColour(const ColourTable& table, COLORREF colour) {

@@ -1,5 +1,7 @@
 #include "frame/config.h"
 
+#include "files/safefile.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -166,6 +168,8 @@ const CONFIGITEM configitem[MAXCONFIGITEM] = {
     TEXT(OpenPath, CI_TEXT, 0, nullptr, nullptr, nullptr),
     NUMBER(NudgeSize, CI_NUMBER | CI_SPIN, 120, nullptr, nullptr, "1,32,1"),
     NUMBER(PatchLevel, CI_NUMBER | CI_WRITEONLY, 0, nullptr, nullptr, nullptr),
+    NUMBER(RecoveryActive, CI_ONOFF, 123, nullptr, nullptr, nullptr),
+    NUMBER(RecoveryInterval, CI_NUMBER | CI_SPIN, 124, nullptr, nullptr, "10,3600,60"),
     NUMBER(RevertAfterEyedropper, CI_ONOFF, 121, nullptr, nullptr, nullptr),
     NUMBER(SettingsLeft, CI_NUMBER, 0, nullptr, nullptr, nullptr),
     NUMBER(SettingsTop, CI_NUMBER, 0, nullptr, nullptr, nullptr),
@@ -303,21 +307,8 @@ std::string CtimeText(std::time_t now) {
   return buf;
 }
 
-bool WriteAll(int fd, const std::string& text) {
-  const char* p = text.data();
-  std::size_t left = text.size();
-  while (left > 0) {
-    ssize_t n = ::write(fd, p, left);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    p += n;
-    left -= static_cast<std::size_t>(n);
-  }
-  return true;
-}
-
 // Writes a temporary file beside the target and renames it into place, so
-// that a crash or a full disk never leaves half a file behind.
+// that a crash or a full disk never leaves half a file, nor a stray one, behind.
 bool ReplaceFile(fs::path file, const std::string& text) {
   std::error_code ec;
   // Keep a link to the file (a shared dotfile, say) a link.
@@ -328,16 +319,8 @@ bool ReplaceFile(fs::path file, const std::string& text) {
   fs::path folder = file.parent_path();
   if (folder.empty()) folder = ".";
   fs::create_directories(folder, ec);
-  std::string tmp = (folder / ("." + file.filename().string() + ".XXXXXX")).string();
-  int fd = ::mkstemp(tmp.data());
-  if (fd < 0) return false;
-  struct stat st;
-  mode_t mode = (::stat(file.c_str(), &st) == 0) ? (st.st_mode & 07777) : 0644;
-  bool ok = ::fchmod(fd, mode) == 0 && WriteAll(fd, text) && ::fsync(fd) == 0;
-  ok = (::close(fd) == 0) && ok;
-  if (ok) ok = ::rename(tmp.c_str(), file.c_str()) == 0;
-  if (!ok) ::unlink(tmp.c_str());
-  return ok;
+  SafeFile out(file.string());
+  return out.Write(text.data(), text.size()) && out.Commit();
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ inline constexpr int OkToSaveConfig = 1;
 inline constexpr int NormalTextFontSize = 16;
 inline constexpr int SmallTextFontSize = 12;
 
-inline constexpr int MAXCONFIGITEM = 158;
+inline constexpr int MAXCONFIGITEM = 160;
 
 // Row flags.
 enum : unsigned {

@@ -135,6 +135,8 @@ namespace ochrel {
   T(OpenPath, "") \
   N(NudgeSize, 1) \
   N(PatchLevel, 2) \
+  N(RecoveryActive, 1) \
+  N(RecoveryInterval, 60) \
   N(RevertAfterEyedropper, 1) \
   N(SettingsLeft, 0) \
   N(SettingsTop, 0) \

@@ -138,6 +138,10 @@ extern char OpenPath[kSettingTextSize];
 extern int NudgeSize;
 extern int PatchLevel;
 extern int RevertAfterEyedropper;
+// Copies of unsaved pictures for after a crash: on/off, and the quiet time in
+// seconds after a change before one is written.
+extern int RecoveryActive;
+extern int RecoveryInterval;
 extern int SettingsLeft;
 extern int SettingsTop;
 extern int ShadowColor;

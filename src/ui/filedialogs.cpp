@@ -38,11 +38,6 @@ constexpr int kFormatCount = 5;
 constexpr int kPaneWidth = 180;
 constexpr int kPaneHeight = 150;
 
-std::string Lower(std::string s) {
-  for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return s;
-}
-
 // The text after the last dot of the name part; "" when there is none.
 std::string ExtensionOf(const std::string& name) {
   std::string::size_type slash = name.find_last_of('/');
@@ -91,27 +86,27 @@ QStringList ImageFileFilters() {
   QStringList filters;
   QStringList all;
   for (int i = 1; i <= kFormatCount; ++i) {
-    QString pattern = AnyCasePattern(ImageTypeExtension(i));
-    filters << ImageTypeName(i) + " (" + pattern + ")";
-    all << pattern;
+    QStringList patterns;
+    for (const char* const* e = FormatExtensions(i - 1); *e; ++e) patterns << AnyCasePattern(*e);
+    filters << ImageTypeName(i) + " (" + patterns.join(' ') + ")";
+    all << patterns;
   }
   filters << ImageTypeName(kImageTypeListCount) + " (" + all.join(' ') + ")";
   return filters;
 }
 
 int TypeIndexForName(const std::string& name, int current) {
-  const std::string ext = Lower(ExtensionOf(name));
-  if (ext.empty()) return current;
-  for (int i = 1; i <= kFormatCount; ++i)
-    if (ImageTypeExtension(i) == ext) return i;
-  return current;
+  if (ExtensionOf(name).empty()) return current;
+  const int row = FindImageFormat(name.c_str());
+  return row >= 0 ? row + 1 : current;
 }
 
 std::string NameForType(const std::string& name, int index) {
   const std::string ext = ImageTypeExtension(index);
   if (ext.empty() || name.empty()) return name;
   const std::string old = ExtensionOf(name);
-  if (Lower(old) == ext) return name;
+  // "photo.jpeg" already is a JPEG name.
+  if (!old.empty() && FindImageFormat(name.c_str()) == index - 1) return name;
   std::string base = name.substr(0, name.size() - old.size());
   if (!base.empty() && base.back() == '.') base.pop_back();
   return base + "." + ext;

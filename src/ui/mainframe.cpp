@@ -51,6 +51,7 @@
 #include "ui/longwork.h"
 #include "ui/messages.h"
 #include "ui/newfiledialog.h"
+#include "ui/recoveryservice.h"
 #include "ui/settingswindow.h"
 #include "ui/startup.h"
 #include "ui/dialogrunner.h"
@@ -318,6 +319,21 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
     return ok;
   };
   SetFileHooks(hooks);
+  // Recovery copies: a picture comes back as a modified document under its path.
+  recovery_ = new RecoveryService(this, {[this] {
+                                           std::vector<DocumentWindow*> docs;
+                                           for (QMdiSubWindow* w : client_->subWindowList())
+                                             if (auto* d = qobject_cast<DocumentWindow*>(w)) docs.push_back(d);
+                                           return docs;
+                                         },
+                                         [this](HDIB image, const std::string& path, bool hasFile) {
+                                           DocumentWindow* w = CreateNewTask(path);
+                                           w->record()->Image = std::move(image);
+                                           w->record()->HasFile = hasFile ? 1 : 0;
+                                           w->record()->Modified = 1;
+                                           FinishNewDocument(w);
+                                           return w;
+                                         }});
 }
 
 MainFrame::~MainFrame() {
@@ -829,13 +845,8 @@ void MainFrame::DropFiles(const QStringList& paths) {
   raise();
   activateWindow();
   for (const QString& p : paths) {
-    const QString ext = QFileInfo(p).suffix();
-    if (ext.isEmpty()) continue;
-    for (int i = 0; i < GetImageTypeCount(); ++i) {
-      char e[16];
-      GetFormatExtension(e, i, sizeof e);
-      if (ext.compare(QString::fromLatin1(e), Qt::CaseInsensitive) == 0) OpenFile(p.toStdString());
-    }
+    const std::string path = p.toStdString();
+    if (FindImageFormat(path.c_str()) >= 0) OpenFile(path);
   }
 }
 

@@ -19,6 +19,7 @@ class QToolButton;
 namespace ochrel {
 
 class DocumentWindow;
+class RecoveryService;
 class ToolBox;
 class SettingsWindow;
 struct BLOCKSET;
@@ -122,12 +123,14 @@ class MainFrame : public QMainWindow {
 
   // Opens a file through the Open command, as a dropped file or the recent list does.
   void OpenFile(const std::string& path);
-  // Files dropped on the document area: each whose extension matches a format
-  // opens once for each matching format; others pass without a word.
+  // Files dropped on the document area: each with an image file name (any
+  // JPEG name included) opens; others pass without a word.
   void DropFiles(const QStringList& paths);
   void SetPathMenu(const std::string& path);
   // A new document holding a copy of the image (the sender keeps its own).
   DocumentWindow* NewFromDib(const HDIB& image);
+  // The recovery copies of modified documents, and the offer at start.
+  RecoveryService* recovery() const { return recovery_; }
 
   // The file services a document uses; tests may replace the save dialog.
   bool WriteDocument(QWidget* parent, const std::string& path);
@@ -174,6 +177,7 @@ class MainFrame : public QMainWindow {
   std::vector<QAction*> recentActions_;
   std::string loadFile_;
   bool hasLoadFile_ = false;
+  RecoveryService* recovery_ = nullptr;
 };
 
 }  // namespace ochrel

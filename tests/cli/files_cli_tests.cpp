@@ -6,6 +6,11 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <chrono>
+#include <csignal>
+#include <random>
+#include <thread>
+#include <unistd.h>
 
 #include "files/imagefile.h"
 #include "cli_run.h"
@@ -50,7 +55,7 @@ TEST(CliInfo, BadFilesReportEachAndFail) {
   Scratch dir;
   HDIB dib = test::RandomDib(4, 4, 24, 1);
   ASSERT_EQ(WriteImage((dir / "good.bmp").c_str(), dib), 1);
-  fs::copy_file(dir / "good.bmp", dir / "liar.png");
+  std::ofstream(dir / "liar.png") << "not a picture at all";
   std::ofstream(dir / "empty.tga").close();
   CliRun r = Cli(dir, "info " + Q(dir / "liar.png") + " " + Q(dir / "good.bmp") + " " + Q(dir / "empty.tga") + " " +
                        Q(dir / "notes.txt"));
@@ -87,6 +92,10 @@ TEST(CliConvert, QualityAndCommandLineErrors) {
   ASSERT_EQ(Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "low.jpg") + " --quality 10").status, 0);
   ASSERT_EQ(Cli(dir, "convert --quality 95 " + Q(dir / "in.png") + " " + Q(dir / "high.jpg")).status, 0);
   EXPECT_LT(fs::file_size(dir / "low.jpg") * 2, fs::file_size(dir / "high.jpg"));
+  // Every JPEG name is a JPEG name, in and out.
+  ASSERT_EQ(Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "photo.JPEG")).status, 0);
+  ASSERT_EQ(Cli(dir, "convert " + Q(dir / "photo.JPEG") + " " + Q(dir / "again.jfif")).status, 0);
+  EXPECT_EQ(Cli(dir, "info " + Q(dir / "again.jfif")).out, (dir / "again.jfif") + ": jpg 64x64 24-bit true colour\n");
 
   CliRun bad = Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "x.jpg") + " --quality 0");
   EXPECT_EQ(bad.status, 1);
@@ -106,6 +115,70 @@ TEST(CliConvert, QualityAndCommandLineErrors) {
   CliRun folder = Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "no/such/out.bmp"));
   EXPECT_EQ(folder.status, 1);
   EXPECT_EQ(folder.err, "ochrel-cli: " + (dir / "no/such/out.bmp") + ": Error writing file\n");
+}
+
+TEST(CliConvert, KilledSavesNeverDamageTheOldFileNorLeaveFilesBehind) {
+  Scratch dir;
+  const std::string before = dir / "before.bmp", after = dir / "after.bmp", target = dir / "target.png";
+  ASSERT_EQ(WriteImage(before.c_str(), test::RandomDib(1600, 1200, 24, 1)), 1);
+  ASSERT_EQ(WriteImage(after.c_str(), test::RandomDib(1600, 1200, 24, 2)), 1);
+  ASSERT_EQ(Cli(dir, "convert " + Q(before) + " " + Q(target)).status, 0);
+  const std::string oldBytes = Slurp(target);
+  ASSERT_EQ(Cli(dir, "convert " + Q(after) + " " + Q(target)).status, 0);
+  const std::string newBytes = Slurp(target);
+  ASSERT_EQ(Cli(dir, "convert " + Q(before) + " " + Q(target)).status, 0);
+
+  setenv("OCHREL_CONFIG_DIR", (dir / "config").c_str(), 1);
+  setenv("OCHREL_DATA_DIR", (dir / "data").c_str(), 1);
+  auto start = [&] {
+    pid_t pid = fork();
+    if (pid == 0) {
+      execl(OCHREL_CLI, OCHREL_CLI, "convert", after.c_str(), target.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    return pid;
+  };
+  // How long a whole save takes here, to kill anywhere within it.
+  auto t0 = std::chrono::steady_clock::now();
+  int status = 0;
+  waitpid(start(), &status, 0);
+  const auto whole = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - t0);
+  ASSERT_EQ(Cli(dir, "convert " + Q(before) + " " + Q(target)).status, 0);
+  std::mt19937 random(std::random_device{}());
+  std::uniform_int_distribution<long long> moment(0, whole.count());
+  int killedMidway = 0;
+  pid_t deadPid = 0;
+  for (int k = 0; k < 24; ++k) {
+    pid_t pid = start();
+    std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
+    kill(pid, SIGKILL);
+    waitpid(pid, &status, 0);
+    deadPid = pid;
+    if (WIFSIGNALED(status)) ++killedMidway;
+    const std::string now = Slurp(target);
+    ASSERT_TRUE(now == oldBytes || now == newBytes) << "kill " << k;
+    if (now == newBytes) {
+      ASSERT_EQ(Cli(dir, "convert " + Q(before) + " " + Q(target)).status, 0);
+    }
+  }
+  EXPECT_GT(killedMidway, 12);
+  // What a save killed between naming its file and renaming it, an older
+  // program, and a save still running would leave: the next save clears the
+  // first two and keeps the third.
+  const std::string prefix = "." + fs::path(target).filename().string() + ".";
+  std::ofstream(dir / (prefix + "~" + std::to_string(deadPid) + ".aB3dE9")) << "x";
+  std::ofstream(dir / (prefix + "Zz09Qq")) << "x";
+  fs::last_write_time(dir / (prefix + "Zz09Qq"), fs::file_time_type::clock::now() - std::chrono::hours(2));
+  const std::string running = prefix + "~" + std::to_string(getpid()) + ".live01";
+  std::ofstream(dir / running) << "x";
+  ASSERT_EQ(Cli(dir, "convert " + Q(after) + " " + Q(target)).status, 0);
+  EXPECT_EQ(Slurp(target), newBytes);
+  std::vector<std::string> left;
+  for (const auto& e : fs::directory_iterator(dir.path))
+    if (e.path().filename().string().rfind(prefix, 0) == 0) left.push_back(e.path().filename().string());
+  EXPECT_EQ(left, std::vector<std::string>{running});
+  unsetenv("OCHREL_CONFIG_DIR");
+  unsetenv("OCHREL_DATA_DIR");
 }
 
 }  // namespace

@@ -21,6 +21,8 @@ inline void EnsureQtApp() {
   setenv("OCHREL_DATA_DIR", (base + "/data").c_str(), 1);
   // Files the program deletes go to a trash inside the test's folder.
   setenv("XDG_DATA_HOME", (base + "/xdg").c_str(), 1);
+  // Recovery copies of unsaved pictures too.
+  setenv("XDG_STATE_HOME", (base + "/state").c_str(), 1);
   if (!std::getenv("QT_QPA_PLATFORM")) setenv("QT_QPA_PLATFORM", "offscreen", 1);
   static int argc = 1;
   static char name[] = "ochrel-tests";

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 
 #include "file_test_util.h"
 #include "files/codec.h"
@@ -216,6 +217,33 @@ TEST(CodecHostile, DimensionBombsFailBeforeAllocating) {
   EXPECT_TRUE(PngDecode(png, false));
   SetImagePixelLimit(0);
   EXPECT_TRUE(PngDecode(Encoded(PngEncode, big), false));
+}
+
+TEST(CodecHostile, SelfContradictingHeadersAreRefused) {
+  HDIB pal8 = RandomDib(6, 5, 8, 3), pal4 = RandomDib(6, 5, 4, 4), rgb = RandomDib(6, 5, 24, 5);
+  struct Case {
+    const char* what;
+    Decoder decode;
+    std::vector<std::uint8_t> file;
+    std::function<void(std::vector<std::uint8_t>&)> spoil;
+  };
+  const Case cases[] = {
+      {"bmp 8-bit with 257 colours", BmpDecode, Encoded(BmpEncode, pal8), [](auto& f) { PutLe32(&f[46], 257); }},
+      {"bmp 4-bit with 17 colours", BmpDecode, Encoded(BmpEncode, pal4), [](auto& f) { PutLe32(&f[46], 17); }},
+      {"bmp 24-bit with a billion colours", BmpDecode, Encoded(BmpEncode, rgb), [](auto& f) { PutLe32(&f[46], 1u << 30); }},
+      {"bmp pixels inside the colour table", BmpDecode, Encoded(BmpEncode, pal8), [](auto& f) { PutLe32(&f[10], 54 + 40); }},
+      {"bmp with two planes", BmpDecode, Encoded(BmpEncode, rgb), [](auto& f) { PutLe16(&f[26], 2); }},
+      {"tga map beyond index 255", TgaDecode, Encoded(TgaEncode, pal8), [](auto& f) { PutLe16(&f[3], 100); }},
+      {"tga map of 7-bit entries", TgaDecode, Encoded(TgaEncode, pal8), [](auto& f) { f[7] = 7; }},
+      {"tga 24-bit with alpha bits", TgaDecode, Encoded(TgaEncode, rgb), [](auto& f) { f[17] |= 8; }},
+      {"pcx version 1", PcxDecode, Encoded(PcxEncode, pal8), [](auto& f) { f[1] = 1; }},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::uint8_t> f = c.file;
+    ASSERT_TRUE(c.decode(f, false)) << c.what;
+    c.spoil(f);
+    EXPECT_FALSE(c.decode(f, false)) << c.what;
+  }
 }
 
 TEST(CodecHostile, BmpRunLengthOverrunsStayInsideTheImage) {

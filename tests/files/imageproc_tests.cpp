@@ -47,7 +47,11 @@ TEST(ImageProc, TableAndExtensionRules) {
   EXPECT_EQ(FindImageFormat("a/photo.JPG"), 0);
   EXPECT_EQ(FindImageFormat("photo.Jpg"), 0);
   EXPECT_EQ(FindImageFormat("photo.jpg"), 0);
-  EXPECT_EQ(FindImageFormat("photo.jpeg"), -1);
+  for (const char* alias : {"p.jpeg", "p.JPEG", "p.Jpe", "p.jpe", "p.JFIF", "p.jfif"})
+    EXPECT_EQ(FindImageFormat(alias), 0) << alias;
+  EXPECT_STREQ(FormatExtensions(0)[0], "jpg");
+  EXPECT_EQ(FormatExtensions(5)[0], nullptr);
+  EXPECT_EQ(FindImageFormat("photo.jpeg2"), -1);
   EXPECT_EQ(FindImageFormat("x.BMP"), 1);
   EXPECT_EQ(FindImageFormat("x.pcx"), 2);
   EXPECT_EQ(FindImageFormat("x.Tga"), 3);
@@ -91,19 +95,49 @@ TEST(ImageProc, EveryFormatSavesLoadsAndInformsByPath) {
   EXPECT_EQ(Listing(dir).size(), 5u);  // no temporary file left behind
 }
 
+TEST(ImageProc, FilesOpenByContentWhateverTheirName) {
+  ScratchDir dir;
+  HDIB src = test::RandomDib(9, 7, 8, 3);
+  const char* kinds[] = {"jpg", "bmp", "pcx", "tga", "png"};
+  for (int row = 0; row < 5; ++row) {
+    std::string real = dir / (std::string("real.") + kinds[row]);
+    ASSERT_EQ(WriteImage(real.c_str(), src), 1) << kinds[row];
+    for (const char* name : {"x.jpg", "x.JPEG", "x.jfif", "x.bmp", "x.pcx", "x.tga", "x.Png", "x.dat", "noname"}) {
+      std::string liar = dir / name;
+      fs::copy_file(real, liar, fs::copy_options::overwrite_existing);
+      // TGA has no signature: only an image file name lets it through.
+      const bool readable = row != 3 || FindImageFormat(name) >= 0;
+      EXPECT_EQ(FindImageFormatOfFile(liar.c_str()), readable ? row : -1) << kinds[row] << " as " << name;
+      HDIB back = LoadImage(liar.c_str());
+      EXPECT_EQ(static_cast<bool>(back), readable) << kinds[row] << " as " << name;
+      if (back && row != 0) {
+        EXPECT_EQ(test::Colours(back), test::Colours(src)) << kinds[row] << " as " << name;
+      }
+      int w = 0;
+      EXPECT_EQ(GetImageInfo(liar.c_str(), &w, nullptr, nullptr, nullptr), readable ? 1 : 0);
+    }
+  }
+  // Saving still goes by the name: a .jpeg name makes a JPEG file at the set quality.
+  SettingsGuard guard;
+  JPEGQualityFactor = 5;
+  EXPECT_EQ(WriteImagePath("a.jpeg", 0), "a.jpeg/Q:5");
+  std::string jpeg = dir / "out.JPE";
+  ASSERT_EQ(WriteImage(jpeg.c_str(), src), 1);
+  EXPECT_EQ(SniffImageFormat(ReadBytes(jpeg).data(), ReadBytes(jpeg).size()), 0);
+}
+
 TEST(ImageProc, FailedLoadsLeaveTheImageAlone) {
   ScratchDir dir;
   HDIB src = test::RandomDib(8, 8, 24, 1);
   std::string bmp = dir / "real.bmp";
   ASSERT_EQ(WriteImage(bmp.c_str(), src), 1);
-  // A BMP named .png goes to the PNG reader and fails there.
+  // A damaged signature leaves only the TGA reader, which refuses the rest.
+  std::vector<std::uint8_t> bytes = ReadBytes(bmp);
+  bytes[0] = 'X';
   std::string disguised = dir / "disguised.png";
-  fs::copy_file(bmp, disguised);
+  test::WriteBytes(disguised, bytes);
   EXPECT_FALSE(LoadImage(disguised.c_str()));
   EXPECT_EQ(GetImageInfo(disguised.c_str(), nullptr, nullptr, nullptr, nullptr), 0);
-  std::string jpeg = dir / "real.jpeg";
-  fs::copy_file(bmp, jpeg);
-  EXPECT_FALSE(LoadImage(jpeg.c_str()));
   EXPECT_FALSE(LoadImage((dir / "missing.bmp").c_str()));
   EXPECT_FALSE(LoadImage(dir.path.c_str()));
   EXPECT_FALSE(LoadImage(""));

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "temp_dir.h"
+#include "fills/stock.h"
 #include "fills/texture_file.h"
 #include "image/settings.h"
 
@@ -94,7 +95,7 @@ TEST(TextureLibrary, RoundTripKeepsSortedItemsAndValues) {
   EXPECT_EQ(list[1].name, "apple");  // equal names keep their order of arrival
   EXPECT_EQ(list[4].name, "zebra");
   TEXTURE negative = Sample(9);
-  negative.TextureType = -3;  // a hand-edited value comes back as it was
+  negative.TextureType = -3;  // written unsigned, read back into the editor's range
   AddTextureItem(&list, "neg", negative);
   ASSERT_EQ(SaveTextureFile(dir / "b.FFT", list), 1);
   TextureList back;
@@ -104,7 +105,9 @@ TEST(TextureLibrary, RoundTripKeepsSortedItemsAndValues) {
   ASSERT_EQ(back.size(), list.size());
   for (std::size_t i = 0; i < list.size(); ++i) {
     EXPECT_EQ(back[i].name, list[i].name);
-    EXPECT_TRUE(SameTexture(back[i].texture, list[i].texture)) << i;
+    TEXTURE want = list[i].texture;
+    if (want.TextureType < 0) want.TextureType = 0;
+    EXPECT_TRUE(SameTexture(back[i].texture, want)) << i;
   }
 }
 
@@ -126,6 +129,12 @@ TEST(TextureLibrary, LenientReader) {
        "NoSuchKey=3\n"
        "Writeable=0\n"
        "CreaterDepth=2.5e0\n"
+       "Power4=2.0\n"
+       "SeedValue2=0\n"
+       "TextureType=9\n"
+       "ColorRed1=nan\n"
+       "BubbleSize=-5\n"
+       "BackColour=4294967295\n"
        ":ENDITEM\n"
        ":BEGINITEM\n"
        "TextureName=Cut off\n"
@@ -139,9 +148,17 @@ TEST(TextureLibrary, LenientReader) {
   EXPECT_EQ(list[0].name, "Cut off");
   EXPECT_EQ(list[0].texture.SeedValue1, 77u);
   EXPECT_EQ(list[1].name, "Extras");
-  EXPECT_EQ(list[1].texture.MatrixSize, 0);  // bad text reads as 0
-  EXPECT_EQ(list[1].texture.BubbleCount, 12);
-  EXPECT_FLOAT_EQ(list[1].texture.CreaterDepth, 2.5f);
+  // Bad text reads as 0; every field then comes into its editor's range.
+  const TEXTURE& x = list[1].texture;
+  EXPECT_EQ(x.MatrixSize, 32);
+  EXPECT_EQ(x.BubbleCount, 12);
+  EXPECT_FLOAT_EQ(x.CreaterDepth, 2.5f);
+  EXPECT_FLOAT_EQ(x.Power4, 1.5f);
+  EXPECT_EQ(x.SeedValue2, 1u);
+  EXPECT_EQ(x.TextureType, 5);
+  EXPECT_EQ(x.ColorRed1, 0.0f);
+  EXPECT_EQ(x.BubbleSize, 1);
+  EXPECT_EQ(x.BackColour, 0xFFFFFFu);
   EXPECT_EQ(list[2].name, "Only two keys");
   EXPECT_EQ(list[2].texture.TextureType, 4);
   TEXTURE defaults;
@@ -160,6 +177,27 @@ TEST(TextureLibrary, LenientReader) {
   Spit(dir / "e.FFT", "VARNWICK STUDIO OCHREL TEXTURE FILE\n:BEGINITEM\nTextureName=" + longName + "\n:ENDITEM\n");
   ASSERT_EQ(LoadTextureFile(dir / "e.FFT", &list, &writeable), 1);
   EXPECT_EQ(list[0].name.size(), 260u);
+}
+
+TEST(TextureLibrary, StockTexturesAreInRangeAndSurviveTheFile) {
+  BackupsOff guard;
+  TempDir dir;
+  const TextureList stock = StockTextures();
+  ASSERT_FALSE(stock.empty());
+  for (const TextureItem& item : stock) {
+    TEXTURE clamped = item.texture;
+    ClampTextureFields(&clamped);
+    EXPECT_TRUE(SameTextureFields(clamped, item.texture)) << item.name;
+  }
+  ASSERT_EQ(SaveTextureFile(dir / "s.FFT", stock, 0), 1);
+  TextureList back;
+  int writeable = 1;
+  ASSERT_EQ(LoadTextureFile(dir / "s.FFT", &back, &writeable), 1);
+  ASSERT_EQ(back.size(), stock.size());
+  for (std::size_t i = 0; i < stock.size(); ++i) {
+    EXPECT_EQ(back[i].name, stock[i].name);
+    EXPECT_TRUE(SameTextureFields(back[i].texture, stock[i].texture)) << stock[i].name;
+  }
 }
 
 TEST(TextureLibrary, RefusedFilesLeaveTheListAlone) {

@@ -18,7 +18,7 @@ const std::set<std::string> kOnOffRows = {
     "DefaultGridShow", "DefaultShadow", "DefaultTextFontBold", "DefaultTextFontItal", "DefaultTextFontUnder",
     "FillTypeRightClick", "FilterApplyToDuplicate", "FilterNoiseColour", "FilterRemember",
     "FilterResizeInterpolate", "FilterResizeConstant", "FilterRotateInterpolate", "FilterRotatePreserve",
-    "FilterShadeLevel", "MaximizeBrowser", "RevertAfterEyedropper", "ShowFileOpenPreview", "ShowFontNameSamples",
+    "FilterShadeLevel", "MaximizeBrowser", "RecoveryActive", "RevertAfterEyedropper", "ShowFileOpenPreview", "ShowFontNameSamples",
     "ShowStartupWindow", "ShowTipOfTheDay", "StartMaximized", "ToolBoxDouble", "UpdateDefaults", "WarnNonBeta",
     "WarnShowManual"};
 const std::set<std::string> kTextRows = {
@@ -26,7 +26,7 @@ const std::set<std::string> kTextRows = {
     "DefaultTextureFileName", "ForRent", "MatrixLibrary", "MatrixDefaultTile", "OpenPath", "TextFontExampleString"};
 
 TEST(ConfigTable, EveryRowHasItsTypeAndTextsAreZeroFilled) {
-  static_assert(MAXCONFIGITEM == 158);
+  static_assert(MAXCONFIGITEM == 160);
   ASSERT_EQ(std::size(configitem), static_cast<std::size_t>(MAXCONFIGITEM));
   RestoreDefaultSettings();
   std::set<std::string> names;
@@ -130,7 +130,7 @@ TEST(ConfigTable, SetupControlsFollowTheTable) {
     EXPECT_EQ(item.spin != nullptr, (item.flags & CI_SPIN) != 0) << item.name;
     EXPECT_EQ(item.choices != nullptr, (item.flags & CI_LIST) != 0) << item.name;
   }
-  EXPECT_EQ(withControl, 13);  // with the two of the undo history, 130 and 131
+  EXPECT_EQ(withControl, 15);  // with the two of recovery (123, 124) and of the undo history (130, 131)
   EXPECT_EQ(FindConfigItemByControl(0), nullptr);
   EXPECT_FALSE(ParseSpinRange("1,2", &lo, &hi, &start));
   EXPECT_FALSE(ParseSpinRange(nullptr, &lo, &hi, &start));

@@ -126,7 +126,13 @@ TEST_F(FileDialogTest, TypeListInFormatOrderWithAllFilesLast) {
     EXPECT_TRUE(FilterTakes(filters[5], QString("x.") + exts[i]));
     EXPECT_TRUE(FilterTakes(filters[5], QString("X.") + QString(exts[i]).toUpper()));
   }
-  for (const char* other : {"x.gif", "x.txt", "jpg", "x.jpg.txt", "x.jpeg"})
+  // Every JPEG name is taken by the JPEG type and by all files.
+  for (const char* alias : {"x.jpeg", "X.JPE", "x.Jfif"}) {
+    EXPECT_TRUE(FilterTakes(filters[0], alias)) << alias;
+    EXPECT_TRUE(FilterTakes(filters[5], alias)) << alias;
+    EXPECT_FALSE(FilterTakes(filters[1], alias)) << alias;
+  }
+  for (const char* other : {"x.gif", "x.txt", "jpg", "x.jpg.txt", "x.jpeg2"})
     for (const QString& f : filters) EXPECT_FALSE(FilterTakes(f, other)) << other << " " << f.toStdString();
   EXPECT_EQ(ImageTypeExtension(6), "");
   EXPECT_EQ(ImageTypeName(0), "");
@@ -422,7 +428,7 @@ TEST_F(FileDialogTest, SaveSelectionFollowsTheProposedExtension) {
     const char* name;
     int type;
   } cases[] = {{"a.jpg", 1}, {"b.BMP", 2}, {"c.Pcx", 3}, {"d.tga", 4}, {"e.png", 5},
-               {"archive.tar.png", 5}, {"f.gif", 2}, {"noext", 2}, {"g.jpeg", 2}};
+               {"archive.tar.png", 5}, {"f.gif", 2}, {"noext", 2}, {"g.jpeg", 1}, {"h.JFIF", 1}};
   for (const Case& c : cases) {
     EXPECT_EQ(TypeIndexForName(c.name, ImageFileOpenIndex), c.type) << c.name;
     WriteImageFileDialog d(nullptr, dir.filePath(c.name).toStdString());

@@ -485,6 +485,36 @@ bool SameDib(const HDIB& a, const HDIB& b) {
   return true;
 }
 
+TEST_F(FillDialogTest, EveryStockTextureAndTilePassesThroughItsEditorUnchanged) {
+  std::snprintf(DefaultTextureFileName, kSettingTextSize, "%s", "Ochrel.FFT");
+  const TextureList stock = StockTextures();
+  for (std::size_t i = 0; i < stock.size(); ++i) {
+    SetDialogAnswerer([&](QDialog& d) {
+      auto& box = dynamic_cast<TextureBox&>(d);
+      box.textures()->setCurrentRow(static_cast<int>((i + 1) % stock.size()));
+      box.textures()->setCurrentRow(static_cast<int>(i));
+      return true;
+    });
+    ASSERT_EQ(DoTextureSelect(nullptr, &record), 1);
+    EXPECT_TRUE(SameTextureFields(record.Texture, stock[i].texture)) << stock[i].name;
+  }
+  std::snprintf(MatrixLibrary, kSettingTextSize, "%s", "Ochrel.MTX");
+  const std::vector<HDIB> tiles = StockMatrixTiles();
+  for (std::size_t i = 0; i < tiles.size(); ++i) {
+    SetDialogAnswerer([&](QDialog& d) {
+      // Through another row, so that the first is a change of selection too.
+      auto& box = dynamic_cast<MatrixBox&>(d);
+      box.tiles()->setCurrentRow(static_cast<int>((i + 1) % tiles.size()));
+      box.tiles()->setCurrentRow(static_cast<int>(i));
+      return true;
+    });
+    ASSERT_EQ(DoMatrixSelect(nullptr, &record), 1);
+    EXPECT_TRUE(SameDib(record.Matrix.Tile, tiles[i])) << i;
+  }
+  SetDialogAnswerer({});
+  EXPECT_TRUE(prompts.empty());
+}
+
 TEST_F(FillDialogTest, MatrixTileFromLibraryOnOkOnly) {
   std::snprintf(MatrixLibrary, kSettingTextSize, "%s", "Ochrel.MTX");
   record.Matrix.Tile = CreateBuiltinMatrixTile();

@@ -337,6 +337,10 @@ TEST_F(FrameTest, DroppedFilesOpenByExtension) {
   std::string a = dir.filePath("one.bmp").toStdString(), b = dir.filePath("two.PNG").toStdString();
   ASSERT_TRUE(WriteImage(a.c_str(), img));
   ASSERT_TRUE(WriteImage(b.c_str(), img));
+  // A PNG under a JPEG name is taken for its name and read for what it is.
+  const std::string png = b;
+  b = dir.filePath("two.JFIF").toStdString();
+  std::filesystem::rename(png, b);
   std::string unknown = dir.filePath("notes.txt").toStdString();
   QFile(QString::fromStdString(unknown)).open(QIODevice::WriteOnly);
   frame->DropFiles({QString::fromStdString(a), QString::fromStdString(b), QString::fromStdString(unknown)});

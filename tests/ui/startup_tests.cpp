@@ -149,10 +149,10 @@ TEST_F(Startup, SetupWritesTheControlsBackOnlyOnOk) {
     auto* nudge = d.findChild<QSpinBox*>("120");
     EXPECT_TRUE(backups && jpeg && nudge);
     if (!backups || !jpeg || !nudge) return;
-    // The page holds the seven check boxes and the spin fields of JPEG quality,
-    // nudge size and the undo history, nothing more.
-    EXPECT_EQ(d.findChildren<QCheckBox*>().size(), 7);
-    EXPECT_EQ(d.findChildren<QSpinBox*>().size(), 4);
+    // The page holds the seven check boxes and the spin fields of JPEG quality and
+    // nudge size, and the settings of recovery copies and the undo history.
+    EXPECT_EQ(d.findChildren<QCheckBox*>().size(), 8);
+    EXPECT_EQ(d.findChildren<QSpinBox*>().size(), 5);
     EXPECT_EQ(d.findChildren<QComboBox*>().size(), 0);
     EXPECT_TRUE(backups->isChecked());
     EXPECT_EQ(jpeg->value(), 75);

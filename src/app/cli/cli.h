@@ -18,6 +18,11 @@ struct Command {
 
 std::vector<Command>& Registry();
 
+// Files are read by what they are and written by what their name says.
+inline constexpr const char* kNotAnImageFile = ": not a JPEG, BMP, PCX, TGA or PNG file";
+inline constexpr const char* kNotAnImageName =
+    ": not an image file name (.jpg, .jpeg, .jpe, .jfif, .bmp, .pcx, .tga or .png)";
+
 struct Registrar {
   explicit Registrar(const Command& c) { Registry().push_back(c); }
 };

@@ -23,8 +23,8 @@ int RunConvert(const Args& given) {
   if (args.size() < 2 || args[0].rfind("--", 0) == 0 || args[1].rfind("--", 0) == 0) return Usage(kConvert);
   const std::string in = args[0], out = args[1];
   Args rest(args.begin() + 2, args.end());
-  if (FindImageFormat(in.c_str()) < 0) return Fail(in + ": not an image file name (.jpg, .bmp, .pcx, .tga or .png)");
-  if (FindImageFormat(out.c_str()) < 0) return Fail(out + ": not an image file name (.jpg, .bmp, .pcx, .tga or .png)");
+  if (FindImageFormatOfFile(in.c_str()) < 0) return Fail(in + kNotAnImageFile);
+  if (FindImageFormat(out.c_str()) < 0) return Fail(out + kNotAnImageName);
   HDIB image = LoadImage(in.c_str());
   if (!image) return Fail(in + ": " + FileErrorText(FILEERR_READ));
   std::string error;

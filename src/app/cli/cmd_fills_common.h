@@ -86,7 +86,7 @@ inline bool ParseColourOption(const std::string& text, std::uint32_t* colour) {
 
 inline std::string ImageNameProblem(const std::string& path) {
   if (FindImageFormat(path.c_str()) >= 0) return {};
-  return path + ": not an image file name (.jpg, .bmp, .pcx, .tga or .png)";
+  return path + kNotAnImageName;
 }
 
 }  // namespace ochrel::cli::fills

@@ -66,8 +66,8 @@ int RunFilter(const Args& given) {
   if (haveSeed && !(ParseInt(seedText, &seed) && seed >= 0 && seed <= 0xFFFFFFFFLL))
     return Fail("--seed takes a whole number from 0 to 4294967295, not '" + seedText + "'");
 
-  if (FindImageFormat(in.c_str()) < 0) return Fail(in + ": not an image file name (.jpg, .bmp, .pcx, .tga or .png)");
-  if (FindImageFormat(out.c_str()) < 0) return Fail(out + ": not an image file name (.jpg, .bmp, .pcx, .tga or .png)");
+  if (FindImageFormatOfFile(in.c_str()) < 0) return Fail(in + kNotAnImageFile);
+  if (FindImageFormat(out.c_str()) < 0) return Fail(out + kNotAnImageName);
   HDIB image = LoadImage(in.c_str());
   if (!image) return Fail(in + ": " + FileErrorText(FILEERR_READ));
   param.ImageType = GetImageType(image);

@@ -24,9 +24,9 @@ int RunInfo(const Args& args) {
   if (args.empty()) return Usage(kInfo);
   int status = 0;
   for (const std::string& path : args) {
-    int row = FindImageFormat(path.c_str());
+    int row = FindImageFormatOfFile(path.c_str());
     if (row < 0) {
-      status = Fail(path + ": not an image file name (.jpg, .bmp, .pcx, .tga or .png)");
+      status = Fail(path + kNotAnImageFile);
       continue;
     }
     HDIB image = LoadImage(path.c_str());

@@ -19,8 +19,8 @@ int RunResize(const Args& args) {
   long long percentage = 0;
   if (!ParseInt(args[2], &percentage) || percentage < 1 || percentage > INT_MAX)
     return Fail("PERCENT takes a whole number above 0, not '" + args[2] + "'");
-  if (FindImageFormat(in.c_str()) < 0) return Fail(in + ": not an image file name (.jpg, .bmp, .pcx, .tga or .png)");
-  if (FindImageFormat(out.c_str()) < 0) return Fail(out + ": not an image file name (.jpg, .bmp, .pcx, .tga or .png)");
+  if (FindImageFormatOfFile(in.c_str()) < 0) return Fail(in + kNotAnImageFile);
+  if (FindImageFormat(out.c_str()) < 0) return Fail(out + kNotAnImageName);
   HDIB image = LoadImage(in.c_str());
   if (!image) return Fail(in + ": " + FileErrorText(FILEERR_READ));
   int width = 0, height = 0;

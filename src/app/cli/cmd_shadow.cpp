@@ -62,7 +62,7 @@ int RunShadow(const Args& input) {
     else if (name == "ShadowSoft") s.ShadowSoft = v;
     else if (name == "ShadowActive") s.ShadowActive = v;
   }
-  if (auto problem = fills::ImageNameProblem(in); !problem.empty()) return Fail(problem);
+  if (FindImageFormatOfFile(in.c_str()) < 0) return Fail(in + kNotAnImageFile);
   if (auto problem = fills::ImageNameProblem(out); !problem.empty()) return Fail(problem);
   HDIB mask = LoadImage(in.c_str());
   if (!mask) return Fail(in + ": " + FileErrorText(FILEERR_READ));
