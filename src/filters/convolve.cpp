@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "filters/filterutil.h"
+#include "image/fastpath.h"
 #include "image/parallel.h"
 
 #include <vector>
@@ -19,6 +20,41 @@ using filterutil::TryResize;
 namespace {
 
 constexpr int kChunk = 2048;  // doubles of accumulator kept hot in L1
+
+// One span of interior samples, each summed tap by tap in the plain loop's
+// order (the first tap assigns, zero taps after it are left out) but held in
+// registers for a block of samples instead of passing over memory per tap.
+// Clamping before rounding is the same as ClampRound for every number.
+constexpr int kBlock = 16;
+constexpr int kMaxTaps = 256;  // a 15 by 15 kernel at most
+
+OCHREL_WIDE_VECTORS
+void ConvolveSpan(const BYTE* const* src, const double* weight, int taps, int n, bool divide, double sum,
+                  BYTE* dst) {
+  int i = 0;
+  for (; i + kBlock <= n; i += kBlock) {
+    double a[kBlock];
+    const BYTE* s0 = src[0] + i;
+    for (int j = 0; j < kBlock; ++j) a[j] = weight[0] * s0[j];
+    for (int t = 1; t < taps; ++t) {
+      const BYTE* s = src[t] + i;
+      const double w = weight[t];
+      for (int j = 0; j < kBlock; ++j) a[j] += w * s[j];
+    }
+    if (divide)
+      for (int j = 0; j < kBlock; ++j) a[j] /= sum;
+    for (int j = 0; j < kBlock; ++j) {
+      double v = a[j] < 0.0 ? 0.0 : a[j];
+      v = v > 255.0 ? 255.0 : v;
+      dst[i + j] = static_cast<BYTE>(static_cast<int>(v + 0.5));
+    }
+  }
+  for (; i < n; ++i) {
+    double a = weight[0] * src[0][i];
+    for (int t = 1; t < taps; ++t) a += weight[t] * src[t][i];
+    dst[i] = ClampRound(divide ? a / sum : a);
+  }
+}
 
 }  // namespace
 
@@ -61,6 +97,18 @@ HDIB FilterConvolveImage(const HDIB& image, int order, const double* kernel, con
     }
   };
 
+  // The taps the plain loop adds, in its order.
+  std::vector<double> weight;
+  std::vector<int> tapRow, tapColumn;
+  for (int r = 0; r < order; ++r)
+    for (int cc = 0; cc < order; ++cc)
+      if (weight.empty() || kernel[r * order + cc] != 0.0) {
+        weight.push_back(kernel[r * order + cc]);
+        tapRow.push_back(r);
+        tapColumn.push_back(cc);
+      }
+  const bool quick = FastPaths() && weight.size() <= kMaxTaps;
+
   ParallelBands(height, 16, [&](int y0, int y1) {
     std::vector<double> accv(kChunk);
     double* acc = accv.data();
@@ -72,6 +120,14 @@ HDIB FilterConvolveImage(const HDIB& image, int order, const double* kernel, con
       }
       for (int x = 0; x < half; ++x) wrappedPixel(x, y, dst);
       int total = (width - 2 * half) * bytes;
+      if (quick) {
+        const BYTE* rows[kMaxTaps];
+        for (std::size_t t = 0; t < weight.size(); ++t)
+          rows[t] = StoredRow(src, y - half + tapRow[t]) + tapColumn[t] * bytes;
+        ConvolveSpan(rows, weight.data(), static_cast<int>(weight.size()), total, divide, sum, dst + half * bytes);
+        for (int x = width - half; x < width; ++x) wrappedPixel(x, y, dst);
+        continue;
+      }
       for (int i0 = 0; i0 < total; i0 += kChunk) {
         int n = std::min(kChunk, total - i0);
         bool first = true;

@@ -79,7 +79,9 @@ void RunFilters(const std::string& kind, const HDIB& image, Outputs& out) {
       if (!s) continue;
       // Resizing to fifty times would only test memory; 700 % is the far end here.
       int hi = s->maximum == 5000 ? 700 : s->maximum;
-      for (int v : {s->minimum, hi}) runs.push_back({std::string(*field) + "=" + std::to_string(v), s->field, v});
+      // A setting of a few values (a kind or a switch) is tried at each of them.
+      for (int v = s->minimum; v <= hi; v = hi - s->minimum <= 4 || v == hi ? v + 1 : hi)
+        runs.push_back({std::string(*field) + "=" + std::to_string(v), s->field, v});
     }
     for (const Run& run : runs) {
       FILTERPARAM p;
