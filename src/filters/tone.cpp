@@ -88,6 +88,9 @@ HDIB MapByTable(const HDIB& image, int imageType, const BYTE* t) {
   std::memcpy(out->data(), image->data(), head);
   if (head + rows < image->size()) std::memcpy(out->data() + head + rows, image->data() + head + rows, image->size() - head - rows);
   const int width = src->biWidth;
+#if OCHREL_HAVE_BYTE_PERMUTE
+  const bool wide = VectorUnit() >= 2 && HaveByteTable();
+#endif
   ParallelBands(src->biHeight, 64, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const BYTE* s = StoredRow(src, y);
@@ -100,7 +103,7 @@ HDIB MapByTable(const HDIB& image, int imageType, const BYTE* t) {
       const int n = width * bytes;
       std::memcpy(d + n, s + n, stride - n);
 #if OCHREL_HAVE_BYTE_PERMUTE
-      if (HaveByteTable()) {
+      if (wide) {
         TableRowWide(t, s, d, n);
         continue;
       }

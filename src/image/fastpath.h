@@ -18,4 +18,10 @@ namespace ochrel {
 bool FastPaths();
 void SetFastPaths(bool on);
 
+// The widest vector unit a hand-written quick form may use: 2 for AVX-512
+// (with BW, VL and DQ), 1 for AVX2, 0 for none; never more than the processor
+// has. Tests lower it to check each narrower form on a wide machine.
+int VectorUnit();
+void LimitVectorUnit(int widest);
+
 }  // namespace ochrel
