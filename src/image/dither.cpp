@@ -236,11 +236,15 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);
       BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
-      for (int x = 0; x < w; ++x) {
-        const BYTE* p = row + static_cast<std::size_t>(x) * step;
-        const int low = ((p[2] & 15) << 8) | ((p[1] & 15) << 4) | (p[0] & 15);
-        PutIndex(orow, x, bits, answers[(static_cast<std::size_t>(cellOf(p)) << 12) | static_cast<std::size_t>(low)]);
+      auto answer = [&](const BYTE* p) {
+        const unsigned r = p[2], g = p[1], b = p[0];
+        return answers[((r >> 4) << 20) | ((g >> 4) << 16) | ((b >> 4) << 12) | ((r & 15) << 8) | ((g & 15) << 4) | (b & 15)];
+      };
+      if (bits == 8 && step == 3) {
+        for (int x = 0; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
+        continue;
       }
+      for (int x = 0; x < w; ++x) PutIndex(orow, x, bits, answer(row + static_cast<std::size_t>(x) * step));
     }
   });
   return true;

@@ -42,10 +42,7 @@ class NearestColour {
   bool hasCells() const { return cells_ != nullptr; }
   // The answers for all 4096 colours of one cell (16 levels a side), as Find
   // gives them, at (r & 15) << 8 | (g & 15) << 4 | (b & 15); needs the cells.
-  void FillCell(int cell, BYTE* answers) const {
-    const int r0 = (cell >> 8) * 16, g0 = ((cell >> 4) & 15) * 16, b0 = (cell & 15) * 16;
-    for (int k = 0; k < 4096; ++k) answers[k] = static_cast<BYTE>(CellSearch(r0 + (k >> 8), g0 + ((k >> 4) & 15), b0 + (k & 15)));
-  }
+  void FillCell(int cell, BYTE* answers) const;
   // The plain scan over the palette in index order.
   int Scan(int r, int g, int b) const;
   // The same answer by a search outward from the colour's green level.
