@@ -136,10 +136,14 @@ Outputs RunAll() {
     RunConversions(k.name, image, out);
     RunCodecs(k.name, image, out);
   }
-  // Enough pixels for the nearest-colour searches to take their cell lists.
+  // Enough pixels for the nearest-colour searches to take their cell lists,
+  // and rows for the codecs to share out.
   HDIB large = Picture(331, 211, 24, 8);
   for (int o : {103, 104, 106, 109}) out["large palette " + std::to_string(o)] = Digest(ConvertToPaletteStrategy(large, o));
   for (int o : {101, 103}) out["large mono " + std::to_string(o)] = Digest(ConvertToMonoStrategy(large, o));
+  RunCodecs("large", large, out);
+  HDIB largeGrey = ConvertToGrey(large);
+  RunCodecs("large grey", largeGrey, out);
   return out;
 }
 
