@@ -1,9 +1,11 @@
 #!/bin/bash
-# Times ochrel-cli's engine operations against libvips (vips), Pillow and
-# OpenCV side by side in one run on a generated 12-megapixel photo-like
-# picture. Ours is the least of RUNS runs of ochrel-cli reading and writing
-# BMP, less the least of a plain BMP copy; vips likewise less its own copy; the
-# Python peers are timed in process. Prints the table with ours / fastest peer.
+# Times the engine's operations against libvips (vips), Pillow and OpenCV side
+# by side in one run on a generated 12-megapixel photo-like picture, and
+# prints the table with ours / fastest peer. Each figure is the least of RUNS
+# runs. Ours is timed in process (engine_time.cpp, built here against the
+# engine library next to ochrel-cli), as the Python peers are; with BENCH_OURS=cli
+# it is instead ochrel-cli reading and writing BMP less a plain BMP copy. vips
+# is its command less its own copy of the picture.
 # Usage: bench/engine_vs.sh [path/to/ochrel-cli] [RUNS]
 # Needs the packages in scripts/bench-packages.txt.
 set -u
@@ -33,13 +35,15 @@ least() {  # least wall time in ms of RUNS runs of a command; "fail" if it fails
 
 declare -A OURS PEER PEERNAME
 ORDER=()
-base=$(least "$CLI" convert "$WORK/in.bmp" "$WORK/o.bmp")
-# A conversion writes a smaller file: its I/O is taken as half the 24-bit copy
-# (the read) and half a copy of a picture of the result's depth (the write).
-"$CLI" convert "$WORK/in.bmp" "$WORK/grey.bmp" --to grey
-"$CLI" convert "$WORK/in.bmp" "$WORK/mono.bmp" --to mono:103
-base8=$(( base / 2 + $(least "$CLI" convert "$WORK/grey.bmp" "$WORK/o.bmp") / 2 ))
-base1=$(( base / 2 + $(least "$CLI" convert "$WORK/mono.bmp" "$WORK/o.bmp") / 2 ))
+if [ "${BENCH_OURS:-}" = cli ]; then
+  base=$(least "$CLI" convert "$WORK/in.bmp" "$WORK/o.bmp")
+  # A conversion writes a smaller file: its I/O is taken as half the 24-bit copy
+  # (the read) and half a copy of a picture of the result's depth (the write).
+  "$CLI" convert "$WORK/in.bmp" "$WORK/grey.bmp" --to grey
+  "$CLI" convert "$WORK/in.bmp" "$WORK/mono.bmp" --to mono:103
+  base8=$(( base / 2 + $(least "$CLI" convert "$WORK/grey.bmp" "$WORK/o.bmp") / 2 ))
+  base1=$(( base / 2 + $(least "$CLI" convert "$WORK/mono.bmp" "$WORK/o.bmp") / 2 ))
+fi
 ours() {  # row name, then ochrel-cli arguments with IN and OUT for the files
   local name=$1; shift
   local base=$base
@@ -56,6 +60,29 @@ ours_out() {  # row name, output extension: the codec's write, less the BMP writ
   t=$(least "$CLI" convert "$WORK/in.bmp" "$WORK/o.$ext")
   ORDER+=("$name"); OURS[$name]=$(( t - base ))
 }
+if [ "${BENCH_OURS:-}" != cli ]; then
+  BUILD=$(dirname "$CLI")
+  g++ -O2 -std=c++20 -ffp-contract=off -I"$BUILD/layer_include/engine" "$HERE/engine_time.cpp" \
+    "$BUILD/libochrel_engine.a" -lpng -ljpeg -lz -lpthread -o "$WORK/engine_time" || exit 1
+  ours() {  # row name, then ochrel-cli arguments: turned into an in-process spec
+    local name=$1 spec=""; shift
+    local args=("$@") i
+    case "${args[0]}" in
+      filter)
+        for ((i = 3; i < ${#args[@]}; i++)); do
+          case "${args[i]}" in
+            --filter) spec="filter:${args[i+1]}$spec"; i=$((i+1)) ;;
+            --set) spec="$spec:${args[i+1]}"; i=$((i+1)) ;;
+            --seed) i=$((i+1)) ;;
+          esac
+        done ;;
+      convert) spec=${args[4]} ;;
+    esac
+    ORDER+=("$name"); SPECS+=("$name=$spec")
+  }
+  ours_out() { ORDER+=("$1"); SPECS+=("$1=write:$2"); }
+  SPECS=()
+fi
 ours "Emboss 3x3" filter IN OUT --filter Emboss --set FilterEmbossWidth=3
 ours "Sharpen 3x3" filter IN OUT --filter Sharpen --set FilterSharpenWidth=3
 ours "Remap to a fixed 256-colour palette" convert IN OUT --to paletted:106
@@ -79,6 +106,12 @@ ours "Oil Painting" filter IN OUT --filter "Oil Painting"
 ours "Shade" filter IN OUT --filter Shade
 ours "Vignette" filter IN OUT --filter Vignette
 ours "Despeckle" filter IN OUT --filter Despeckle
+
+if [ "${BENCH_OURS:-}" != cli ]; then
+  while IFS=$'\t' read -r name ms; do
+    if [ "$ms" = fail ]; then OURS[$name]=fail; else OURS[$name]=$(printf '%.0f' "$(echo "$ms * 10" | bc)"); fi
+  done < <("$WORK/engine_time" "$WORK/in.bmp" "$RUNS" "$WORK" "${SPECS[@]}")
+fi
 
 offer() {  # row name, peer, tenths of a millisecond: keep the fastest peer
   local name=$1 who=$2 t=$3
@@ -116,4 +149,5 @@ for name in "${ORDER[@]}"; do
   fi
   printf '| %-36s | %8s | %-18s | %5s |\n' "$name" "$(ms "$o")" "$peer" "$ratio"
 done
-echo "(ms; ours and vips less their own BMP/.v copy of $(ms "$base") / $(ms "${vbase:-0}") ms; least of $RUNS runs; load average at the end: $(cut -d' ' -f1-3 /proc/loadavg))"
+if [ "${BENCH_OURS:-}" = cli ]; then how="ours through ochrel-cli less its BMP copy of $(ms "$base") ms"; else how="ours in process"; fi
+echo "(ms; $how; vips less its own copy of $(ms "${vbase:-0}") ms; least of $RUNS runs; load average at the end: $(cut -d' ' -f1-3 /proc/loadavg))"
