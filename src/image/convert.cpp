@@ -37,16 +37,19 @@ void ForRowColours(const BITMAPINFOHEADER* s, const BYTE* pal, int y, F pixel) {
   }
 }
 
-// The grey of a row of true-colour pixels, in a form the vector units take.
-template <int Step>
-inline void GreyRow(const BYTE* s, BYTE* d, int w) {
-  for (int x = 0; x < w; ++x) {
-    const BYTE* p = s + Step * x;
-    d[x] = static_cast<BYTE>(Luminance(p[2], p[1], p[0]));
+// The grey of a row of true-colour pixels. Each term of Luminance is
+// truncated by itself, so three tables of the terms give it exactly.
+struct LuminanceTerms {
+  BYTE r[256], g[256], b[256];
+  LuminanceTerms() {
+    for (int v = 0; v < 256; ++v) r[v] = static_cast<BYTE>(v * 30 / 100), g[v] = static_cast<BYTE>(v * 59 / 100), b[v] = static_cast<BYTE>(v * 11 / 100);
   }
+};
+const LuminanceTerms kTerms;
+
+void GreyRow(const BYTE* s, BYTE* d, int w, int step) {
+  for (int x = 0; x < w; ++x, s += step) d[x] = static_cast<BYTE>(kTerms.r[s[2]] + kTerms.g[s[1]] + kTerms.b[s[0]]);
 }
-OCHREL_WIDE_VECTORS void GreyRow24(const BYTE* s, BYTE* d, int w) { GreyRow<3>(s, d, w); }
-OCHREL_WIDE_VECTORS void GreyRow32(const BYTE* s, BYTE* d, int w) { GreyRow<4>(s, d, w); }
 
 inline void PutIndex(BYTE* row, int x, int bits, int v) {
   if (bits == 8) row[x] = static_cast<BYTE>(v);
@@ -98,8 +101,7 @@ HDIB ConvertToGrey(const HDIB& image) {
       BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
       if (quick) {
         const BYTE* row = DibBits(s) + DibStride(s) * static_cast<std::size_t>(y);
-        if (s->biBitCount == 24) GreyRow24(row, orow, s->biWidth);
-        else GreyRow32(row, orow, s->biWidth);
+        GreyRow(row, orow, s->biWidth, s->biBitCount / 8);
         continue;
       }
       ForRowColours(s, src, y, [&](int x, int r, int g, int b) { orow[x] = static_cast<BYTE>(Luminance(r, g, b)); });
