@@ -27,7 +27,12 @@ inline void Expand555(std::uint16_t v, BYTE* bgr) {
 // Emits one row of `count` pixels of `size` bytes as run and raw packets.
 void PutRleRow(std::vector<std::uint8_t>& out, const std::uint8_t* px, int count, int size) {
   int i = 0;
-  auto same = [&](int a, int b) { return std::memcmp(px + a * size, px + b * size, static_cast<std::size_t>(size)) == 0; };
+  // Byte comparisons in line: a library call per pixel cost more than the coding.
+  auto same = [&](int a, int b) {
+    const std::uint8_t *p = px + a * size, *q = px + b * size;
+    return size == 3 ? p[0] == q[0] && p[1] == q[1] && p[2] == q[2]
+                     : std::memcmp(p, q, static_cast<std::size_t>(size)) == 0;
+  };
   while (i < count) {
     int run = 1;
     while (i + run < count && run < 128 && same(i, i + run)) ++run;
