@@ -142,6 +142,8 @@ Outputs RunAll() {
   for (int o : {103, 104, 106, 109}) out["large palette " + std::to_string(o)] = Digest(ConvertToPaletteStrategy(large, o));
   for (int o : {101, 103}) out["large mono " + std::to_string(o)] = Digest(ConvertToMonoStrategy(large, o));
   RunCodecs("large", large, out);
+  HDIB even = Picture(330, 40, 24, 8);  // halving takes plain pairs of pixels
+  out["even resize 50"] = Digest(ResizeDib(even, 50));
   HDIB largeGrey = ConvertToGrey(large);
   RunCodecs("large grey", largeGrey, out);
   return out;
