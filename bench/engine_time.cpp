@@ -1,7 +1,7 @@
 // Times engine operations in process on one picture, as the peers in
 // engine_vs.py are timed: prints "row<TAB>milliseconds", the least of RUNS.
 // Built by engine_vs.sh against the engine library alone.
-// Usage: engine_time PICTURE RUNS OUTDIR "row=spec" ...  where spec is
+// Usage: engine_time PICTURE RUNS OUTDIR "row=task" ...  where task is
 // filter:NAME[:Field=value...], grey, paletted:N, mono:N or write:EXT.
 #include <algorithm>
 #include <chrono>
@@ -27,8 +27,8 @@ std::vector<std::string> Split(const std::string& s, char by) {
   return parts;
 }
 
-bool Run(const HDIB& image, const std::string& spec, const std::string& outDir) {
-  std::vector<std::string> p = Split(spec, ':');
+bool Run(const HDIB& image, const std::string& task, const std::string& outDir) {
+  std::vector<std::string> p = Split(task, ':');
   if (p[0] == "grey") return ConvertToGrey(image) != nullptr;
   if (p[0] == "paletted") return ConvertToPaletteStrategy(image, std::stoi(p[1])) != nullptr;
   if (p[0] == "mono") return ConvertToMonoStrategy(image, std::stoi(p[1])) != nullptr;
@@ -61,11 +61,11 @@ int main(int argc, char** argv) {
   for (int a = 4; a < argc; ++a) {
     std::string entry = argv[a];
     std::size_t eq = entry.find('=');
-    std::string row = entry.substr(0, eq), spec = entry.substr(eq + 1);
+    std::string row = entry.substr(0, eq), task = entry.substr(eq + 1);
     double best = -1;
     for (int r = 0; r < runs; ++r) {
       auto t0 = std::chrono::steady_clock::now();
-      if (!Run(image, spec, argv[3])) break;
+      if (!Run(image, task, argv[3])) break;
       double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
       if (best < 0 || ms < best) best = ms;
     }

@@ -64,24 +64,24 @@ if [ "${BENCH_OURS:-}" != cli ]; then
   BUILD=$(dirname "$CLI")
   g++ -O2 -std=c++20 -ffp-contract=off -I"$BUILD/layer_include/engine" "$HERE/engine_time.cpp" \
     "$BUILD/libochrel_engine.a" -lpng -ljpeg -lz -lpthread -o "$WORK/engine_time" || exit 1
-  ours() {  # row name, then ochrel-cli arguments: turned into an in-process spec
-    local name=$1 spec=""; shift
+  ours() {  # row name, then ochrel-cli arguments: turned into an in-process task
+    local name=$1 task=""; shift
     local args=("$@") i
     case "${args[0]}" in
       filter)
         for ((i = 3; i < ${#args[@]}; i++)); do
           case "${args[i]}" in
-            --filter) spec="filter:${args[i+1]}$spec"; i=$((i+1)) ;;
-            --set) spec="$spec:${args[i+1]}"; i=$((i+1)) ;;
+            --filter) task="filter:${args[i+1]}$task"; i=$((i+1)) ;;
+            --set) task="$task:${args[i+1]}"; i=$((i+1)) ;;
             --seed) i=$((i+1)) ;;
           esac
         done ;;
-      convert) spec=${args[4]} ;;
+      convert) task=${args[4]} ;;
     esac
-    ORDER+=("$name"); SPECS+=("$name=$spec")
+    ORDER+=("$name"); TASKS+=("$name=$task")
   }
-  ours_out() { ORDER+=("$1"); SPECS+=("$1=write:$2"); }
-  SPECS=()
+  ours_out() { ORDER+=("$1"); TASKS+=("$1=write:$2"); }
+  TASKS=()
 fi
 ours "Emboss 3x3" filter IN OUT --filter Emboss --set FilterEmbossWidth=3
 ours "Sharpen 3x3" filter IN OUT --filter Sharpen --set FilterSharpenWidth=3
@@ -110,7 +110,7 @@ ours "Despeckle" filter IN OUT --filter Despeckle
 if [ "${BENCH_OURS:-}" != cli ]; then
   while IFS=$'\t' read -r name ms; do
     if [ "$ms" = fail ]; then OURS[$name]=fail; else OURS[$name]=$(printf '%.0f' "$(echo "$ms * 10" | bc)"); fi
-  done < <("$WORK/engine_time" "$WORK/in.bmp" "$RUNS" "$WORK" "${SPECS[@]}")
+  done < <("$WORK/engine_time" "$WORK/in.bmp" "$RUNS" "$WORK" "${TASKS[@]}")
 fi
 
 offer() {  # row name, peer, tenths of a millisecond: keep the fastest peer
