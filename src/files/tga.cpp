@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "files/codec.h"
+#include "image/fastpath.h"
+#include "image/parallel.h"
 
 namespace ochrel {
 
@@ -25,7 +27,12 @@ inline void Expand555(std::uint16_t v, BYTE* bgr) {
 // Emits one row of `count` pixels of `size` bytes as run and raw packets.
 void PutRleRow(std::vector<std::uint8_t>& out, const std::uint8_t* px, int count, int size) {
   int i = 0;
-  auto same = [&](int a, int b) { return std::memcmp(px + a * size, px + b * size, static_cast<std::size_t>(size)) == 0; };
+  // Byte comparisons in line: a library call per pixel cost more than the coding.
+  auto same = [&](int a, int b) {
+    const std::uint8_t *p = px + a * size, *q = px + b * size;
+    return size == 3 ? p[0] == q[0] && p[1] == q[1] && p[2] == q[2]
+                     : std::memcmp(p, q, static_cast<std::size_t>(size)) == 0;
+  };
   while (i < count) {
     int run = 1;
     while (i + run < count && run < 128 && same(i, i + run)) ++run;
@@ -212,6 +219,26 @@ bool TgaEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
   const int size = bits == 24 ? 3 : 1;
   std::vector<std::uint8_t> wide(bits < 8 ? static_cast<std::size_t>(w) : 0), coded;
   coded.reserve(static_cast<std::size_t>(w) * size * 2 + 16);
+  if (FastPaths() && bits >= 8 && h >= 64) {
+    // Rows are coded independently: groups of rows are coded on the cores
+    // into their own buffers and written out in order.
+    constexpr int kRows = 32, kGroups = 8;
+    std::vector<std::vector<std::uint8_t>> groups(kGroups);
+    for (int top = 0; top < h; top += kRows * kGroups) {  // top counts rows in file order
+      const int count = std::min(kGroups, (h - top + kRows - 1) / kRows);
+      ParallelBands(count, 1, [&](int g0, int g1) {
+        for (int g = g0; g < g1; ++g) {
+          std::vector<std::uint8_t>& buffer = groups[static_cast<std::size_t>(g)];
+          buffer.clear();
+          for (int j = top + g * kRows; j < std::min(h, top + (g + 1) * kRows); ++j)
+            PutRleRow(buffer, DibRow(image, h - 1 - j), w, size);
+        }
+      });
+      for (int g = 0; g < count; ++g)
+        if (!out.Write(groups[static_cast<std::size_t>(g)].data(), groups[static_cast<std::size_t>(g)].size())) return false;
+    }
+    return true;
+  }
   for (int y = h - 1; y >= 0; --y) {
     const BYTE* row = DibRow(image, y);
     if (bits < 8) {

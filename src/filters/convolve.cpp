@@ -5,7 +5,12 @@
 #include <cstring>
 
 #include "filters/filterutil.h"
+#include "image/fastpath.h"
 #include "image/parallel.h"
+
+#if defined(__GNUC__) && defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 #include <vector>
 
@@ -19,6 +24,82 @@ using filterutil::TryResize;
 namespace {
 
 constexpr int kChunk = 2048;  // doubles of accumulator kept hot in L1
+
+// One span of interior samples, each summed tap by tap in the plain loop's
+// order (the first tap assigns, zero taps after it are left out) but held in
+// registers for a block of samples instead of passing over memory per tap.
+// Clamping before rounding is the same as ClampRound for every number.
+constexpr int kMaxTaps = 256;  // a 15 by 15 kernel at most
+
+#if defined(__GNUC__) && defined(__x86_64__)
+#define OCHREL_AVX512 __attribute__((target("avx512f,avx512bw,avx512vl,avx512dq")))
+OCHREL_AVX512 inline __m512d Load8(const BYTE* p) {
+  return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
+}
+OCHREL_AVX512 inline void Store8(BYTE* p, __m512d v, bool divide, __m512d by) {
+  if (divide) v = _mm512_div_pd(v, by);
+  v = _mm512_add_pd(_mm512_min_pd(_mm512_max_pd(v, _mm512_setzero_pd()), _mm512_set1_pd(255.0)), _mm512_set1_pd(0.5));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm256_cvtepi32_epi8(_mm512_cvttpd_epi32(v)));
+}
+OCHREL_AVX512 int ConvolveSpan512(const BYTE* const* src, const double* weight, int taps, int n, bool divide,
+                                  double sum, BYTE* dst) {
+  const __m512d by = _mm512_set1_pd(sum);
+  int i = 0;
+  for (; i + 16 <= n; i += 16) {
+    __m512d w = _mm512_set1_pd(weight[0]);
+    __m512d a0 = _mm512_mul_pd(w, Load8(src[0] + i)), a1 = _mm512_mul_pd(w, Load8(src[0] + i + 8));
+    for (int t = 1; t < taps; ++t) {
+      w = _mm512_set1_pd(weight[t]);
+      a0 = _mm512_add_pd(a0, _mm512_mul_pd(w, Load8(src[t] + i)));
+      a1 = _mm512_add_pd(a1, _mm512_mul_pd(w, Load8(src[t] + i + 8)));
+    }
+    Store8(dst + i, a0, divide, by);
+    Store8(dst + i + 8, a1, divide, by);
+  }
+  return i;
+}
+
+#define OCHREL_AVX2 __attribute__((target("avx2")))
+OCHREL_AVX2 inline __m128i Finish4(__m256d v, bool divide, __m256d by) {
+  if (divide) v = _mm256_div_pd(v, by);
+  v = _mm256_add_pd(_mm256_min_pd(_mm256_max_pd(v, _mm256_setzero_pd()), _mm256_set1_pd(255.0)), _mm256_set1_pd(0.5));
+  return _mm256_cvttpd_epi32(v);
+}
+OCHREL_AVX2 int ConvolveSpan256(const BYTE* const* src, const double* weight, int taps, int n, bool divide,
+                                double sum, BYTE* dst) {
+  const __m256d by = _mm256_set1_pd(sum);
+  int i = 0;
+  for (; i + 16 <= n; i += 16) {
+    __m256d a[4];
+    for (int t = 0; t < taps; ++t) {
+      const __m256d w = _mm256_set1_pd(weight[t]);
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[t] + i));
+      const __m256i lo = _mm256_cvtepu8_epi32(bytes), hi = _mm256_cvtepu8_epi32(_mm_srli_si128(bytes, 8));
+      const __m256d d[4] = {_mm256_cvtepi32_pd(_mm256_castsi256_si128(lo)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(lo, 1)),
+                            _mm256_cvtepi32_pd(_mm256_castsi256_si128(hi)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(hi, 1))};
+      for (int k = 0; k < 4; ++k) a[k] = t == 0 ? _mm256_mul_pd(w, d[k]) : _mm256_add_pd(a[k], _mm256_mul_pd(w, d[k]));
+    }
+    const __m128i w0 = _mm_packus_epi32(Finish4(a[0], divide, by), Finish4(a[1], divide, by));
+    const __m128i w1 = _mm_packus_epi32(Finish4(a[2], divide, by), Finish4(a[3], divide, by));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), _mm_packus_epi16(w0, w1));
+  }
+  return i;
+}
+#endif
+
+void ConvolveSpan(const BYTE* const* src, const double* weight, int taps, int n, bool divide, double sum, BYTE* dst) {
+  int i = 0;
+#if defined(__GNUC__) && defined(__x86_64__)
+  const int unit = VectorUnit();
+  if (unit == 2) i = ConvolveSpan512(src, weight, taps, n, divide, sum, dst);
+  else if (unit == 1) i = ConvolveSpan256(src, weight, taps, n, divide, sum, dst);
+#endif
+  for (; i < n; ++i) {
+    double a = weight[0] * src[0][i];
+    for (int t = 1; t < taps; ++t) a += weight[t] * src[t][i];
+    dst[i] = ClampRound(divide ? a / sum : a);
+  }
+}
 
 }  // namespace
 
@@ -61,6 +142,18 @@ HDIB FilterConvolveImage(const HDIB& image, int order, const double* kernel, con
     }
   };
 
+  // The taps the plain loop adds, in its order.
+  std::vector<double> weight;
+  std::vector<int> tapRow, tapColumn;
+  for (int r = 0; r < order; ++r)
+    for (int cc = 0; cc < order; ++cc)
+      if (weight.empty() || kernel[r * order + cc] != 0.0) {
+        weight.push_back(kernel[r * order + cc]);
+        tapRow.push_back(r);
+        tapColumn.push_back(cc);
+      }
+  const bool quick = FastPaths() && weight.size() <= kMaxTaps;
+
   ParallelBands(height, 16, [&](int y0, int y1) {
     std::vector<double> accv(kChunk);
     double* acc = accv.data();
@@ -72,6 +165,14 @@ HDIB FilterConvolveImage(const HDIB& image, int order, const double* kernel, con
       }
       for (int x = 0; x < half; ++x) wrappedPixel(x, y, dst);
       int total = (width - 2 * half) * bytes;
+      if (quick) {
+        const BYTE* rows[kMaxTaps];
+        for (std::size_t t = 0; t < weight.size(); ++t)
+          rows[t] = StoredRow(src, y - half + tapRow[t]) + tapColumn[t] * bytes;
+        ConvolveSpan(rows, weight.data(), static_cast<int>(weight.size()), total, divide, sum, dst + half * bytes);
+        for (int x = width - half; x < width; ++x) wrappedPixel(x, y, dst);
+        continue;
+      }
       for (int i0 = 0; i0 < total; i0 += kChunk) {
         int n = std::min(kChunk, total - i0);
         bool first = true;

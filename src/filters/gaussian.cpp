@@ -13,6 +13,7 @@
 
 #include "filters/convolve.h"
 #include "filters/filterutil.h"
+#include "image/fastpath.h"
 #include "image/parallel.h"
 
 namespace ochrel {
@@ -68,9 +69,9 @@ inline BYTE StoreBlur(double s, double w, bool divide) {
 // Nothing here may be contracted into fused multiply-adds (the build turns
 // contraction off), so the double sums are the plain rule's.
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
-#define OCHREL_WIDE_VECTORS __attribute__((target_clones("avx2", "default")))
+#define OCHREL_BLUR_VECTORS __attribute__((target_clones("avx2", "default")))
 #else
-#define OCHREL_WIDE_VECTORS
+#define OCHREL_BLUR_VECTORS
 #endif
 
 // These vectors never cross a library boundary, so the note that their
@@ -108,7 +109,7 @@ SingleKernel MakeSingleKernel(const std::vector<double>& kernel) {
 // out[i] = the byte of (sum over k of taps[k] * line[k][i]) + 0.5 for the
 // samples whose byte the single sum decides; the others go to `unsure` for the
 // exact path. Returns how many were unsure.
-OCHREL_WIDE_VECTORS
+OCHREL_BLUR_VECTORS
 int SumLines(const SingleKernel& kernel, const float* const* line, int n, BYTE* out, int* unsure) {
   const float* kf = kernel.taps.data();
   const int taps = static_cast<int>(kernel.taps.size());
@@ -328,10 +329,23 @@ HDIB FilterUnsharpMaskImage(const HDIB& image, FILTERPARAM* param) {
   double amount = param->FilterUnsharpAmount * 0.1;
   double limit = 255.0 * (param->FilterUnsharpThreshold * 0.1);
   int n = src->biWidth * bytes;
+  // The result depends on the sample and its blur alone: on a large image,
+  // answer all 65536 pairs once by the same rule and look them up.
+  std::vector<BYTE> pairs;
+  if (FastPaths() && static_cast<std::size_t>(n) * src->biHeight >= (std::size_t{1} << 15) && TryResize(pairs, 65536))
+    for (int sv = 0; sv < 256; ++sv)
+      for (int bv = 0; bv < 256; ++bv) {
+        int d = sv - bv;
+        pairs[static_cast<std::size_t>(sv << 8 | bv)] = limit > std::abs(2 * d) ? static_cast<BYTE>(sv) : ClampRound(sv + d * amount);
+      }
   ParallelBands(src->biHeight, 32, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const BYTE* s = StoredRow(src, y);
       BYTE* b = StoredRow(out, y);
+      if (!pairs.empty()) {
+        for (int i = 0; i < n; ++i) b[i] = pairs[static_cast<std::size_t>(s[i] << 8 | b[i])];
+        continue;
+      }
       for (int i = 0; i < n; ++i) {
         int d = s[i] - b[i];
         if (limit > std::abs(2 * d)) b[i] = s[i];

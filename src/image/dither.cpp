@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <vector>
 
+#include "image/fastpath.h"
 #include "image/nearest.h"
 #include "image/parallel.h"
 #include "image/resample.h"
@@ -199,6 +201,57 @@ HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*
   return bits == 1 ? DitherMono(s, srcPalette, palette) : DitherColour(s, srcPalette, palette, bits);
 }
 
+namespace {
+
+// The quick form of the nearest-colour remap of a true-colour image: the
+// colour cells the picture uses are found first, every colour of those cells
+// is answered once (by the very search Find makes), and the pixels then read
+// their answers from that table. False when it does not apply.
+bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const NearestColour& nearest) {
+  if (!FastPaths() || !nearest.hasCells() || bits == 1) return false;
+  const int w = s->biWidth, h = s->biHeight, step = s->biBitCount / 8;
+  auto rowOf = [&](int y) { return DibBits(s) + DibStride(s) * static_cast<std::size_t>(y); };
+  auto cellOf = [](const BYTE* p) { return ((p[2] >> 4) << 8) | ((p[1] >> 4) << 4) | (p[0] >> 4); };
+  std::vector<BYTE> used(4096, 0);
+  std::mutex merge;
+  ParallelBands(h, kBand, [&](int y0, int y1) {
+    std::vector<BYTE> mine(4096, 0);
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* row = rowOf(y);
+      for (int x = 0; x < w; ++x) mine[static_cast<std::size_t>(cellOf(row + static_cast<std::size_t>(x) * step))] = 1;
+    }
+    std::lock_guard<std::mutex> lock(merge);
+    for (int c = 0; c < 4096; ++c) used[static_cast<std::size_t>(c)] |= mine[static_cast<std::size_t>(c)];
+  });
+  std::vector<int> cells;
+  for (int c = 0; c < 4096; ++c)
+    if (used[static_cast<std::size_t>(c)]) cells.push_back(c);
+  HGLOBAL table = MemBlock::Allocate(std::size_t{4096} * 4096);
+  if (!table) return false;
+  BYTE* answers = table->data();
+  ParallelBands(static_cast<int>(cells.size()), 8, [&](int i0, int i1) {
+    for (int i = i0; i < i1; ++i) nearest.FillCell(cells[static_cast<std::size_t>(i)], answers + (static_cast<std::size_t>(cells[static_cast<std::size_t>(i)]) << 12));
+  });
+  ParallelBands(h, kBand, [&](int y0, int y1) {
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* row = rowOf(y);
+      BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
+      auto answer = [&](const BYTE* p) {
+        const unsigned r = p[2], g = p[1], b = p[0];
+        return answers[((r >> 4) << 20) | ((g >> 4) << 16) | ((b >> 4) << 12) | ((r & 15) << 8) | ((g & 15) << 4) | (b & 15)];
+      };
+      if (bits == 8 && step == 3) {
+        for (int x = 0; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
+        continue;
+      }
+      for (int x = 0; x < w; ++x) PutIndex(orow, x, bits, answer(row + static_cast<std::size_t>(x) * step));
+    }
+  });
+  return true;
+}
+
+}  // namespace
+
 HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/) {
   const BITMAPINFOHEADER* s = LockDib(image);
   if (!s || !palette) return nullptr;
@@ -228,6 +281,7 @@ HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/
     shared.reset(new (std::nothrow) NearestColour(palette, entries, NearestColour::kWeighted, static_cast<std::size_t>(w) * h));
     if (!shared || !shared->ok()) return nullptr;
   }
+  if (shared && RemapThroughCells(s, o, bits, *shared)) return out;
   ParallelBands(h, kBand, [&](int y0, int y1) {
     std::unique_ptr<NearestColour> nearest;
     if (shared) {

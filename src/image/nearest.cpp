@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "image/fastpath.h"
+
 namespace ochrel {
 
 namespace {
@@ -82,6 +84,38 @@ void NearestColour::AllocateCache() {
     keys_.clear();
     values_.clear();
   }
+}
+
+namespace {
+
+// All 4096 colours of a cell against its candidates, taken in index order; a
+// candidate replaces the best only when strictly nearer, so the first minimum
+// wins, as in CellSearch.
+OCHREL_WIDE_VECTORS
+void FillCellColours(int r0, int g0, int b0, const BYTE* candidates, int count, const int* pr, const int* pg,
+                     const int* pb, int wr, int wg, int wb, BYTE* answers) {
+  int best[4096];
+  for (int k = 0; k < 4096; ++k) best[k] = 0x7FFFFFFF;
+  for (int c = 0; c < count; ++c) {
+    const int i = candidates[c];
+    for (int k = 0; k < 4096; ++k) {
+      const int dr = pr[i] - (r0 + (k >> 8)), dg = pg[i] - (g0 + ((k >> 4) & 15)), db = pb[i] - (b0 + (k & 15));
+      const int d = wr * dr * dr + wg * dg * dg + wb * db * db;
+      const bool nearer = d < best[k];
+      best[k] = nearer ? d : best[k];
+      answers[k] = nearer ? static_cast<BYTE>(i) : answers[k];
+    }
+  }
+}
+
+}  // namespace
+
+void NearestColour::FillCell(int cell, BYTE* answers) const {
+  const int r0 = (cell >> 8) * 16, g0 = ((cell >> 4) & 15) * 16, b0 = (cell & 15) * 16;
+  const BYTE* c = cells_->entries.data() + cells_->start[cell];
+  const int count = static_cast<int>(cells_->start[cell + 1] - cells_->start[cell]);
+  std::fill(answers, answers + 4096, BYTE{0});
+  FillCellColours(r0, g0, b0, c, count, pr_, pg_, pb_, wr_, wg_, wb_, answers);
 }
 
 int NearestColour::Scan(int r, int g, int b) const {

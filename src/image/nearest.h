@@ -38,6 +38,11 @@ class NearestColour {
     values_[slot] = static_cast<BYTE>(found);
     return found;
   }
+  // Whether the cell lists were made (many lookups were announced).
+  bool hasCells() const { return cells_ != nullptr; }
+  // The answers for all 4096 colours of one cell (16 levels a side), as Find
+  // gives them, at (r & 15) << 8 | (g & 15) << 4 | (b & 15); needs the cells.
+  void FillCell(int cell, BYTE* answers) const;
   // The plain scan over the palette in index order.
   int Scan(int r, int g, int b) const;
   // The same answer by a search outward from the colour's green level.

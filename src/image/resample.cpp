@@ -1,10 +1,12 @@
 #include "image/resample.h"
 
 #include <climits>
+#include <cstdint>
 #include <cmath>
 #include <cstring>
 #include <vector>
 
+#include "image/fastpath.h"
 #include "image/parallel.h"
 
 namespace ochrel {
@@ -20,6 +22,33 @@ namespace {
 
 // Rows per band when spreading work over the cores; small images stay on one thread.
 constexpr int kBand = 32;
+
+// t / k for a sum t of k bytes (t <= 255 k), 2 <= k < 4096, by one multiply:
+// with m = ceil(2^32 / k), floor(t m / 2^32) = floor(t / k) because t k < 2^32.
+struct ByteSumDivider {
+  std::uint64_t m;
+  explicit ByteSumDivider(unsigned k) : m(((std::uint64_t{1} << 32) + k - 1) / k) {}
+  static bool Fits(unsigned k) { return k >= 2 && k < 4096; }
+  unsigned operator()(unsigned t) const { return static_cast<unsigned>((t * m) >> 32); }
+};
+
+// Halving a row of 24-bit pixels when every output pixel is the mean of two
+// neighbours: floor((a + b) / 2) is what the divider gives for a count of 2.
+OCHREL_WIDE_VECTORS
+void HalvePairs24(const BYTE* s, BYTE* d, int nw) {
+  for (int x = 0; x < nw; ++x)
+    for (int c = 0; c < 3; ++c) d[3 * x + c] = static_cast<BYTE>((s[6 * x + c] + s[6 * x + 3 + c]) >> 1);
+}
+
+OCHREL_WIDE_VECTORS
+void HalveRows(const BYTE* a, const BYTE* b, BYTE* d, int n) {
+  for (int i = 0; i < n; ++i) d[i] = static_cast<BYTE>((a[i] & b[i]) + ((a[i] ^ b[i]) >> 1));
+}
+
+OCHREL_WIDE_VECTORS
+void DivideSums(const unsigned* sum, int n, std::uint64_t m, BYTE* out) {
+  for (int i = 0; i < n; ++i) out[i] = static_cast<BYTE>((sum[i] * m) >> 32);
+}
 
 bool ByteDepth(int bits) { return bits == 8 || bits == 24 || bits == 32; }
 
@@ -225,10 +254,38 @@ HDIB ScaleDownHorizontal(const HDIB& image, int percentage) {
   const int sums = ch == 1 ? 1 : 3;
   std::vector<DownStep> plan;
   if (!Plan([&] { plan = PlanScaleDown(w, nw, percentage); })) return nullptr;
+  const bool quick = FastPaths();
+  std::vector<ByteSumDivider> dividers;
+  bool pairs = quick && ch == 3;
+  if (quick)
+    for (std::size_t x = 0; x < plan.size(); ++x) {
+      dividers.emplace_back(static_cast<unsigned>(plan[x].count ? plan[x].count : 1));
+      pairs = pairs && plan[x].count == 2 && plan[x].start == 2 * static_cast<int>(x);
+    }
   ParallelBands(h, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const BYTE* S = DibRow(s, y);
       BYTE* D = DibRow(o, y);
+      if (pairs) {
+        HalvePairs24(S, D, nw);
+        continue;
+      }
+      if (quick && sums == 3) {
+        for (int x = 0; x < nw; ++x, D += ch) {
+          const DownStep& p = plan[static_cast<std::size_t>(x)];
+          const BYTE* q = S + static_cast<std::size_t>(p.start) * ch;
+          unsigned t0 = 0, t1 = 0, t2 = 0;
+          for (int i = 0; i < p.count; ++i, q += ch) t0 += q[0], t1 += q[1], t2 += q[2];
+          const ByteSumDivider& d = dividers[static_cast<std::size_t>(x)];
+          if (ByteSumDivider::Fits(static_cast<unsigned>(p.count))) {
+            D[0] = static_cast<BYTE>(d(t0)), D[1] = static_cast<BYTE>(d(t1)), D[2] = static_cast<BYTE>(d(t2));
+          } else {
+            const unsigned div = p.count ? static_cast<unsigned>(p.count) : 1u;
+            D[0] = static_cast<BYTE>(t0 / div), D[1] = static_cast<BYTE>(t1 / div), D[2] = static_cast<BYTE>(t2 / div);
+          }
+        }
+        continue;
+      }
       for (int x = 0; x < nw; ++x, D += ch) {
         const DownStep& p = plan[static_cast<std::size_t>(x)];
         const BYTE* q = S + static_cast<std::size_t>(p.start) * ch;
@@ -262,12 +319,21 @@ HDIB ScaleDownVertical(const HDIB& image, int percentage) {
       const unsigned div = p.count ? static_cast<unsigned>(p.count) : 1u;
       if (bits == 8 || bits == 24 || bits == 32) {
         const int n = w * (bits / 8);
+        if (FastPaths() && bits != 32 && p.count == 2) {
+          // floor((a + b) / 2) of each pair of rows, as the sum and divider give it.
+          HalveRows(DibRow(s, p.start), DibRow(s, p.start + 1), DibRow(o, y), n);
+          continue;
+        }
         sum.assign(static_cast<std::size_t>(n), 0u);
         for (int r = 0; r < p.count; ++r) {
           const BYTE* S = DibRow(s, p.start + r);
           for (int i = 0; i < n; ++i) sum[static_cast<std::size_t>(i)] += S[i];
         }
         BYTE* D = DibRow(o, y);
+        if (FastPaths() && bits != 32 && ByteSumDivider::Fits(div)) {
+          DivideSums(sum.data(), n, ByteSumDivider(div).m, D);
+          continue;
+        }
         for (int i = 0; i < n; ++i)
           D[i] = (bits == 32 && (i & 3) == 3) ? 0 : static_cast<BYTE>(sum[static_cast<std::size_t>(i)] / div);
       } else {
