@@ -40,14 +40,7 @@ class ClipboardGuiTest : public test::FrameFixture {
   // Drags out a rectangle selection with the rectangle selector.
   void Select(DocumentWindow* d, QPoint from, QPoint to) {
     frame->toolBox()->button(TOOL_RECTSELECT)->click();
-    QWidget* v = d->view();
-    QTest::mousePress(v, Qt::LeftButton, Qt::NoModifier, from);
-    QCoreApplication::processEvents();
-    QMouseEvent move(QEvent::MouseMove, QPointF(to), v->mapToGlobal(QPointF(to)), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QCoreApplication::sendEvent(v, &move);
-    QTest::mouseRelease(v, Qt::LeftButton, Qt::NoModifier, to);
-    QCoreApplication::processEvents();
+    Drag(d->view(), from, to);
   }
   void Drop(DocumentWindow* d) {
     d->CommitSelection();

@@ -32,10 +32,8 @@ class FillGuiTest : public test::FrameFixture {
   FillGuiTest() : FrameFixture(120, 90) {}
   void SetUp() override {
     FrameFixture::SetUp();
-    frame->Command(CM_NEW);
-    doc = frame->ActiveDocument();
+    doc = NewDocument();
     ASSERT_NE(doc, nullptr);
-    QCoreApplication::processEvents();
     // White, with a black wall down the middle.
     InsetSolidRectangle(doc->record()->Image, RGB(255, 255, 255), RECT{0, 0, 120, 90});
     InsetSolidRectangle(doc->record()->Image, RGB(0, 0, 0), RECT{60, 0, 61, 90});

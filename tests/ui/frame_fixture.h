@@ -10,11 +10,13 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QSpinBox>
+#include <QTest>
 
 #include <memory>
 #include <vector>
 
 #include "qt_app.h"
+#include "frame/commands.h"
 #include "ui/documentwindow.h"
 #include "ui/mainframe.h"
 #include "ui/messages.h"
@@ -48,6 +50,30 @@ class FrameFixture : public ::testing::Test {
       if (auto* d = qobject_cast<DocumentWindow*>(w)) d->record()->Modified = 0;
     frame.reset();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  }
+
+  // File ▸ New, answered with the fixture's size: the new document, shown.
+  DocumentWindow* NewDocument() {
+    frame->Command(CM_NEW);
+    QCoreApplication::processEvents();
+    return frame->ActiveDocument();
+  }
+  // A mouse move with buttons held, as a drag sends it.
+  static void Move(QWidget* v, QPoint p, Qt::KeyboardModifiers mods = Qt::NoModifier,
+                   Qt::MouseButtons buttons = Qt::LeftButton) {
+    QMouseEvent move(QEvent::MouseMove, QPointF(p), v->mapToGlobal(QPointF(p)), Qt::NoButton, buttons, mods);
+    QCoreApplication::sendEvent(v, &move);
+    QCoreApplication::processEvents();
+  }
+  // Press at `from`, move through `via` (or the middle) to `to`, release there.
+  static void Drag(QWidget* v, QPoint from, QPoint to, std::initializer_list<QPoint> via = {}) {
+    QTest::mousePress(v, Qt::LeftButton, Qt::NoModifier, from);
+    QCoreApplication::processEvents();
+    if (via.size() == 0) Move(v, (from + to) / 2);
+    for (QPoint p : via) Move(v, p);
+    Move(v, to);
+    QTest::mouseRelease(v, Qt::LeftButton, Qt::NoModifier, to);
+    QCoreApplication::processEvents();
   }
 
   std::unique_ptr<MainFrame> frame;

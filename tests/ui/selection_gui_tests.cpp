@@ -32,10 +32,8 @@ class SelectionGuiTest : public test::FrameFixture {
   SelectionGuiTest() : FrameFixture(120, 90) {}
   void SetUp() override {
     FrameFixture::SetUp();
-    frame->Command(CM_NEW);
-    doc = frame->ActiveDocument();
+    doc = NewDocument();
     ASSERT_NE(doc, nullptr);
-    QCoreApplication::processEvents();
     record = doc->record();
     record->PaperColour = RGB(255, 255, 255);
     InsetSolidRectangle(record->Image, kBlock, RECT{20, 20, 40, 30});
@@ -48,19 +46,7 @@ class SelectionGuiTest : public test::FrameFixture {
     SetDialogAnswerer({});
     FrameFixture::TearDown();
   }
-  void Move(QPoint p, Qt::MouseButtons buttons = Qt::LeftButton) {
-    QMouseEvent move(QEvent::MouseMove, QPointF(p), view->mapToGlobal(QPointF(p)), Qt::NoButton, buttons, Qt::NoModifier);
-    QCoreApplication::sendEvent(view, &move);
-    QCoreApplication::processEvents();
-  }
-  void Drag(QPoint from, QPoint to, std::initializer_list<QPoint> via = {}) {
-    QTest::mousePress(view, Qt::LeftButton, Qt::NoModifier, from);
-    QCoreApplication::processEvents();
-    for (QPoint p : via) Move(p);
-    Move(to);
-    QTest::mouseRelease(view, Qt::LeftButton, Qt::NoModifier, to);
-    QCoreApplication::processEvents();
-  }
+  void Drag(QPoint from, QPoint to, std::initializer_list<QPoint> via = {}) { FrameFixture::Drag(view, from, to, via); }
   void Click(QPoint at) { Drag(at, at); }
   QRgb Screen(int x, int y) { return view->grab().toImage().pixel(x, y); }
   COLORREF At(int x, int y) { return GetDibPixel(LockDib(record->Image), x, y); }

@@ -41,18 +41,6 @@ class ShapeGuiTest : public test::FrameFixture {
     frame.reset();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   }
-  void Move(QWidget* v, QPoint p, Qt::KeyboardModifiers mods = Qt::NoModifier) {
-    QMouseEvent move(QEvent::MouseMove, QPointF(p), v->mapToGlobal(QPointF(p)), Qt::NoButton, Qt::LeftButton, mods);
-    QCoreApplication::sendEvent(v, &move);
-  }
-  void Drag(QWidget* v, QPoint from, QPoint to) {
-    QTest::mousePress(v, Qt::LeftButton, Qt::NoModifier, from);
-    QCoreApplication::processEvents();
-    Move(v, (from + to) / 2);
-    Move(v, to);
-    QTest::mouseRelease(v, Qt::LeftButton, Qt::NoModifier, to);
-    QCoreApplication::processEvents();
-  }
 };
 
 TEST_F(ShapeGuiTest, RectangleFromTheToolboxDragsAnOutlineAndCommitsOnRelease) {
