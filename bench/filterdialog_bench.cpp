@@ -4,6 +4,8 @@
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
+
+#include "bench_app.h"
 #include <QImage>
 #include <QPainter>
 
@@ -17,14 +19,7 @@ namespace {
 
 using namespace ochrel;
 
-void EnsureApp() {
-  if (QApplication::instance()) return;
-  if (!std::getenv("QT_QPA_PLATFORM")) setenv("QT_QPA_PLATFORM", "offscreen", 1);
-  static int argc = 1;
-  static char name[] = "filterdialog_bench";
-  static char* argv[] = {name, nullptr};
-  new QApplication(argc, argv);
-}
+using bench::EnsureApp;
 
 const HDIB& BigImage() {
   static HDIB image = [] {

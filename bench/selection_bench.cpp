@@ -5,6 +5,8 @@
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
+
+#include "bench_app.h"
 #include <QMdiArea>
 
 #include <cmath>
@@ -20,14 +22,7 @@ namespace {
 
 using namespace ochrel;
 
-void EnsureApp() {
-  if (QApplication::instance()) return;
-  if (!std::getenv("QT_QPA_PLATFORM")) setenv("QT_QPA_PLATFORM", "offscreen", 1);
-  static int argc = 1;
-  static char name[] = "selection_bench";
-  static char* argv[] = {name, nullptr};
-  new QApplication(argc, argv);
-}
+using bench::EnsureApp;
 
 // A sky that fades, a ground of noisy texture and a few smooth objects: large
 // regions that a wand takes whole, and busy ones that stop it at once.
