@@ -13,7 +13,7 @@
 
 #include "filters/filterparam.h"
 #include "image/dib.h"
-#include "ui/filterdialog.h"
+#include "ui/dialogs/filter/filterdialog.h"
 
 namespace {
 

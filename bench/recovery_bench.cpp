@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "image/dib.h"
-#include "ui/recoveryservice.h"
+#include "ui/frame/recoveryservice.h"
 
 namespace {
 

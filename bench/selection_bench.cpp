@@ -15,8 +15,8 @@
 
 #include "frame/blockset.h"
 #include "tools/selecttools.h"
-#include "ui/documentwindow.h"
-#include "ui/mainframe.h"
+#include "ui/document/documentwindow.h"
+#include "ui/frame/mainframe.h"
 
 namespace {
 

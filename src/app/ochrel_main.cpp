@@ -17,10 +17,10 @@
 #include "image/crand.h"
 #include "image/settings.h"
 #include "render/wrapper.h"
-#include "ui/mainframe.h"
-#include "ui/recoveryservice.h"
-#include "ui/messages.h"
-#include "ui/startup.h"
+#include "ui/frame/mainframe.h"
+#include "ui/frame/recoveryservice.h"
+#include "ui/widgets/messages.h"
+#include "ui/frame/startup.h"
 #include "frame/tips.h"
 
 namespace {

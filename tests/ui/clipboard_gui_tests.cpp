@@ -21,7 +21,7 @@
 #include "test_images.h"
 #include "tools/pastetools.h"
 #include "tools/selecttools.h"
-#include "ui/toolbox.h"
+#include "ui/frame/toolbox.h"
 
 namespace ochrel {
 namespace {

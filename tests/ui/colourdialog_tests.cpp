@@ -25,13 +25,13 @@
 #include "image/settings.h"
 #include "qt_app.h"
 #include "temp_dir.h"
-#include "ui/colourdialogs.h"
-#include "ui/dialogrunner.h"
-#include "ui/documentwindow.h"
-#include "ui/greyselector.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
-#include "ui/newfiledialog.h"
+#include "ui/dialogs/colour/colourdialogs.h"
+#include "ui/widgets/dialogrunner.h"
+#include "ui/document/documentwindow.h"
+#include "ui/dialogs/colour/greyselector.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
+#include "ui/dialogs/image/newfiledialog.h"
 
 namespace ochrel {
 namespace {

@@ -25,12 +25,12 @@
 #include "qt_app.h"
 #include "render/screen.h"
 #include "test_images.h"
-#include "ui/convertdialogs.h"
-#include "ui/dialogrunner.h"
-#include "ui/documentwindow.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
-#include "ui/newfiledialog.h"
+#include "ui/dialogs/image/convertdialogs.h"
+#include "ui/widgets/dialogrunner.h"
+#include "ui/document/documentwindow.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
+#include "ui/dialogs/image/newfiledialog.h"
 
 namespace ochrel {
 namespace {

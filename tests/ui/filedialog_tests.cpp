@@ -25,11 +25,11 @@
 #include "image/settings.h"
 #include "qt_app.h"
 #include "test_images.h"
-#include "ui/dialogrunner.h"
-#include "ui/documentwindow.h"
-#include "ui/filedialogs.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
+#include "ui/widgets/dialogrunner.h"
+#include "ui/document/documentwindow.h"
+#include "ui/dialogs/files/filedialogs.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
 
 // Readable failures for texts.
 inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }

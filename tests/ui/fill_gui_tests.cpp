@@ -18,11 +18,11 @@
 #include "test_images.h"
 #include "tools/toolparam.h"
 #include "tools/toolsession.h"
-#include "ui/documentwindow.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
-#include "ui/newfiledialog.h"
-#include "ui/toolbox.h"
+#include "ui/document/documentwindow.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
+#include "ui/dialogs/image/newfiledialog.h"
+#include "ui/frame/toolbox.h"
 
 namespace ochrel {
 namespace {

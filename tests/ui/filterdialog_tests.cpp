@@ -32,13 +32,13 @@
 #include "image/settings.h"
 #include "qt_app.h"
 #include "test_images.h"
-#include "ui/dialogrunner.h"
-#include "ui/documentwindow.h"
-#include "ui/filterdialog.h"
-#include "ui/longwork.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
-#include "ui/newfiledialog.h"
+#include "ui/widgets/dialogrunner.h"
+#include "ui/document/documentwindow.h"
+#include "ui/dialogs/filter/filterdialog.h"
+#include "ui/widgets/longwork.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
+#include "ui/dialogs/image/newfiledialog.h"
 
 namespace ochrel {
 namespace {

@@ -17,10 +17,10 @@
 
 #include "qt_app.h"
 #include "frame/commands.h"
-#include "ui/documentwindow.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
-#include "ui/newfiledialog.h"
+#include "ui/document/documentwindow.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
+#include "ui/dialogs/image/newfiledialog.h"
 
 namespace ochrel::test {
 

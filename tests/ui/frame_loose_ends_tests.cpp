@@ -17,7 +17,7 @@
 
 #include "files/imagefile.h"
 #include "filters/filterparam.h"
-#include "ui/dialogrunner.h"
+#include "ui/widgets/dialogrunner.h"
 #include "frame/blockset.h"
 #include "frame/commands.h"
 #include "frame/recentpaths.h"
@@ -26,9 +26,9 @@
 #include "temp_dir.h"
 #include "test_images.h"
 #include "tools/toolsession.h"
-#include "ui/fillmenu.h"
-#include "ui/settingswindow.h"
-#include "ui/toolbox.h"
+#include "ui/frame/fillmenu.h"
+#include "ui/frame/settingswindow.h"
+#include "ui/frame/toolbox.h"
 
 namespace ochrel {
 namespace {

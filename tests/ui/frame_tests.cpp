@@ -26,10 +26,10 @@
 #include "frame/strings.h"
 #include "image/settings.h"
 #include "qt_app.h"
-#include "ui/documentwindow.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
-#include "ui/newfiledialog.h"
+#include "ui/document/documentwindow.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
+#include "ui/dialogs/image/newfiledialog.h"
 
 namespace ochrel {
 namespace {
@@ -549,9 +549,9 @@ TEST_F(FrameTest, ConvertToGreyAndTrueColourOpenNewDocuments) {
 #include "test_images.h"
 
 #include "frame/view.h"
-#include "ui/attributesdialog.h"
-#include "ui/dialogrunner.h"
-#include "ui/griddialog.h"
+#include "ui/dialogs/image/attributesdialog.h"
+#include "ui/widgets/dialogrunner.h"
+#include "ui/dialogs/image/griddialog.h"
 
 namespace ochrel {
 namespace {
@@ -699,7 +699,7 @@ TEST_F(FrameTest, AttributesDialogChangesTheCanvas) {
 
 #include "tools/toolparam.h"
 #include "tools/toolsession.h"
-#include "ui/toolbox.h"
+#include "ui/frame/toolbox.h"
 
 namespace ochrel {
 namespace {

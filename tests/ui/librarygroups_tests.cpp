@@ -1,4 +1,4 @@
-#include "ui/librarygroups.h"
+#include "ui/dialogs/fills/librarygroups.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 
 #include "frame/paths.h"
 #include "qt_app.h"
-#include "ui/messages.h"
+#include "ui/widgets/messages.h"
 
 namespace ochrel {
 namespace {

@@ -15,7 +15,7 @@
 #include "frame_fixture.h"
 #include "image/convert.h"
 #include "test_images.h"
-#include "ui/longwork.h"
+#include "ui/widgets/longwork.h"
 
 namespace ochrel {
 namespace {

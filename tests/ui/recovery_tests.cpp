@@ -19,10 +19,10 @@
 #include "image/settings.h"
 #include "qt_app.h"
 #include "temp_dir.h"
-#include "ui/documentwindow.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
-#include "ui/recoveryservice.h"
+#include "ui/document/documentwindow.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
+#include "ui/frame/recoveryservice.h"
 
 namespace ochrel {
 namespace {

@@ -17,10 +17,10 @@
 #include "frame_fixture.h"
 #include "test_images.h"
 #include "tools/selecttools.h"
-#include "ui/dialogrunner.h"
-#include "ui/filterdialog.h"
-#include "ui/startup.h"
-#include "ui/toolbox.h"
+#include "ui/widgets/dialogrunner.h"
+#include "ui/dialogs/filter/filterdialog.h"
+#include "ui/frame/startup.h"
+#include "ui/frame/toolbox.h"
 
 namespace ochrel {
 namespace {

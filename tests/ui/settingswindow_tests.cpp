@@ -25,11 +25,11 @@
 #include "image/settings.h"
 #include "qt_app.h"
 #include "tools/toolsession.h"
-#include "ui/documentwindow.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
-#include "ui/newfiledialog.h"
-#include "ui/settingswindow.h"
+#include "ui/document/documentwindow.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
+#include "ui/dialogs/image/newfiledialog.h"
+#include "ui/frame/settingswindow.h"
 
 namespace ochrel {
 namespace {

@@ -1,4 +1,4 @@
-#include "ui/startup.h"
+#include "ui/frame/startup.h"
 
 #include <gtest/gtest.h>
 
@@ -19,9 +19,9 @@
 #include "frame/tips.h"
 #include "image/settings.h"
 #include "qt_app.h"
-#include "ui/dialogrunner.h"
-#include "ui/mainframe.h"
-#include "ui/messages.h"
+#include "ui/widgets/dialogrunner.h"
+#include "ui/frame/mainframe.h"
+#include "ui/widgets/messages.h"
 
 namespace ochrel {
 namespace {
