@@ -26,6 +26,7 @@
 #include "qt_app.h"
 #include "temp_dir.h"
 #include "ui/dialogs/colour/colourdialogs.h"
+#include "ui/dialogs/fills/filldialogs.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/document/documentwindow.h"
 #include "ui/dialogs/colour/greyselector.h"

@@ -24,12 +24,6 @@ namespace ochrel {
 struct BLOCKSET;
 class GreyLevelSelector;
 
-// The paint (code 1), fill (2) or paper (4) colour of a document. `colour`
-// points to the record's field, `setting` to the matching stored default or
-// is null; with UpdateDefaults set the default takes the chosen colour (the
-// palette entry's COLORREF on a paletted image, not the index). Non-zero if
-// something was chosen.
-int DoColourSelect(QWidget* window, BLOCKSET* record, COLORREF* colour, int* setting, int code);
 // "ColourSelectBox": *colour takes the dialog's colour (unchanged on Cancel).
 int DoColourSelectRGB(QWidget* window, COLORREF* colour);
 // "PaletteColourSelectBox": on OK *colour takes the chosen index. Shift+click
