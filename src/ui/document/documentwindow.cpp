@@ -625,16 +625,16 @@ bool DocumentWindow::Command(int id) {
     case CM_SHADOWS: DoSetShadows(this, &record_); return true;
     case CM_CUT:
       // The selection goes only once it is safely on the clipboard.
-      if (DoCopyToClipboard(this)) tools_->BeginToolFunction(0, 0, record_.Tool, TF_CUT);
+      if (DoCopyToClipboard(&record_)) tools_->BeginToolFunction(0, 0, record_.Tool, TF_CUT);
       return true;
     case CM_COPY:
-      if (!DoCopyToClipboard(this)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      if (!DoCopyToClipboard(&record_)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
       return true;
     case CM_COPYTO: {
       std::string path = AddCurrentPath(GetUntitledFileName());
       if (!frame_->AskSavePath(this, path, &path)) return true;
       SetOpenPath(path);
-      if (!DoCopyToFile(this, path)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      if (!DoCopyToFile(&record_, path)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
       return true;
     }
     case CM_PASTE:
@@ -647,7 +647,7 @@ bool DocumentWindow::Command(int id) {
       frame_->ChooseTool(TOOL_RECTSELECT);
       if (id == CM_PASTEFROM) SetOpenPath(path);
       CreateUndo(&record_);
-      const int ok = id == CM_PASTE ? DoPasteBlockFromClipboard(this) : DoPasteBlockFromFile(this, path);
+      const int ok = id == CM_PASTE ? DoPasteBlockFromClipboard(tools_.get()) : DoPasteBlockFromFile(tools_.get(), path);
       if (!ok) DoMessage(this, FetchString(IDS_BLOCK_ERROR));
       frame_->UpdateMenuStates();
       return true;

@@ -259,7 +259,7 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   setCentralWidget(central);
   connect(bar_, &ButtonBar::command, this, [this](int id) { PostCommand(id); });
   connect(status_, &StatusBar::command, this, [this](int id) { PostCommand(id); });
-  connect(status_, &StatusBar::rightClicked, this, [this](int, QPoint at) { RunFillTypeMenu(this, at); });
+  connect(status_, &StatusBar::rightClicked, this, [this](int, QPoint at) { RunFillTypeMenu(this, this, ActiveDocument(), at); });
   // The toolbox stands at the left, under the button bar.
   toolbox_ = new ToolBox(this);
   addDockWidget(Qt::LeftDockWidgetArea, toolbox_);
