@@ -69,11 +69,16 @@ void MessageQueue::Post(const ToolMessage& m) {
 }
 
 void MessageQueue::Drain() {
-  while (!queue_.empty()) {
+  while (!held_ && !queue_.empty()) {
     ToolMessage m = queue_.front();
     queue_.pop_front();
     Deliver(m);
   }
+}
+
+MessageQueue::Hold::~Hold() {
+  MessageQueue& q = Instance();
+  if (--q.held_ == 0 && !q.queue_.empty() && q.wakeup_) q.wakeup_();
 }
 
 void MessageQueue::Forget(const ToolSession* tool) {

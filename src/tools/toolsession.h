@@ -61,8 +61,18 @@ class MessageQueue {
   void SetWakeup(std::function<void()> wakeup) { wakeup_ = std::move(wakeup); }
   void Deliver(const ToolMessage& m);
   void Clear() { queue_.clear(); }
+  // While one lives, Drain leaves the queue alone: work that keeps the windows
+  // live in a nested event loop must not have tool messages delivered halfway.
+  class Hold {
+   public:
+    Hold() { ++Instance().held_; }
+    ~Hold();
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+  };
 
  private:
+  int held_ = 0;
   std::deque<ToolMessage> queue_;
   Sink sinks_[5];
   std::function<void()> wakeup_;

@@ -319,6 +319,11 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
     return ok;
   };
   SetFileHooks(hooks);
+  // A texture or shadow for a large shape is made on a worker with the windows live.
+  SetSlowWorkRunner([this](const char* label, const std::function<void()>& work) {
+    MessageQueue::Hold hold;
+    RunLongWork(this, QString::fromUtf8(label), work, false);
+  });
   // Recovery copies: a picture comes back as a modified document under its path.
   recovery_ = new RecoveryService(this, {[this] {
                                            std::vector<DocumentWindow*> docs;
@@ -351,6 +356,7 @@ MainFrame::~MainFrame() {
   CurrentTool() = -1;
   QGuiApplication::clipboard()->disconnect(this);
   SetFileHooks(FileHooks{});
+  SetSlowWorkRunner(nullptr);
 }
 
 QAction* MainFrame::AddItem(QMenu* menu, const char* label, int id, bool grey) {
