@@ -85,11 +85,11 @@ TEST_F(BrushToolsTest, AirbrushSwellsOnTicksAndStopsAfterAMove) {
   doc->MouseEvent(WM_LBUTTONDOWN, 60, 50, MK_LBUTTON);
   ASSERT_EQ(host.timerTool, tool);
   EXPECT_EQ(host.timerMs, 50);
-  EXPECT_EQ(tool->param.Softness, 1);
+  EXPECT_EQ(tool->Softness(), 1);
   std::vector<int> seen;
   for (int i = 0; i < 3; ++i) {
     doc->TimerEvent(tool, 3);
-    seen.push_back(tool->param.Softness);
+    seen.push_back(tool->Softness());
   }
   EXPECT_EQ(seen, (std::vector<int>{1, 6, 11}));
   // Five pixels away: the swelling stops for good, the timer with it.

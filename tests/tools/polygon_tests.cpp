@@ -205,7 +205,7 @@ TEST_F(PolygonTest, CtrlAndGridPlaceVertices) {
   Click(10, 10);
   // Ctrl during the band: the free end goes onto the horizontal.
   doc->MouseEvent(WM_MOUSEMOVE, 30, 12, MK_CONTROL);
-  EXPECT_EQ(tool()->param.RubberEnd, (POINT{30, 10}));
+  EXPECT_EQ(tool()->RubberEnd(), (POINT{30, 10}));
   // Ctrl at the press takes the constrained end, not the mouse point.
   doc->MouseEvent(WM_LBUTTONDOWN, 30, 12, MK_LBUTTON | MK_CONTROL);
   EXPECT_EQ(tool()->Points().back(), (POINT{30, 10}));
@@ -221,7 +221,7 @@ TEST_F(PolygonTest, CtrlAndGridPlaceVertices) {
   Click(13, 17);
   EXPECT_EQ(tool()->Points().back(), (POINT{10, 20}));
   doc->MouseEvent(WM_MOUSEMOVE, 26, 34, 0);
-  EXPECT_EQ(tool()->param.RubberEnd, (POINT{26, 34}));
+  EXPECT_EQ(tool()->RubberEnd(), (POINT{26, 34}));
   Click(26, 24);
   EXPECT_EQ(tool()->Points().back(), (POINT{30, 20}));
 }

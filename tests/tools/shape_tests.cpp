@@ -220,10 +220,7 @@ TEST_F(ShapeTest, ShapePartlyOutsideTheImagePaintsOnlyTheInside) {
   EXPECT_EQ(InsetEllipse(&record, RECT{100000, 100000, 100040, 100040}, &changed), 1);
   EXPECT_EQ(changed, RECT{});
   record.LineThickness = 5;
-  TOOLPARAM line;
-  line.LineStart = POINT{0, 0};
-  line.LineEnd = POINT{30000, 0};
-  EXPECT_EQ(InsetLine(&record, line, RECT{-30000, 10, 2, 32}, &changed), 1);
+  EXPECT_EQ(InsetLine(&record, POINT{0, 0}, POINT{30000, 0}, RECT{-30000, 10, 2, 32}, &changed), 1);
   EXPECT_NE(Pixel(0, 10), kWhite);
   EXPECT_EQ(Pixel(39, 29), kWhite);
   // A box the back end can't make: the image stays as it was.

@@ -284,9 +284,7 @@ class TextSessionTest : public ::testing::Test {
   }
   // Puts the box back on an image point at 100 percent.
   void PlaceBack(TextTool* t, int x, int y) {
-    t->param.ImageX = x;
-    t->param.ImageY = y;
-    t->SetTextEditWindowSize();
+    t->PlaceAt(POINT{x, y});
   }
   TextTool* Press(int x, int y) {
     doc->MouseEvent(WM_LBUTTONDOWN, x, y, MK_LBUTTON);
@@ -364,22 +362,20 @@ TEST_F(TextSessionTest, DragMovesTheBoxAndCtrlArrowsNudgeIt) {
   ASSERT_NE(t, nullptr);
   EXPECT_EQ(t->window.left, 25);
   EXPECT_EQ(t->window.top, 17);
-  EXPECT_EQ(t->param.ImageX, 25);
+  EXPECT_EQ(t->ImagePlace().x, 25);
   host.ctrl = true;
-  t->param.Moved = 0;
   doc->KeyEvent(WM_KEYDOWN, KEY_RIGHT);
   doc->KeyEvent(WM_KEYDOWN, KEY_UP);
   EXPECT_EQ(t->window.left, 26);
   EXPECT_EQ(t->window.top, 16);
-  EXPECT_EQ(t->param.ImageY, 16);
-  EXPECT_EQ(t->param.Moved, 0);  // a nudge is not a drag
+  EXPECT_EQ(t->ImagePlace().y, 16);
   // The step follows the nudge size and the zoom: 3 image pixels at 200 percent.
   const int oldNudge = NudgeSize;
   NudgeSize = 3;
   record.ViewMode = 6;
   doc->KeyEvent(WM_KEYDOWN, KEY_LEFT);
   EXPECT_EQ(t->window.left, 20);
-  EXPECT_EQ(t->param.ImageX, 10);
+  EXPECT_EQ(t->ImagePlace().x, 10);
   NudgeSize = oldNudge;
   record.ViewMode = 5;
   host.ctrl = false;
@@ -394,7 +390,7 @@ TEST_F(TextSessionTest, DragMovesTheBoxAndCtrlArrowsNudgeIt) {
   EXPECT_LT(Changed().right, 0);
   Type("ab");
   doc->KeyEvent(WM_KEYDOWN, KEY_LEFT);
-  EXPECT_EQ(t->param.Caret, 1);
+  EXPECT_EQ(t->Caret(), 1);
 }
 
 TEST_F(TextSessionTest, OpacityScalesTheCoverage) {

@@ -172,28 +172,6 @@ TEST_F(ToolsTest, SnapPointRules) {
   EXPECT_EQ(doc->SnapPoint(POINT{3, 5}), (POINT{3, 5}));
 }
 
-TEST(ToolRules, GetLineAngleQuadrantsAndZero) {
-  POINT a{0, 0};
-  EXPECT_EQ(GetLineAngle(a, a), 0);
-  EXPECT_EQ(GetLineAngle(a, POINT{10, -10}), 45);       // b right, above: v
-  EXPECT_EQ(GetLineAngle(a, POINT{-10, -10}), 135);     // left, above: 180 - v
-  EXPECT_EQ(GetLineAngle(a, POINT{-10, 10}), 225);      // left, below: 180 + v
-  EXPECT_EQ(GetLineAngle(a, POINT{10, 10}), 315);       // right, below: 360 - v
-  EXPECT_EQ(GetLineAngle(a, POINT{10, 0}), 360);        // on the axis: 360 - 0
-  EXPECT_EQ(GetLineAngle(a, POINT{0, -7}), 90);
-  // Not linear: r = 5 for (3, 4), v = 16 * 90 / 25 = 57.
-  EXPECT_EQ(GetLineAngle(a, POINT{3, -4}), 57);
-}
-
-TEST(ToolRules, CoverageBlend) {
-  EXPECT_EQ(CoverageBlend(RGB(200, 100, 50), RGB(0, 255, 10), 0), RGB(200, 100, 50));
-  EXPECT_EQ(CoverageBlend(RGB(200, 100, 50), RGB(0, 255, 10), 255), RGB(0, 255, 10));
-  // m = 128: 200*127/255 = 99, 0; 100*127/255 = 49, 255*128/255 = 128 -> 177; 50*127/255 = 24, 10*128/255 = 5 -> 29.
-  EXPECT_EQ(CoverageBlend(RGB(200, 100, 50), RGB(0, 255, 10), 128), RGB(99, 177, 29));
-  // Each division truncates by itself: 49 + 100, where one division would give 150.
-  EXPECT_EQ(BlendChannel(100, 200, 128), 149);
-}
-
 TEST_F(ToolsTest, EyedropperButtonsShiftOutsideAndRevert) {
   PutDibPixel(LockDib(record.Image), 10, 10, RGB(1, 2, 3));
   ChangeTool(doc.get(), TOOL_PEN);
