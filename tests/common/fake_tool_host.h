@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,7 @@ class FakeToolHost : public ToolHost {
  public:
   int scrollX = 0, scrollY = 0, width = 400, height = 300;
   bool ctrl = false, shift = false, alt = false;
+  BLOCKSET* record = nullptr;  // takes the zoom list's choice, as the frame's combo does
   ToolSession* captured = nullptr;
   ToolSession* timerTool = nullptr;
   int cursor = 0, menuUpdates = 0, redraws = 0, timerMs = 0;
@@ -38,7 +40,9 @@ class FakeToolHost : public ToolHost {
     scrollX = std::max(0, x);
     scrollY = std::max(0, y);
   }
-  void SelectViewMode(int) override {}
+  void SelectViewMode(int mode) override {
+    if (record) record->ViewMode = mode;
+  }
   void InvalidateImage(RECT r) override { invalidated.push_back(r); }
   void InvalidateView() override {
     invalidated.push_back(RECT{-1, -1, -1, -1});
@@ -67,6 +71,7 @@ class FakeToolHost : public ToolHost {
   }
   void InvertEllipse(RECT r) override { inversions.push_back("ellipse " + Text(r)); }
   void InvertLine(POINT a, POINT b) override {
+    if (a == b) return;  // the end point is left out: nothing to draw
     inversions.push_back("line " + std::to_string(a.x) + "," + std::to_string(a.y) + " " + std::to_string(b.x) + "," +
                          std::to_string(b.y));
   }
@@ -74,14 +79,16 @@ class FakeToolHost : public ToolHost {
   void RepaintView(RECT r) override { repainted.push_back(r); }
   void ShowSelectionPopup(POINT at, bool tiles) override { popups.push_back({at, tiles}); }
 
-  // Every figure inverted an even number of times: nothing left on the screen.
-  bool ScreenClean() const {
+  // The figures inverted an odd number of times: what is on the screen now.
+  std::set<std::string> Shown() const {
     std::map<std::string, int> n;
     for (const auto& s : inversions) ++n[s];
+    std::set<std::string> out;
     for (const auto& [s, count] : n)
-      if (count % 2) return false;
-    return true;
+      if (count % 2) out.insert(s);
+    return out;
   }
+  bool ScreenClean() const { return Shown().empty(); }
   static std::string Text(RECT r) {
     return std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
            std::to_string(r.bottom);
@@ -97,6 +104,7 @@ struct FakeDocument {
 
   explicit FakeDocument(HDIB image) {
     MessageQueue::Instance().Clear();
+    host.record = &record;
     CreateNewFile(&record);
     record.Image = std::move(image);
     record.ViewMode = 5;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/blockset.h"
+#include "image/colourblend.h"
 #include "image/settings.h"
 #include "test_images.h"
 #include "tools/airbrush.h"

@@ -5,6 +5,7 @@
 #include "fake_tool_host.h"
 #include "frame/blockset.h"
 #include "frame/strings.h"
+#include "image/colourblend.h"
 #include "tools/brushstamp.h"
 #include "tools/replacertools.h"
 #include "tools/toolsession.h"

@@ -14,6 +14,8 @@
 
 #include "frame/blockset.h"
 #include "frame/view.h"
+#include "image/colourblend.h"
+#include "image/lineangle.h"
 #include "tools/shapecomposite.h"
 #include "tools/shapetools.h"
 #include "tools/toolsession.h"
