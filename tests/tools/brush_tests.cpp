@@ -599,22 +599,6 @@ TEST(BrushStroke, PalettedAndMonoImagesSetTheColourAtHalfStrength) {
   EXPECT_TRUE(test::SameBlock(d.Image, before));
 }
 
-TEST(BrushStroke, EraserPaintsThePaperColour) {
-  BLOCKSET d = Document(Blank(30, 30, RGB(0, 0, 0)), TOOL_ERASER);
-  d.PaintColour = RGB(255, 0, 0);
-  d.PaperColour = RGB(10, 220, 30);
-  d.Opacity = 255;
-  d.EraserBrushThickness = 6;
-  d.EraserBrushType = 1;
-  HDIB stamp = CreateSoftBrush(d, 0, StampForeground(d.Opacity), d.EraserBrushType);
-  EXPECT_EQ(GetBrushColour(d), d.PaperColour);
-  BrushStroke stroke(d, stamp);
-  ASSERT_TRUE(stroke.Press({15, 15}));
-  EXPECT_EQ(static_cast<COLORREF>(Px(d.Image, 15, 15)), RGB(10, 220, 30));
-  d.Tool = TOOL_BRUSH;
-  EXPECT_EQ(GetBrushColour(d), d.PaintColour);
-}
-
 TEST(BrushStroke, FailuresLeaveTheImageAlone) {
   BLOCKSET d = Document(Blank(300, 200, RGB(255, 255, 255)));
   HDIB before = DuplicateObject(d.Image);

@@ -73,48 +73,6 @@ TEST(SprayList, DiscTemplates) {
   EXPECT_EQ(LockSprayList(CreateSpraycan(1000))->width, kMaxSprayDiameter);
 }
 
-TEST(SprayList, SpotsDrawWithoutRepetition) {
-  // Diameter 2, flow 25: one draw. After srand(1) the first number is
-  // (22695478 >> 16) & 0x7FFF = 346; 346 mod 3 = 1 takes entry 1, (1, 0), and
-  // the last entry (1, 1) moves into its place.
-  HGLOBAL list = CreateSpraycan(2);
-  srand(1);
-  HDIB spot = RenderSpraycan(list, 200, 7, 25);
-  ASSERT_TRUE(spot);
-  EXPECT_EQ(LockDib(spot)->biBitCount, 8);
-  EXPECT_EQ(Px(spot, 0, 0), 7u);
-  EXPECT_EQ(Px(spot, 1, 0), 200u);
-  EXPECT_EQ(Px(spot, 0, 1), 7u);
-  EXPECT_EQ(Px(spot, 1, 1), 7u);
-  EXPECT_EQ(LockSprayList(list)->remaining, 3);
-  EXPECT_EQ(SprayEntries(LockSprayList(list))[1], 1 | (1 << 8));
-
-  // A larger disc, spot after spot: no pixel is drawn twice, every spot takes
-  // its share until the list runs dry, and then spots are empty.
-  HGLOBAL t = CreateSpraycan(20);
-  const int total = LockSprayList(t)->total;
-  HGLOBAL work = DuplicateObject(t);
-  const int flow = 7, n = total * flow / 100;
-  ASSERT_LT(n * 14, total);
-  ASSERT_GT(n * 20, total);
-  std::set<std::pair<int, int>> all;
-  int before = total;
-  for (int spotNo = 0; spotNo < 20; ++spotNo) {
-    srand(1000 + spotNo);
-    HDIB s = RenderSpraycan(work, 255, 0, flow);
-    std::set<std::pair<int, int>> set;
-    for (int y = 0; y < 20; ++y)
-      for (int x = 0; x < 20; ++x)
-        if (Px(s, x, y) == 255) set.insert({x, y});
-    for (const auto& p : set) EXPECT_TRUE(all.insert(p).second) << "drawn twice";
-    EXPECT_EQ(static_cast<int>(set.size()), std::min(n, before));
-    const int after = LockSprayList(work)->remaining;
-    EXPECT_EQ(after, std::max(0, before - n));
-    before = after;
-  }
-  EXPECT_EQ(static_cast<int>(all.size()), total);
-}
-
 TEST(SprayList, ExactDotsForASeedAndTheFlowLimits) {
   HGLOBAL t = CreateSpraycan(12);
   auto order = Entries(t);

@@ -222,13 +222,5 @@ TEST_F(ToolsTest, TakeColourOutsideLeavesColourButStillTells) {
   MessageQueue::Instance().Clear();
 }
 
-TEST_F(ToolsTest, FailedSessionFallsBackToToolZero) {
-  ChangeTool(doc, TOOL_ZOOM);
-  doc->FailSession(false);
-  EXPECT_EQ(doc->session(), nullptr);
-  EXPECT_EQ(CurrentTool(), TOOL_RECTSELECT);
-  EXPECT_EQ(host.messages, std::vector<std::string>{"Memory error"});
-}
-
 }  // namespace
 }  // namespace ochrel
