@@ -13,6 +13,7 @@
 #include "tools/brushsettings.h"
 #include "tools/brushstamp.h"
 #include "tools/brushstroke.h"
+#include "tools/tooltable.h"
 
 namespace ochrel {
 namespace {
@@ -737,39 +738,21 @@ TEST(BrushSettings, ClampsOfTheBrushPages) {
   EXPECT_EQ(d.LineThickness, 5);
 }
 
-TEST(BrushSettings, PagesOfTheFiveStampTools) {
-  auto has = [](int tool, int BLOCKSET::*field) {
-    for (const BrushSettingRange& r : GetBrushSettingRanges(tool))
-      if (r.field == field) return true;
-    return false;
-  };
-  for (int tool : {TOOL_ERASER, TOOL_PEN, TOOL_BRUSH, TOOL_AIRBRUSH, TOOL_LOCALUNDO}) {
-    ASSERT_FALSE(GetBrushSettingRanges(tool).empty());
-    EXPECT_TRUE(has(tool, &BLOCKSET::Opacity)) << tool;
-  }
-  EXPECT_TRUE(GetBrushSettingRanges(TOOL_ZOOM).empty());
-  EXPECT_TRUE(has(TOOL_BRUSH, &BLOCKSET::BrushType));
-  EXPECT_TRUE(has(TOOL_AIRBRUSH, &BLOCKSET::AirBrushFlow));
-  EXPECT_FALSE(has(TOOL_PEN, &BLOCKSET::BrushThickness));
-  // Sizes open on 16; the pen's range starts at 1, the others at 4.
-  const BrushSettingRange* pen = FindBrushSetting(&BLOCKSET::HardBrushThickness);
-  ASSERT_TRUE(pen);
-  EXPECT_EQ(pen->control, BrushControl::Spin);
-  EXPECT_EQ(pen->minimum, 1);
-  EXPECT_EQ(pen->start, 16);
-  const BrushSettingRange* size = FindBrushSetting(&BLOCKSET::BrushThickness);
-  ASSERT_TRUE(size);
-  EXPECT_EQ(size->minimum, 4);
-  EXPECT_EQ(size->id, 70);
-  EXPECT_EQ(ClampBrushSetting(*size, 3), 4);
-  EXPECT_EQ(ClampBrushSetting(*size, 65), 64);
-  // Every default of the settings lies inside its range.
+TEST(BrushSettings, StampToolsHavePagesWithTheirDefaultsInRange) {
+  // The tools with a stamp, and only they, have brush settings, opacity first.
   BLOCKSET defaults = Document(nullptr);
-  for (int tool : {TOOL_ERASER, TOOL_PEN, TOOL_BRUSH, TOOL_AIRBRUSH, TOOL_LOCALUNDO})
-    for (const BrushSettingRange& r : GetBrushSettingRanges(tool)) {
+  for (const TOOLROW& row : tooltable) {
+    const auto page = GetBrushSettingRanges(row.tool);
+    ASSERT_EQ(page.empty(), row.stamp == STAMP_NONE) << row.tool;
+    if (page.empty()) continue;
+    EXPECT_EQ(page.front().field, &BLOCKSET::Opacity) << row.tool;
+    for (const BrushSettingRange& r : page) {
       EXPECT_GE(defaults.*(r.field), r.minimum) << r.name;
       EXPECT_LE(defaults.*(r.field), r.maximum) << r.name;
     }
+  }
+  // A page holds its own tool's fields: the pen's size is not the brush's.
+  for (const BrushSettingRange& r : GetBrushSettingRanges(TOOL_PEN)) EXPECT_NE(r.field, &BLOCKSET::BrushThickness);
 }
 
 }  // namespace
