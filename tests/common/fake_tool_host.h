@@ -9,6 +9,10 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include <memory>
+
 #include "frame/blockset.h"
 #include "frame/view.h"
 #include "tools/toolsession.h"
@@ -146,6 +150,35 @@ struct FakeDocument {
     Drain();
   }
   std::uint32_t Pixel(int x, int y) const { return GetDibPixel(LockDib(record.Image), x, y); }
+};
+
+// A test over one fake document `d` (Open puts a new one in its place): the
+// toolbox's tool changes go to ChangeTool, and no tool is current before or after.
+class ToolTest : public ::testing::Test {
+ protected:
+  ToolTest() { CurrentTool() = -1; }
+  ~ToolTest() override {
+    d.reset();
+    DocumentTools::ToolboxCommand() = nullptr;
+    CurrentTool() = -1;
+  }
+  void Open(int width, int height, int type = 0, COLORREF colour = RGB(255, 255, 255)) {
+    Open(CreateNewImage(NEWFILEPARAM{width, height, type, colour}));
+  }
+  void Open(HDIB image) {
+    d.reset();
+    CurrentTool() = -1;
+    d = std::make_unique<FakeDocument>(std::move(image));
+    DocumentTools::ToolboxCommand() = [this](int t) { ChangeTool(&d->tools, t); };
+  }
+  // The toolbox's choice of a tool, its session started and told.
+  bool Change(int tool) {
+    const bool changed = ChangeTool(&d->tools, tool);
+    d->Drain();
+    return changed;
+  }
+  std::uint32_t Pixel(int x, int y) const { return d->Pixel(x, y); }
+  std::unique_ptr<FakeDocument> d;
 };
 
 }  // namespace ochrel::test

@@ -20,13 +20,11 @@ namespace {
 
 constexpr COLORREF kWhite = RGB(255, 255, 255);
 
-class PolygonTest : public ::testing::Test {
+class PolygonTest : public test::ToolTest {
  protected:
   void SetUp() override { Make(0); }
   void Make(int type) {
-    d.reset();
-    CurrentTool() = -1;
-    d = std::make_unique<test::FakeDocument>(CreateNewImage(NEWFILEPARAM{40, 30, type, kWhite}));
+    Open(40, 30, type, kWhite);
     BLOCKSET& record = d->record;
     record.Opacity = 255;
     record.Antialias = 0;
@@ -37,12 +35,7 @@ class PolygonTest : public ::testing::Test {
     record.GridActive = 0;
     record.PaintColour = RGB(0, 0, 0);
     record.FillColour = RGB(255, 0, 0);
-    ASSERT_TRUE(ChangeTool(&d->tools, TOOL_POLYGON));
-    d->Drain();
-  }
-  void TearDown() override {
-    d.reset();
-    CurrentTool() = -1;
+    ASSERT_TRUE(Change(TOOL_POLYGON));
   }
   PolygonTool* tool() { return dynamic_cast<PolygonTool*>(d->tools.session()); }
   void Click(int x, int y, unsigned keys = 0) {
@@ -56,7 +49,6 @@ class PolygonTest : public ::testing::Test {
     d->tools.MouseEvent(WM_LBUTTONUP, x, y, 0);
     d->Drain();
   }
-  std::uint32_t Pixel(int x, int y) { return GetDibPixel(LockDib(d->record.Image), x, y); }
   RECT Painted(std::uint32_t colour, int* count) {
     RECT r{1000, 1000, -1, -1};
     *count = 0;
@@ -69,7 +61,6 @@ class PolygonTest : public ::testing::Test {
     return r;
   }
 
-  std::unique_ptr<test::FakeDocument> d;
 };
 
 TEST_F(PolygonTest, StandsOverTheImageAndCommitsAtTheDoubleClick) {

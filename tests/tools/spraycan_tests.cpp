@@ -115,23 +115,15 @@ TEST(SprayList, ExactDotsForASeedAndTheFlowLimits) {
 // ---- The session ---------------------------------------------------------------------------
 
 // A document whose toolbox changes tools, with the spray can chosen.
-class SprayToolTest : public ::testing::Test {
+class SprayToolTest : public test::ToolTest {
  protected:
   void Start(HDIB image, int thickness, int flow, int opacity, std::uint32_t paint) {
-    d = std::make_unique<test::FakeDocument>(std::move(image));
+    Open(std::move(image));
     d->record.SpraycanThickness = thickness;
     d->record.SpraycanFlow = flow;
     d->record.Opacity = opacity;
     d->record.PaintColour = paint;
-    CurrentTool() = -1;
-    DocumentTools::ToolboxCommand() = [this](int t) { ChangeTool(&d->tools, t); };
-    ASSERT_TRUE(ChangeTool(&d->tools, TOOL_SPRAYCAN));
-    d->Drain();
-  }
-  void TearDown() override {
-    d.reset();
-    DocumentTools::ToolboxCommand() = nullptr;
-    CurrentTool() = -1;
+    ASSERT_TRUE(Change(TOOL_SPRAYCAN));
   }
   SpraycanTool* Tool() { return dynamic_cast<SpraycanTool*>(d->tools.session()); }
   int Count(std::uint32_t value) {
@@ -141,7 +133,6 @@ class SprayToolTest : public ::testing::Test {
       for (int x = 0; x < h->biWidth; ++x) n += GetDibPixel(h, x, y) == value;
     return n;
   }
-  std::unique_ptr<test::FakeDocument> d;
 };
 
 HDIB White(int w, int h) {

@@ -228,11 +228,10 @@ TEST(TextEditTest, CharactersInsertAtTheCaretAndBackspaceRemovesBeforeIt) {
 
 // ---- The session and the commit -------------------------------------------------------------
 
-class TextSessionTest : public ::testing::Test {
+class TextSessionTest : public test::ToolTest {
  protected:
   void Make(int type, COLORREF paper) {
-    d.reset();
-    d = std::make_unique<test::FakeDocument>(CreateNewImage(NEWFILEPARAM{120, 80, type, paper}));
+    Open(120, 80, type, paper);
     BLOCKSET& record = d->record;
     record.Opacity = 255;
     record.Antialias = 1;
@@ -248,10 +247,6 @@ class TextSessionTest : public ::testing::Test {
     CurrentTool() = TOOL_TEXT;
   }
   void SetUp() override { Make(0, RGB(255, 255, 255)); }
-  void TearDown() override {
-    d.reset();
-    CurrentTool() = -1;
-  }
   // Puts the box back on an image point at 100 percent.
   void PlaceBack(TextTool* t, int x, int y) {
     t->PlaceAt(POINT{x, y});
@@ -281,7 +276,6 @@ class TextSessionTest : public ::testing::Test {
         }
     return box;
   }
-  std::unique_ptr<test::FakeDocument> d;
 };
 
 TEST_F(TextSessionTest, TypedTextCommitsInsideItsBoxWithOneLevelOfUndo) {
