@@ -16,6 +16,7 @@
 
 #include "frame/blockset.h"
 #include "tools/toolparam.h"
+#include "tools/tooltable.h"
 
 namespace ochrel {
 
@@ -233,9 +234,6 @@ class DocumentTools {
   ToolSession* capture_ = nullptr;
 };
 
-// Makes the session object of a tool (a tool without its own behaviour yet gets
-// a plain session that stands or presses and does nothing).
-std::unique_ptr<ToolSession> CreateToolSession(int tool);
 // Tests may make their own sessions; an empty function restores the tools.
 using ToolFactory = std::function<std::unique_ptr<ToolSession>(int tool)>;
 void SetToolFactoryOverride(ToolFactory factory);
@@ -248,9 +246,5 @@ int& CurrentTool();
 bool ChangeTool(DocumentTools* top, int tool);
 // UM_SELECTTOOL: shows a tool as current without starting or ending a session.
 void SelectTool(DocumentTools* top, int tool);
-// The cursor of a tool's window while it sets none of its own (0: the arrow).
-int ToolClassCursor(int tool);
-// The cursor a document shows over the image for a tool (0 leaves it).
-void SetDocumentCursor(BLOCKSET* record, int tool);
 
 }  // namespace ochrel

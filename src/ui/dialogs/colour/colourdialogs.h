@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "image/colourspace.h"
 #include "image/dib.h"
 
 class QDialogButtonBox;
@@ -32,12 +33,6 @@ int DoColourSelectPalette(QWidget* window, COLORREF* colour, BYTE* palette, int 
 // "GreySelectBox": *colour takes the grey of the chosen level.
 int DoColourSelectGrey(QWidget* window, COLORREF* colour);
 
-// The colour fields' hue (0..239), luminosity and saturation (0..240).
-struct HLSCOLOUR {
-  int Hue = 0, Luminosity = 0, Saturation = 0;
-};
-HLSCOLOUR RgbToHls(COLORREF colour);
-COLORREF HlsToRgb(const HLSCOLOUR& hls);
 
 // Ids of ColourSelectBox's controls.
 enum ColourSelectIds : int {
