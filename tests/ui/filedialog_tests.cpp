@@ -146,8 +146,11 @@ TEST_F(FileDialogTest, PreviewShowsSizeColoursAndTheScaledPictureWhenChecked) {
   EXPECT_EQ(ShowFileOpenPreview, 0);
   EXPECT_TRUE(pane->picture());
   EXPECT_EQ(PanePixel(pane, r.center().x(), r.center().y()), 0xFFFFFFu);
-  OpenImageFileDialog off(nullptr, Folder());
+  OpenImageFileDialog off(nullptr, Folder());  // the box and the pane start from the setting
   EXPECT_FALSE(off.previewBox()->isChecked());
+  off.ShowPreviewOf(QString::fromStdString(wide));
+  EXPECT_TRUE(off.pane()->picture());
+  EXPECT_EQ(PanePixel(off.pane(), r.center().x(), r.center().y()), 0xFFFFFFu);
   d.previewBox()->click();
   EXPECT_EQ(PanePixel(pane, r.center().x(), r.center().y()), 0xC81E28u);
   // Colours of the depths below true colour.

@@ -368,6 +368,7 @@ TEST_F(FrameTest, ScrollBarsAndTheWheelMoveTheView) {
   const int mode = frame->ActiveDocument()->record()->ViewMode;
   wheel(120, Qt::ControlModifier, at);
   EXPECT_EQ(frame->ActiveDocument()->record()->ViewMode, mode + 1);
+  EXPECT_EQ(frame->buttonBar()->zoomList()->currentIndex(), mode + 1);
   EXPECT_LE(std::abs(v->ImagePoint(at).x - under.x), 1);
   EXPECT_LE(std::abs(v->ImagePoint(at).y - under.y), 1);
   wheel(-240, Qt::ControlModifier, at);
