@@ -14,51 +14,36 @@
 #include <QThread>
 #include <QToolButton>
 
-#include "frame/commands.h"
-#include "image/settings.h"
-#include "frame_fixture.h"
-#include "temp_dir.h"
+#include "qt_fixture.h"
 #include "test_images.h"
 #include "tools/pastetools.h"
 #include "tools/selecttools.h"
-#include "ui/frame/toolbox.h"
 
 namespace ochrel {
 namespace {
 
 constexpr COLORREF kBlock = RGB(30, 160, 90);
 
-class ClipboardGuiTest : public test::FrameFixture {
+class ClipboardGuiTest : public test::QtFixture {
  protected:
-  ClipboardGuiTest() : FrameFixture(120, 90) {}
-  DocumentWindow* Open(HDIB image) {
-    DocumentWindow* d = frame->NewFromDib(image);
-    QCoreApplication::processEvents();
-    d->record()->PaperColour = GetImageType(image) == IMAGE_TRUECOLOUR ? RGB(255, 255, 255) : 0;
-    return d;
-  }
   // Drags out a rectangle selection with the rectangle selector.
   void Select(DocumentWindow* d, QPoint from, QPoint to) {
-    frame->toolBox()->button(TOOL_RECTSELECT)->click();
+    Tool(TOOL_RECTSELECT);
     Drag(d->view(), from, to);
   }
-  void Drop(DocumentWindow* d) {
-    d->CommitSelection();
-    QCoreApplication::processEvents();
-  }
-  static COLORREF At(DocumentWindow* d, int x, int y) { return GetDibPixel(LockDib(d->record()->Image), x, y); }
-  HDIB BlockImage() {
+  // A change of tool lays the floating fragment down.
+  void Drop(DocumentWindow*) { Tool(TOOL_PEN); }
+  DocumentWindow* OpenBlock() {
     HDIB image = test::Uniform(120, 90, 24, RGB(255, 255, 255));
     InsetSolidRectangle(image, kBlock, RECT{20, 20, 40, 30});
-    return image;
+    return Open(image, "block.bmp");
   }
 };
 
 TEST_F(ClipboardGuiTest, CopyOffersPngAndBmpAndPasteFloatsAtTheTopLeft) {
-  DocumentWindow* d = Open(BlockImage());
+  DocumentWindow* d = OpenBlock();
   Select(d, QPoint(20, 20), QPoint(40, 30));
-  EXPECT_TRUE(frame->action(CM_COPY)->isEnabled());
-  frame->Command(CM_COPY);
+  Choose(CM_COPY);  // open once there is a selection
   const QMimeData* data = QGuiApplication::clipboard()->mimeData();
   ASSERT_TRUE(data->hasFormat("image/png") && data->hasFormat("image/bmp"));
   const QImage png = QImage::fromData(data->data("image/png"));
@@ -67,39 +52,38 @@ TEST_F(ClipboardGuiTest, CopyOffersPngAndBmpAndPasteFloatsAtTheTopLeft) {
   const QImage bmp = QImage::fromData(data->data("image/bmp"), "BMP");
   ASSERT_EQ(bmp.size(), QSize(20, 10));
   EXPECT_EQ(bmp.pixel(19, 9), qRgb(30, 160, 90));
-  EXPECT_TRUE(frame->action(CM_PASTE)->isEnabled());
 
-  frame->Command(CM_PASTE);  // the first selection goes down, the copy floats at (0, 0)
+  Choose(CM_PASTE);  // the first selection goes down, the copy floats at (0, 0)
   ASSERT_TRUE(HasSelection(d->record()));
   EXPECT_EQ(d->tools()->session()->window, (RECT{0, 0, 20, 10}));
   Drop(d);
   EXPECT_EQ(At(d, 19, 9), kBlock);
   EXPECT_EQ(At(d, 25, 25), kBlock);  // the original stays where it was
-  frame->Command(CM_UNDO);           // one step takes the paste away
+  Choose(CM_UNDO);  // one step takes the paste away
   EXPECT_EQ(At(d, 19, 9), RGB(255, 255, 255));
   EXPECT_EQ(At(d, 25, 25), kBlock);
 }
 
 TEST_F(ClipboardGuiTest, CutLeavesPaperAndPastesIntoPalettedAndMonoDocuments) {
-  DocumentWindow* d = Open(BlockImage());
+  DocumentWindow* d = OpenBlock();
   Select(d, QPoint(20, 20), QPoint(40, 30));
-  frame->Command(CM_CUT);
+  Choose(CM_CUT);
   EXPECT_FALSE(HasSelection(d->record()));
   EXPECT_EQ(At(d, 25, 25), RGB(255, 255, 255));
   // A paletted picture takes the nearest entry of its own palette; a mono one black or white.
   BYTE palette[768];
   GetDefaultPalette(palette, nullptr, 8);
   const int entry = FindPaletteColour(30, 160, 90, palette, 256);
-  DocumentWindow* paletted = Open(test::Uniform(60, 40, 8, 0, 8));
-  frame->Command(CM_PASTE);
+  DocumentWindow* paletted = Open(test::Uniform(60, 40, 8, 0, 8), "paletted.bmp");
+  Choose(CM_PASTE);
   Drop(paletted);
   EXPECT_EQ(At(paletted, 5, 5), static_cast<COLORREF>(entry));
   QImage blackWhite(8, 4, QImage::Format_RGB32);
   blackWhite.fill(Qt::white);
   blackWhite.setPixel(1, 1, qRgb(0, 0, 0));
   QGuiApplication::clipboard()->setImage(blackWhite);
-  DocumentWindow* mono = Open(test::Uniform(60, 40, 1, 0, 0));
-  frame->Command(CM_PASTE);
+  DocumentWindow* mono = Open(test::Uniform(60, 40, 1, 0, 0), "mono.bmp");
+  Choose(CM_PASTE);
   Drop(mono);
   EXPECT_EQ(At(mono, 1, 1), 0u);
   EXPECT_EQ(At(mono, 2, 1), 1u);
@@ -111,7 +95,7 @@ TEST_F(ClipboardGuiTest, PasteAsNewDocumentWithNoneOpenLaysTransparencyOverPaper
   picture.setPixel(3, 2, qRgba(200, 10, 10, 255));
   QGuiApplication::clipboard()->setImage(picture);
   ASSERT_EQ(frame->ActiveDocument(), nullptr);
-  frame->Command(CM_PASTENEW);
+  Choose(CM_PASTENEW);
   DocumentWindow* d = frame->ActiveDocument();
   ASSERT_NE(d, nullptr);
   EXPECT_EQ(At(d, 3, 2), RGB(200, 10, 10));
@@ -119,45 +103,31 @@ TEST_F(ClipboardGuiTest, PasteAsNewDocumentWithNoneOpenLaysTransparencyOverPaper
 }
 
 TEST_F(ClipboardGuiTest, TextPastesIntoTheTextToolAndCopiesBackOut) {
-  DocumentWindow* d = Open(BlockImage());
+  DocumentWindow* d = OpenBlock();
   QGuiApplication::clipboard()->setText("Pasted words");
-  frame->Command(CM_PASTE);
-  QCoreApplication::processEvents();
+  Choose(CM_PASTE);
   EXPECT_EQ(CurrentTool(), TOOL_TEXT);
   EXPECT_EQ(SelectionText(d->record()), "Pasted words");
   QGuiApplication::clipboard()->clear();
-  frame->Command(CM_COPY);
+  Choose(CM_COPY);
   EXPECT_EQ(QGuiApplication::clipboard()->text(), "Pasted words");
 }
 
 TEST_F(ClipboardGuiTest, CopyToAndPasteFromGoThroughFiles) {
-  test::TempDir dir;
   const std::string path = dir / "piece.png";
-  DocumentWindow* d = Open(BlockImage());
+  DocumentWindow* d = OpenBlock();
   Select(d, QPoint(20, 20), QPoint(40, 30));
-  MainFrame::SetSavePathAnswerer([&](const std::string&, std::string* out) {
-    *out = path;
-    return true;
-  });
-  MainFrame::SetOpenPathAnswerer([&](std::string* out) {
-    *out = path;
-    return true;
-  });
-  frame->Command(CM_COPYTO);
-  frame->Command(CM_PASTEFROM);
-  MainFrame::SetSavePathAnswerer({});
-  MainFrame::SetOpenPathAnswerer({});
+  MainFrame::SetSavePathAnswerer([&](const std::string&, std::string* out) { return *out = path, true; });
+  MainFrame::SetOpenPathAnswerer([&](std::string* out) { return *out = path, true; });
+  Choose(CM_COPYTO);
+  Choose(CM_PASTEFROM);
   ASSERT_TRUE(HasSelection(d->record()));
   EXPECT_EQ(d->tools()->session()->window, (RECT{0, 0, 20, 10}));
   Drop(d);
   EXPECT_EQ(At(d, 0, 0), kBlock);
   // A file that is no picture: the message, and nothing floats.
-  MainFrame::SetOpenPathAnswerer([&](std::string* out) {
-    *out = dir / "none.png";
-    return true;
-  });
-  frame->Command(CM_PASTEFROM);
-  MainFrame::SetOpenPathAnswerer({});
+  MainFrame::SetOpenPathAnswerer([&](std::string* out) { return *out = dir / "none.png", true; });
+  Choose(CM_PASTEFROM);
   EXPECT_FALSE(HasSelection(d->record()));
   EXPECT_EQ(prompts.size(), 1u);
 }
@@ -184,9 +154,9 @@ QByteArray RunWhileServing(const QString& program, const QStringList& args, cons
 TEST_F(ClipboardGuiTest, PicturesAndTextTravelToAndFromAnotherProgram) {
   if (QGuiApplication::platformName() != "xcb" || QStandardPaths::findExecutable("xclip").isEmpty())
     GTEST_SKIP() << "needs an X display and xclip (the test command runs it under Xvfb)";
-  DocumentWindow* d = Open(BlockImage());
+  DocumentWindow* d = OpenBlock();
   Select(d, QPoint(20, 20), QPoint(40, 30));
-  frame->Command(CM_COPY);
+  Choose(CM_COPY);
   const QImage out = QImage::fromData(RunWhileServing("xclip", {"-selection", "clipboard", "-t", "image/png", "-o"}));
   ASSERT_EQ(out.size(), QSize(20, 10));
   EXPECT_EQ(out.pixel(0, 0), qRgb(30, 160, 90));
@@ -202,7 +172,7 @@ TEST_F(ClipboardGuiTest, PicturesAndTextTravelToAndFromAnotherProgram) {
   RunWhileServing("xclip", {"-selection", "clipboard", "-t", "image/png", "-i"}, png);
   QThread::msleep(200);
   QCoreApplication::processEvents();
-  frame->Command(CM_PASTE);
+  Choose(CM_PASTE);
   ASSERT_TRUE(HasSelection(d->record()));
   Drop(d);
   EXPECT_EQ(At(d, 0, 0), RGB(250, 200, 0));
@@ -211,9 +181,9 @@ TEST_F(ClipboardGuiTest, PicturesAndTextTravelToAndFromAnotherProgram) {
   RunWhileServing("xclip", {"-selection", "clipboard", "-i"}, "words from elsewhere");
   QThread::msleep(200);
   QCoreApplication::processEvents();
-  frame->Command(CM_PASTE);
+  Choose(CM_PASTE);
   EXPECT_EQ(SelectionText(d->record()), "words from elsewhere");
-  frame->Command(CM_COPY);
+  Choose(CM_COPY);
   EXPECT_EQ(RunWhileServing("xclip", {"-selection", "clipboard", "-o"}), QByteArray("words from elsewhere"));
 }
 

@@ -8,17 +8,16 @@
 #include <filesystem>
 #include <fstream>
 
-#include "frame/paths.h"
-#include "qt_app.h"
-#include "ui/widgets/messages.h"
+#include "qt_fixture.h"
 
 namespace ochrel {
 namespace {
 
 namespace fs = std::filesystem;
 
-TEST(LibraryGroups, ListSelectAndDeleteToTheTrash) {
-  test::EnsureQtApp();
+using LibraryGroups = test::QtFixture;
+
+TEST_F(LibraryGroups, ListSelectAndDeleteToTheTrash) {
   const fs::path data = DataFolder();
   for (const char* name : {"Zeta.FFT", "Alpha.FFT", ".hidden.FFT", "Other.MTX"}) std::ofstream(data / name) << "x";
   QComboBox groups;
@@ -38,20 +37,13 @@ TEST(LibraryGroups, ListSelectAndDeleteToTheTrash) {
 
   // The trash goes where XDG_DATA_HOME says: the tests' own folder.
   const fs::path home = std::getenv("XDG_DATA_HOME");
-  int answer = IDNO;
-  QString asked;
-  SetPromptAnswerer([&](PromptKind, const QString& text) {
-    asked = text;
-    return answer;
-  });
   EXPECT_FALSE(DeleteLibraryGroup(nullptr, "texture", "Zeta", (data / "Zeta.FFT").string()));
-  EXPECT_TRUE(asked.startsWith("Do you want to delete the Zeta texture group?"));
+  EXPECT_TRUE(prompts.back().startsWith("Do you want to delete the Zeta texture group?"));
   EXPECT_TRUE(fs::exists(data / "Zeta.FFT"));
   answer = IDYES;
   EXPECT_TRUE(DeleteLibraryGroup(nullptr, "texture", "Zeta", (data / "Zeta.FFT").string()));
   EXPECT_FALSE(fs::exists(data / "Zeta.FFT"));
   EXPECT_TRUE(fs::exists(home / "Trash" / "files" / "Zeta.FFT")) << "it can be had back";
-  SetPromptAnswerer({});
   for (const char* name : {"Alpha.FFT", ".hidden.FFT", "Other.MTX"}) fs::remove(data / name);
 }
 

@@ -11,32 +11,26 @@
 #include <string>
 #include <thread>
 
-#include "frame/commands.h"
-#include "frame_fixture.h"
 #include "image/convert.h"
+#include "qt_fixture.h"
 #include "test_images.h"
-#include "ui/widgets/longwork.h"
 
 namespace ochrel {
 namespace {
 
 std::string Bytes(const HDIB& h) { return h ? std::string(reinterpret_cast<const char*>(h->data()), h->size()) : ""; }
 
-class LongWorkTest : public test::FrameFixture {
+class LongWorkTest : public test::QtFixture {
  protected:
-  LongWorkTest() : FrameFixture(640, 480) {}
   void TearDown() override {
-    SetLongWorkGate({});
     SetLongWorkShowDelay(150);
-    FrameFixture::TearDown();
+    QtFixture::TearDown();
   }
 };
 
 TEST_F(LongWorkTest, ConversionShowsProgressEscCancelsAndAFullRunGivesTheSameBytes) {
-  frame->Command(CM_NEW);
-  DocumentWindow* source = frame->ActiveDocument();
+  DocumentWindow* source = Open(test::RandomDib(640, 480, 24, 11));
   ASSERT_NE(source, nullptr);
-  source->record()->Image = test::RandomDib(640, 480, 24, 11);
   const std::string before = Bytes(source->record()->Image);
   const std::string want = Bytes(ConvertToGrey(source->record()->Image));
   ASSERT_FALSE(want.empty());
@@ -58,7 +52,7 @@ TEST_F(LongWorkTest, ConversionShowsProgressEscCancelsAndAFullRunGivesTheSameByt
     QTest::keyClick(source, Qt::Key_Delete);
     QTest::keyClick(source, Qt::Key_Escape);
   });
-  frame->Command(CM_TOGREY);
+  Choose(CM_TOGREY);
   EXPECT_TRUE(sawProgress);
   EXPECT_TRUE(label.startsWith("Converting")) << label.toStdString();
   EXPECT_EQ(frame->CountOpenDocuments(), 1);
@@ -70,7 +64,7 @@ TEST_F(LongWorkTest, ConversionShowsProgressEscCancelsAndAFullRunGivesTheSameByt
   // The abandoned run is let go; the next waits for it, then runs to its end.
   release = true;
   SetLongWorkGate({});
-  frame->Command(CM_TOGREY);
+  Choose(CM_TOGREY);
   ASSERT_EQ(frame->CountOpenDocuments(), 2);
   DocumentWindow* grey = frame->ActiveDocument();
   ASSERT_NE(grey, source);

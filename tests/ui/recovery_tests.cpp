@@ -15,13 +15,7 @@
 #include <random>
 #include <thread>
 
-#include "frame/blockset.h"
-#include "image/settings.h"
-#include "qt_app.h"
-#include "temp_dir.h"
-#include "ui/document/documentwindow.h"
-#include "ui/frame/mainframe.h"
-#include "ui/widgets/messages.h"
+#include "qt_fixture.h"
 #include "ui/frame/recoveryservice.h"
 
 namespace ochrel {
@@ -37,18 +31,26 @@ void Paint(const HDIB& image, unsigned k) {
     for (int x = 0; x < kWidth; ++x) PutDibPixel(h, x, y, RGB(k & 255, (k >> 8) & 255, 77));
 }
 
+class Recovery : public test::QtFixture {
+ protected:
+  // A frame of its own whose copies go to `state`.
+  void NewFrame(const std::string& state) {
+    frame.reset();
+    setenv("XDG_STATE_HOME", state.c_str(), 1);
+    frame = std::make_unique<MainFrame>();
+    frame->show();
+  }
+};
+
 // Run only as the child of the test below: paints a new colour, presses a
 // key as a person would, and rests long enough for a copy, until killed.
-TEST(RecoveryChild, DISABLED_PaintsUntilKilled) {
+TEST_F(Recovery, DISABLED_PaintsUntilKilled) {
   const char* state = std::getenv(kChildState);
   if (!state) GTEST_SKIP();
-  test::EnsureQtApp();
-  setenv("XDG_STATE_HOME", state, 1);
-  MainFrame frame;
+  NewFrame(state);
   RecoveryInterval = 1;
   RecoveryActive = 1;
-  frame.show();
-  DocumentWindow* d = frame.NewFromDib(CreateDib(kWidth, kHeight, nullptr, 24));
+  DocumentWindow* d = NewDocument(0, kWidth, kHeight);
   ASSERT_NE(d, nullptr);
   for (unsigned k = 1;; ++k) {
     Paint(d->record()->Image, k);
@@ -67,8 +69,7 @@ std::vector<std::string> Listing(const fs::path& folder) {
   return names;
 }
 
-TEST(Recovery, KilledProgramsPictureComesBackModifiedAndGoesOnSave) {
-  test::EnsureQtApp();
+TEST_F(Recovery, KilledProgramsPictureComesBackModifiedAndGoesOnSave) {
   test::TempDir state;
   const fs::path folder = state.path / "ochrel" / "recovery";
   char self[4096] = {};
@@ -76,7 +77,7 @@ TEST(Recovery, KilledProgramsPictureComesBackModifiedAndGoesOnSave) {
   pid_t child = fork();
   if (child == 0) {
     setenv(kChildState, state.path.c_str(), 1);
-    execl(self, self, "--gtest_also_run_disabled_tests", "--gtest_filter=RecoveryChild.DISABLED_PaintsUntilKilled",
+    execl(self, self, "--gtest_also_run_disabled_tests", "--gtest_filter=Recovery.DISABLED_PaintsUntilKilled",
           static_cast<char*>(nullptr));
     _exit(127);
   }
@@ -98,64 +99,42 @@ TEST(Recovery, KilledProgramsPictureComesBackModifiedAndGoesOnSave) {
   ASSERT_TRUE(hasCopy());
 
   const std::string ownState = std::getenv("XDG_STATE_HOME");
-  setenv("XDG_STATE_HOME", state.path.c_str(), 1);
-  QString asked;
-  SetPromptAnswerer([&](PromptKind, const QString& text) {
-    asked = text;
-    return IDYES;
-  });
-  {
-    MainFrame frame;
-    frame.show();
-    ASSERT_EQ(frame.recovery()->OfferAtStart(), 1);
-    EXPECT_TRUE(asked.contains("1 unsaved picture was kept"));
-    DocumentWindow* d = frame.ActiveDocument();
-    ASSERT_NE(d, nullptr);
-    EXPECT_EQ(d->record()->Modified, 1);
-    EXPECT_EQ(d->record()->HasFile, 0);
-    // One whole state of the picture: every pixel the colour of one step.
-    const BITMAPINFOHEADER* h = LockDib(d->record()->Image);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(h->biWidth, kWidth);
-    ASSERT_EQ(h->biHeight, kHeight);
-    const std::uint32_t first = GetDibPixel(h, 0, 0);
-    EXPECT_EQ(first, RGB(GetRValue(first), GetGValue(first), 77));
-    int others = 0;
-    for (int y = 0; y < kHeight; ++y)
-      for (int x = 0; x < kWidth; ++x) others += GetDibPixel(h, x, y) != first;
-    EXPECT_EQ(others, 0);
-
-    // Saved, the picture needs no copy: the old one goes, and nothing else is left.
-    const std::string saved = state / "saved.png";
-    MainFrame::SetSavePathAnswerer([&](const std::string&, std::string* path) {
-      *path = saved;
-      return true;
-    });
-    ASSERT_TRUE(d->Save());
-    MainFrame::SetSavePathAnswerer({});
-    EXPECT_EQ(d->record()->Modified, 0);
-    frame.recovery()->Tick();
-    frame.recovery()->WaitIdle();
-    EXPECT_EQ(Listing(folder), std::vector<std::string>{});
-    EXPECT_TRUE(fs::exists(saved));
-  }
-  SetPromptAnswerer({});
-  setenv("XDG_STATE_HOME", ownState.c_str(), 1);
+  NewFrame(state.path.string());
+  answer = IDYES;
+  ASSERT_EQ(frame->recovery()->OfferAtStart(), 1);
+  EXPECT_TRUE(prompts.back().contains("1 unsaved picture was kept"));
+  DocumentWindow* d = frame->ActiveDocument();
+  ASSERT_NE(d, nullptr);
+  EXPECT_EQ(d->record()->Modified, 1);
+  EXPECT_EQ(d->record()->HasFile, 0);
+  // One whole state of the picture: every pixel the colour of one step.
+  const BITMAPINFOHEADER* h = LockDib(d->record()->Image);
+  ASSERT_TRUE(h);
+  ASSERT_EQ(QSize(h->biWidth, h->biHeight), QSize(kWidth, kHeight));
+  const std::uint32_t first = GetDibPixel(h, 0, 0);
+  EXPECT_EQ(first, RGB(GetRValue(first), GetGValue(first), 77));
+  int others = 0;
+  for (int y = 0; y < kHeight; ++y)
+    for (int x = 0; x < kWidth; ++x) others += GetDibPixel(h, x, y) != first;
+  EXPECT_EQ(others, 0);
+  // Saved, the picture needs no copy: the old one goes, and nothing else is left.
+  const std::string saved = state / "saved.png";
+  MainFrame::SetSavePathAnswerer([&](const std::string&, std::string* path) { return *path = saved, true; });
+  Choose(CM_SAVE);
+  EXPECT_EQ(d->record()->Modified, 0);
+  frame->recovery()->Tick();
+  frame->recovery()->WaitIdle();
+  EXPECT_EQ(Listing(folder), std::vector<std::string>{});
+  EXPECT_TRUE(fs::exists(saved));
+  NewFrame(ownState);
 }
 
-TEST(Recovery, CopyWrittenAfterQuietTimeAndRemovedOnClose) {
-  test::EnsureQtApp();
-  const int interval = RecoveryInterval;
-  MainFrame frame;  // reads the settings file: ours come after
-  RecoveryInterval = 1;
+TEST_F(Recovery, CopyWrittenAfterQuietTimeAndRemovedOnClose) {
+  RecoveryInterval = 1;  // after the frame has read the settings file
   RecoveryActive = 1;
-  frame.show();
-  DocumentWindow* d = frame.NewFromDib(CreateDib(40, 30, nullptr, 24));
-  ASSERT_NE(d, nullptr);
-  d->record()->Modified = 1;
-  RecoveryService* service = frame.recovery();
-  // A release clears any button an earlier test left held; then hands off.
-  QTest::mouseRelease(d->view(), Qt::LeftButton);
+  DocumentWindow* d = NewDocument(0, 40, 30);
+  RecoveryService* service = frame->recovery();
+  QTest::mouseRelease(d->view(), Qt::LeftButton);  // clears any button an earlier test left held
   std::string id;
   for (int wait = 0; wait < 60 && id.empty(); ++wait) {
     QTest::qWait(100);
@@ -165,15 +144,10 @@ TEST(Recovery, CopyWrittenAfterQuietTimeAndRemovedOnClose) {
   ASSERT_NE(id, "");
   EXPECT_TRUE(fs::exists(service->folder() / (id + ".png")));
   EXPECT_TRUE(fs::exists(service->folder() / (id + ".recovery")));
-  // Closed without saving: the user chose so, and the copy goes.
-  SetPromptAnswerer([](PromptKind, const QString&) { return IDNO; });
-  d->close();
-  QCoreApplication::processEvents();
+  Choose(CM_CLOSE);  // closed without saving: the user chose so, and the copy goes
   service->Tick();
-  SetPromptAnswerer({});
   EXPECT_FALSE(fs::exists(service->folder() / (id + ".png")));
   EXPECT_FALSE(fs::exists(service->folder() / (id + ".recovery")));
-  RecoveryInterval = interval;
 }
 
 }  // namespace

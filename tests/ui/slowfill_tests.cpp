@@ -1,30 +1,26 @@
 // A fill source for a large area is made on a worker while the windows stay
 // live, and what lands in the picture is what the interface thread would make.
-#include <QToolButton>
-
 #include <cstring>
 #include <thread>
 
-#include "frame_fixture.h"
+#include "qt_fixture.h"
 #include "frame/blockset.h"
 #include "tools/toolparam.h"
-#include "ui/frame/toolbox.h"
 #include "ui/widgets/longwork.h"
 
 namespace ochrel::test {
 namespace {
 
-class SlowFillTest : public FrameFixture {
+class SlowFillTest : public QtFixture {
  protected:
-  SlowFillTest() : FrameFixture(1100, 1000) {}
   // The bucket with a gradient on a fresh white picture; the thread that ran
   // the long work's gate, if any did.
   std::thread::id FillNewDocument(HDIB* result) {
-    DocumentWindow* d = NewDocument();
+    DocumentWindow* d = NewDocument(0, 1100, 1000);
     d->record()->FillType = 1;
     std::thread::id worker;
     SetLongWorkGate([&worker] { worker = std::this_thread::get_id(); });
-    frame->toolBox()->button(TOOL_BUCKET)->click();
+    Tool(TOOL_BUCKET);
     QTest::mouseClick(d->view(), Qt::LeftButton, Qt::NoModifier, QPoint(40, 40));
     QCoreApplication::processEvents();
     SetLongWorkGate({});

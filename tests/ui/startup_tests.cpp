@@ -14,43 +14,23 @@
 #include <fstream>
 #include <regex>
 
-#include "frame/commands.h"
-#include "frame/paths.h"
 #include "frame/tips.h"
-#include "image/settings.h"
-#include "qt_app.h"
-#include "ui/widgets/dialogrunner.h"
-#include "ui/frame/mainframe.h"
-#include "ui/widgets/messages.h"
+#include "qt_fixture.h"
 
 namespace ochrel {
 namespace {
 
-class Startup : public ::testing::Test {
+class Startup : public test::QtFixture {
  protected:
   void SetUp() override {
-    test::EnsureQtApp();
-    SetUrlOpener([this](const QUrl& url) {
-      opened.push_back(url);
-      return true;
-    });
-    SetPromptAnswerer([this](PromptKind, const QString& text) {
-      messages.push_back(text);
-      return int(IDOK);
-    });
+    QtFixture::SetUp();
+    SetUrlOpener([this](const QUrl& url) { return opened.push_back(url), true; });
   }
   void TearDown() override {
-    SetUrlOpener({});
-    SetPromptAnswerer({});
-    SetDialogAnswerer({});
     CloseLogo();
-    ShowStartupWindow = 1;
-    WarnShowManual = 1;
-    ShowTipOfTheDay = 1;
-    TipOfTheDay = 0;
+    QtFixture::TearDown();
   }
   std::vector<QUrl> opened;
-  std::vector<QString> messages;
 };
 
 TEST_F(Startup, LogoOnlyWhenWantedAndAnyPressClosesIt) {
@@ -58,7 +38,6 @@ TEST_F(Startup, LogoOnlyWhenWantedAndAnyPressClosesIt) {
   OpenLogo(nullptr);
   EXPECT_EQ(CurrentLogo(), nullptr);
   CloseLogo();  // nothing to close is fine
-
   ShowStartupWindow = 1;
   OpenLogo(nullptr);
   LogoWindow* logo = CurrentLogo();
@@ -107,22 +86,22 @@ TEST_F(Startup, ManualWarnsUntilTheBoxIsClearedThenOpensAtOnce) {
     d.findChild<QCheckBox*>("102")->setChecked(false);
     return true;
   });
-  ShowManual(nullptr);
+  Choose(CM_MANUAL);
   EXPECT_EQ(asked, 1);
   EXPECT_EQ(WarnShowManual, 0);
   ASSERT_EQ(opened.size(), 1u);
   EXPECT_TRUE(opened[0].path().endsWith("html/manual.htm"));
   EXPECT_EQ(opened[0].fragment(), "DOCUMENTATION");
-  ShowManual(nullptr);
+  Choose(CM_MANUAL);
   EXPECT_EQ(asked, 1) << "no warning once it was turned off";
   EXPECT_EQ(opened.size(), 2u);
-  EXPECT_TRUE(messages.empty());
+  EXPECT_TRUE(prompts.empty());
 
   // Without a browser the page shows in the program's own help window, at the topic.
   SetUrlOpener([](const QUrl&) { return false; });
   QWidget owner;
   DoHelp(&owner, "GRID");
-  EXPECT_TRUE(messages.empty());
+  EXPECT_TRUE(prompts.empty());
   auto* help = owner.findChild<QTextBrowser*>("HelpText");
   ASSERT_NE(help, nullptr);
   EXPECT_TRUE(help->window()->isVisible());
@@ -141,7 +120,6 @@ TEST_F(Startup, EveryHelpTopicHasItsAnchorInTheReference) {
 }
 
 TEST_F(Startup, SetupWritesTheControlsBackOnlyOnOk) {
-  RestoreDefaultSettings();
   auto edit = [](QDialog& d) {
     EXPECT_EQ(d.objectName(), "Setup");
     auto* backups = d.findChild<QCheckBox*>("119");
@@ -164,7 +142,7 @@ TEST_F(Startup, SetupWritesTheControlsBackOnlyOnOk) {
     edit(d);
     return false;  // Cancel
   });
-  DoSetup(nullptr);
+  Choose(CM_SETUP);
   EXPECT_EQ(CreateBackups, 1);
   EXPECT_EQ(JPEGQualityFactor, 75);
   SetDialogAnswerer([&](QDialog& d) {
@@ -172,10 +150,9 @@ TEST_F(Startup, SetupWritesTheControlsBackOnlyOnOk) {
     static_cast<SetupDialog&>(d).GetSetupControls();  // what OK does
     return true;
   });
-  DoSetup(nullptr);
+  Choose(CM_SETUP);
   EXPECT_EQ(CreateBackups, 0);
   EXPECT_EQ(JPEGQualityFactor, 90);
-  RestoreDefaultSettings();
 }
 
 TEST_F(Startup, SystemInformationAndTheFrameCommands) {
@@ -192,15 +169,11 @@ TEST_F(Startup, SystemInformationAndTheFrameCommands) {
   EXPECT_FALSE(owner.empty());
 
   // The Help menu's commands each open their dialog.
-  MainFrame frame;
   std::vector<QString> shown;
-  SetDialogAnswerer([&](QDialog& d) {
-    shown.push_back(d.objectName());
-    return false;
-  });
-  for (int id : {CM_ABOUT, CM_SYSINFO, CM_TIPOFTHEDAY, CM_SETUP}) frame.Command(id);
+  SetDialogAnswerer([&](QDialog& d) { return shown.push_back(d.objectName()), false; });
+  for (int id : {CM_ABOUT, CM_SYSINFO, CM_TIPOFTHEDAY, CM_SETUP}) Choose(id);
   EXPECT_EQ(shown, (std::vector<QString>{"AboutBox", "SysInfoBox", "TipOfTheDayBox", "Setup"}));
-  frame.Command(CM_HELP);
+  Choose(CM_HELP);
   ASSERT_EQ(opened.size(), 1u);
   EXPECT_EQ(opened[0].fragment(), "INDEX");
 }
