@@ -153,9 +153,9 @@ TEST_F(ToolsGuiTest, TypedTextShowsWithCaretAndIsLaidInOnToolChange) {
   view->setFocus();
   QTest::keyClicks(view, "Hi");
   EXPECT_EQ(t->Text(), "Hi");
-  EXPECT_EQ(t->param.Caret, 2);
+  EXPECT_EQ(t->Caret(), 2);
   Key(view, Qt::Key_Left);
-  EXPECT_EQ(t->param.Caret, 1);
+  EXPECT_EQ(t->Caret(), 1);
   Key(view, Qt::Key_End);
   const RECT box = t->window;
   auto inBox = [&](int x, int y) { return x >= box.left && x < box.right && y >= box.top && y < box.bottom; };
