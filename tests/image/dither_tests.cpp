@@ -121,17 +121,6 @@ HDIB OracleRemap(const HDIB& image, const BYTE* palette, int bits) {
   return out;
 }
 
-HDIB Solid(int w, int h, COLORREF c) { return test::Uniform(w, h, 24, c); }
-HDIB GreyImage(int w, int h, int level) { return test::Uniform(w, h, 8, std::uint32_t(level)); }
-
-int CountSet(const HDIB& d) {
-  const BITMAPINFOHEADER* h = LockDib(d);
-  int n = 0;
-  for (int y = 0; y < h->biHeight; ++y)
-    for (int x = 0; x < h->biWidth; ++x) n += GetDibPixel(h, x, y) ? 1 : 0;
-  return n;
-}
-
 BYTE Mono[768], Ortho[768], Vga[768];
 struct Palettes {
   Palettes() {
@@ -142,35 +131,6 @@ struct Palettes {
 } palettesInit;
 
 // ---- 1 bit -------------------------------------------------------------------------
-
-TEST(DitherMono, TableFromTheSettings) {
-  BYTE t[256];
-  BuildDitherTable(25, 25, t);  // step 256 / 206
-  EXPECT_EQ(std::vector<int>(t, t + 7), (std::vector<int>{1, 1, 2, 3, 4, 6, 7}));
-  EXPECT_EQ(t[255], 254);
-  for (int i = 1; i < 256; ++i) ASSERT_GE(t[i], t[i - 1]);
-  BuildDitherTable(128, 60, t);  // d = 0 is taken as 1: a step of 256
-  EXPECT_EQ(t[0], 1);             // 60 - 128 is below 1
-  EXPECT_EQ(t[1], 188);
-  EXPECT_EQ(t[2], 254);
-  BuildDitherTable(1, 128, t);
-  EXPECT_EQ(t[0], 127);
-}
-
-TEST(DitherMono, UniformGreyDependsOnTheTableAlone) {
-  // Lowest, highest and threshold are all 30: the table's value decides.
-  {
-    DitherSettings s(25, 25);  // table[30] = 37 > 30: every pixel white
-    EXPECT_EQ(CountSet(DitherDib(GreyImage(16, 9, 30), Mono, 1, 0)), 16 * 9);
-  }
-  {
-    DitherSettings s(1, 25);  // table[30] = 13: black, and the error only darkens
-    EXPECT_EQ(CountSet(DitherDib(GreyImage(16, 9, 30), Mono, 1, 0)), 0);
-  }
-  // Even black comes out white with the default table (its entry 0 is 1).
-  DitherSettings s(25, 25);
-  EXPECT_EQ(CountSet(DitherDib(Solid(5, 5, RGB(0, 0, 0)), Mono, 1, 0)), 25);
-}
 
 TEST(DitherMono, MatchesTheLiteralRuleOnRandomImages) {
   for (auto [b, c] : {std::pair{25, 25}, std::pair{1, 1}, std::pair{128, 60}, std::pair{40, 128}}) {
@@ -203,42 +163,7 @@ TEST(DitherColour, MatchesTheLiteralRuleAtEveryDepth) {
       }
 }
 
-TEST(DitherColour, PaletteColoursPassThroughAndErrorsSpread) {
-  // A colour of the palette has no error, so the image maps exactly.
-  HDIB white = Solid(9, 4, RGB(255, 255, 255));
-  HDIB r = DitherDib(white, Vga, 4, 0);
-  for (int y = 0; y < 4; ++y)
-    for (int x = 0; x < 9; ++x) ASSERT_EQ(GetDibPixel(LockDib(r), x, y), 15u);
-  // Mid grey 100 on the 3-3-2 palette: a single pixel would be 108's entry;
-  // diffusion must mix levels over a large area so the mean stays near 100.
-  HDIB grey = Solid(64, 64, RGB(100, 100, 100));
-  HDIB d = DitherDib(grey, Ortho, 8, 0);
-  long long sum = 0;
-  for (int y = 0; y < 64; ++y)
-    for (int x = 0; x < 64; ++x) sum += Ortho[3 * GetDibPixel(LockDib(d), x, y) + 1];
-  EXPECT_NEAR(sum / 4096.0, 100.0, 4.0);
-}
-
 // ---- Remap -------------------------------------------------------------------------
-
-TEST(RemapDib, MonoThresholdIs129) {
-  HDIB img = CreateDib(4, 1, nullptr, 24);
-  // Luminances 127, 128, 129, 130.
-  COLORREF c[4] = {RGB(128, 128, 128), RGB(129, 129, 129), RGB(130, 130, 130), RGB(131, 131, 131)};
-  for (int x = 0; x < 4; ++x) PutDibPixel(LockDib(img), x, 0, c[x]);
-  ASSERT_EQ(Luminance(c[1]), 128);
-  ASSERT_EQ(Luminance(c[2]), 129);
-  HDIB r = RemapDib(img, Mono, 1, 0);
-  std::vector<int> bits;
-  for (int x = 0; x < 4; ++x) bits.push_back(int(GetDibPixel(LockDib(r), x, 0)));
-  EXPECT_EQ(bits, (std::vector<int>{0, 0, 1, 1}));
-  // The same through a palette: an 8-bit image whose entries are those colours.
-  BYTE pal[768] = {};
-  for (int i = 0; i < 4; ++i) pal[3 * i] = pal[3 * i + 1] = pal[3 * i + 2] = BYTE(128 + i);
-  HDIB p = CreateDib(4, 1, pal, 8);
-  for (int x = 0; x < 4; ++x) PutDibPixel(LockDib(p), x, 0, std::uint32_t(x));
-  EXPECT_TRUE(SameBlock(RemapDib(p, Mono, 1, 0), r));
-}
 
 TEST(RemapDib, MonoSourceUsesOnlyBlackAndWhiteEntries) {
   HDIB mono = RandomDib(23, 7, 1, 9);
@@ -272,33 +197,9 @@ TEST(RemapDib, MatchesTheLiteralRuleAtEveryDepth) {
 
 // ---- Bayer ------------------------------------------------------------------------------
 
-TEST(Bayer, BlackAndWhiteAtTheThresholdsExtremes) {
-  HDIB white = Solid(16, 16, RGB(255, 255, 255)), black = Solid(16, 16, RGB(0, 0, 0));
-  EXPECT_EQ(CountSet(ConvertToBayerDither2(white)), 256);
-  EXPECT_EQ(CountSet(ConvertToBayerDither2(black)), 0);
-  HDIB w16 = ConvertToBayerDither16(white);
-  EXPECT_EQ(LockDib(w16)->biBitCount, 4);
-  for (int y = 0; y < 16; ++y)
-    for (int x = 0; x < 16; ++x) ASSERT_EQ(GetDibPixel(LockDib(w16), x, y), 7u);
-  BYTE eight[768];
-  GetDefaultPalette(eight, nullptr, 2);
-  BYTE got[768];
-  GetDibPalette(LockDib(w16), got);
-  EXPECT_EQ(0, std::memcmp(eight, got, 768));
-  // White at 256 colours stays between the two top levels of each channel.
-  HDIB w256 = ConvertToBayerDither256(white);
-  for (int y = 0; y < 8; ++y)
-    for (int x = 0; x < 8; ++x) {
-      std::uint32_t v = GetDibPixel(LockDib(w256), x, y);
-      ASSERT_GE(v & 0xE0, 0xC0u);
-      ASSERT_GE(v & 0x1C, 0x18u);
-      ASSERT_GE(v & 0x03, 0x03u);
-    }
-}
-
 TEST(Bayer, ThresholdPositionsAndTheSwappedIndex) {
   // Luminance 101 at 1 bit: set where the threshold is below 101.
-  HDIB grey = GreyImage(8, 8, 0);
+  HDIB grey = test::Uniform(8, 8, 8, 0);
   BYTE pal[768];
   for (int i = 0; i < 256; ++i) pal[3 * i] = pal[3 * i + 1] = pal[3 * i + 2] = 0;
   pal[0] = 100, pal[1] = 102, pal[2] = 100;  // luminance 30 + 60 + 11 = 101
@@ -307,21 +208,11 @@ TEST(Bayer, ThresholdPositionsAndTheSwappedIndex) {
   for (int y = 0; y < 8; ++y)
     for (int x = 0; x < 8; ++x) ASSERT_EQ(GetDibPixel(LockDib(r), x, y), bayerPattern[y][x] * 4 < 101 ? 1u : 0u) << x << y;
   // Grey 200 at 256 colours: (x 1, y 0) uses entry [1][0] = 48, threshold 192.
-  HDIB g = Solid(2, 2, RGB(200, 200, 200));
+  HDIB g = test::Uniform(2, 2, 24, RGB(200, 200, 200));
   HDIB d = ConvertToBayerDither256(g);
   EXPECT_EQ(GetDibPixel(LockDib(d), 1, 0), 0xDBu);  // 198: 0xC0 | 0x18 | 3
   EXPECT_EQ(GetDibPixel(LockDib(d), 0, 1), 0xB6u);  // threshold 128 gives 182: 0xA0 | 0x14 | 2
   EXPECT_EQ(GetDibPixel(LockDib(d), 0, 0), 0x92u);  // threshold 0 gives 150: 0x80 | 0x10 | 2
-}
-
-TEST(Bayer, FourBitNibbleOrder) {
-  HDIB img = Solid(3, 1, RGB(0, 0, 0));
-  PutDibPixel(LockDib(img), 0, 0, RGB(255, 255, 255));
-  PutDibPixel(LockDib(img), 2, 0, RGB(255, 0, 0));
-  HDIB r = ConvertToBayerDither16(img);
-  const BYTE* row = DibRow(LockDib(r), 0);
-  EXPECT_EQ(row[0], 0x70);  // pixel 0 in the high nibble
-  EXPECT_EQ(row[1], 0x10);
 }
 
 }  // namespace

@@ -69,34 +69,6 @@ int OracleQuantize(const HDIB& image, int* colours, BYTE* palette) {
   return 1;
 }
 
-TEST(Quantize, OneColourIsKeptExactly) {
-  HDIB img = TrueColour(5, 4, std::vector<COLORREF>(20, RGB(201, 7, 99)));
-  BYTE pal[768];
-  std::memset(pal, 0xAA, sizeof pal);
-  int colours = 256;
-  ASSERT_EQ(Quantize(5, 4, &colours, pal, img), 1);
-  EXPECT_EQ(colours, 1);
-  EXPECT_EQ(Entry(pal, 0), (std::vector<int>{201, 7, 99}));
-  for (int i = 3; i < 768; ++i) ASSERT_EQ(pal[i], 0) << i;
-}
-
-TEST(Quantize, FewColoursInOrderOfFirstAppearanceBottomRowFirst) {
-  // 200 colours over 20 rows of 10; the bottom row holds colours 0 to 9.
-  std::vector<COLORREF> px;
-  for (int y = 0; y < 20; ++y)
-    for (int x = 0; x < 10; ++x) px.push_back(RGB((19 - y) * 10 + x, 255 - x, y * 3));
-  HDIB img = TrueColour(10, 20, px);
-  BYTE pal[768];
-  int colours = 240;
-  ASSERT_EQ(Quantize(10, 20, &colours, pal, img), 1);
-  ASSERT_EQ(colours, 200);
-  for (int i = 0; i < 200; ++i) {
-    int row = i / 10, x = i % 10;  // stored row `row` is picture row 19 - row
-    ASSERT_EQ(Entry(pal, i), (std::vector<int>{row * 10 + x, 255 - x, (19 - row) * 3})) << i;
-  }
-  EXPECT_EQ(Entry(pal, 200), (std::vector<int>{0, 0, 0}));
-}
-
 TEST(Quantize, FullListEndsAtTheNextPixelWhateverItsColour) {
   // Three colours with a maximum of three: exact only if the third new colour
   // comes last; one more pixel of an old colour makes the list overflow.
