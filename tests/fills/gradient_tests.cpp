@@ -80,24 +80,6 @@ TEST(ConicalGradient, GreyImageUsesLowBytesInEightBits) {
   EXPECT_EQ(palette[3 * 77 + 2], 77);
 }
 
-TEST(Gradient, BasicTypesComeFromTheBackEndAtTheRightDepth) {
-  for (int type = 0; type < 3; ++type) {
-    GRADIENT g = Conical(30, 20, 0);
-    g.GradientType = type;
-    HDIB colour = CreateGradient(&g);
-    ASSERT_TRUE(colour) << type;
-    EXPECT_EQ(LockDib(colour)->biBitCount, 24);
-    EXPECT_EQ(LockDib(colour)->biWidth, 30);
-    g.ImageType = 1;
-    HDIB grey = CreateGradient(&g);
-    ASSERT_TRUE(grey) << type;
-    EXPECT_EQ(LockDib(grey)->biBitCount, 8);
-    EXPECT_EQ(LockDib(grey)->biHeight, 20);
-  }
-  GRADIENT empty = Conical(0, 10, 0);
-  EXPECT_FALSE(CreateGradient(&empty));
-}
-
 TEST(FillImage, KindsAndTheSolidFillTouchingNothing) {
   GRADIENT g = Conical(1, 1, 0);
   TEXTURE t;
@@ -123,4 +105,6 @@ TEST(FillImage, KindsAndTheSolidFillTouchingNothing) {
   EXPECT_EQ(g.Rect, want);
   EXPECT_EQ(t.Rect, want);
   EXPECT_EQ(m.Rect, want);
+  GRADIENT empty = Conical(0, 10, 0);
+  EXPECT_FALSE(CreateGradient(&empty));
 }
