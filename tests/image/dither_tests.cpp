@@ -132,6 +132,20 @@ struct Palettes {
 
 // ---- 1 bit -------------------------------------------------------------------------
 
+TEST(DitherMono, TableFromTheSettings) {
+  BYTE t[256];
+  BuildDitherTable(25, 25, t);  // step 256 / 206
+  EXPECT_EQ(std::vector<int>(t, t + 7), (std::vector<int>{1, 1, 2, 3, 4, 6, 7}));
+  EXPECT_EQ(t[255], 254);
+  for (int i = 1; i < 256; ++i) ASSERT_GE(t[i], t[i - 1]);
+  BuildDitherTable(128, 60, t);  // d = 0 is taken as 1: a step of 256
+  EXPECT_EQ(t[0], 1);             // 60 - 128 is below 1
+  EXPECT_EQ(t[1], 188);
+  EXPECT_EQ(t[2], 254);
+  BuildDitherTable(1, 128, t);
+  EXPECT_EQ(t[0], 127);
+}
+
 TEST(DitherMono, MatchesTheLiteralRuleOnRandomImages) {
   for (auto [b, c] : {std::pair{25, 25}, std::pair{1, 1}, std::pair{128, 60}, std::pair{40, 128}}) {
     DitherSettings s(b, c);
@@ -164,6 +178,25 @@ TEST(DitherColour, MatchesTheLiteralRuleAtEveryDepth) {
 }
 
 // ---- Remap -------------------------------------------------------------------------
+
+TEST(RemapDib, MonoThresholdIs129) {
+  HDIB img = CreateDib(4, 1, nullptr, 24);
+  // Luminances 127, 128, 129, 130.
+  COLORREF c[4] = {RGB(128, 128, 128), RGB(129, 129, 129), RGB(130, 130, 130), RGB(131, 131, 131)};
+  for (int x = 0; x < 4; ++x) PutDibPixel(LockDib(img), x, 0, c[x]);
+  ASSERT_EQ(Luminance(c[1]), 128);
+  ASSERT_EQ(Luminance(c[2]), 129);
+  HDIB r = RemapDib(img, Mono, 1, 0);
+  std::vector<int> bits;
+  for (int x = 0; x < 4; ++x) bits.push_back(int(GetDibPixel(LockDib(r), x, 0)));
+  EXPECT_EQ(bits, (std::vector<int>{0, 0, 1, 1}));
+  // The same through a palette: an 8-bit image whose entries are those colours.
+  BYTE pal[768] = {};
+  for (int i = 0; i < 4; ++i) pal[3 * i] = pal[3 * i + 1] = pal[3 * i + 2] = BYTE(128 + i);
+  HDIB p = CreateDib(4, 1, pal, 8);
+  for (int x = 0; x < 4; ++x) PutDibPixel(LockDib(p), x, 0, std::uint32_t(x));
+  EXPECT_TRUE(SameBlock(RemapDib(p, Mono, 1, 0), r));
+}
 
 TEST(RemapDib, MonoSourceUsesOnlyBlackAndWhiteEntries) {
   HDIB mono = RandomDib(23, 7, 1, 9);
