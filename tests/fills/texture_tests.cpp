@@ -300,3 +300,70 @@ TEST(TextureHostile, NonsenseNumbersGiveSoundResults) {
   t.MatrixSize = -100000;
   EXPECT_TRUE(CreateTexture(&t));
 }
+
+// The transform as one multi-dimensional pass over a 1-based array, literally:
+// the line-by-line form must give the very same bits.
+namespace {
+void LiteralFourn(float* data, const unsigned long* nn, int ndim, int isign) {
+  unsigned long ntot = 1;
+  for (int idim = 1; idim <= ndim; idim++) ntot *= nn[idim];
+  unsigned long nprev = 1;
+  for (int idim = ndim; idim >= 1; idim--) {
+    const unsigned long n = nn[idim], nrem = ntot / (n * nprev), ip1 = nprev << 1, ip2 = ip1 * n, ip3 = ip2 * nrem;
+    unsigned long i2rev = 1;
+    for (unsigned long i2 = 1; i2 <= ip2; i2 += ip1) {
+      if (i2 < i2rev) {
+        for (unsigned long i1 = i2; i1 <= i2 + ip1 - 2; i1 += 2)
+          for (unsigned long i3 = i1; i3 <= ip3; i3 += ip2) {
+            const unsigned long i3rev = i2rev + i3 - i2;
+            std::swap(data[i3], data[i3rev]);
+            std::swap(data[i3 + 1], data[i3rev + 1]);
+          }
+      }
+      unsigned long ibit = ip2 >> 1;
+      while (ibit >= ip1 && i2rev > ibit) {
+        i2rev -= ibit;
+        ibit >>= 1;
+      }
+      i2rev += ibit;
+    }
+    unsigned long ifp1 = ip1;
+    while (ifp1 < ip2) {
+      const unsigned long ifp2 = ifp1 << 1;
+      const double theta = isign * 6.283185307179586 / static_cast<double>(ifp2 / ip1);
+      double wtemp = std::sin(0.5 * theta);
+      const double wpr = -2.0 * wtemp * wtemp, wpi = std::sin(theta);
+      double wr = 1.0, wi = 0.0;
+      for (unsigned long i3 = 1; i3 <= ifp1; i3 += ip1) {
+        for (unsigned long i1 = i3; i1 <= i3 + ip1 - 2; i1 += 2)
+          for (unsigned long i2 = i1; i2 <= ip3; i2 += ifp2) {
+            const unsigned long k1 = i2, k2 = k1 + ifp1;
+            const float tempr = static_cast<float>(wr * data[k2] - wi * data[k2 + 1]);
+            const float tempi = static_cast<float>(wr * data[k2 + 1] + wi * data[k2]);
+            data[k2] = data[k1] - tempr;
+            data[k2 + 1] = data[k1 + 1] - tempi;
+            data[k1] += tempr;
+            data[k1 + 1] += tempi;
+          }
+        wr = (wtemp = wr) * wpr - wi * wpi + wr;
+        wi = wi * wpr + wtemp * wpi + wi;
+      }
+      ifp1 = ifp2;
+    }
+    nprev *= n;
+  }
+}
+}  // namespace
+
+TEST(FractalTransform, BitForBitTheMultiDimensionalPassBothSigns) {
+  for (int sign : {-1, 1}) {
+    for (int n : {2, 16, 64}) {
+      std::vector<float> ours(n * n * 2), literal(n * n * 2 + 1);
+      for (int i = 0; i < n * n * 2; ++i) ours[i] = literal[i + 1] = static_cast<float>(std::sin(i * 0.731) * (1 + i % 7));
+      const unsigned long nn[3] = {0, static_cast<unsigned long>(n), static_cast<unsigned long>(n)};
+      td::FourierTransform2D(ours.data(), n, sign);
+      LiteralFourn(literal.data(), nn, 2, sign);
+      for (int i = 0; i < n * n * 2; ++i) ASSERT_EQ(ours[i], literal[i + 1]) << sign << " " << n << " " << i;
+    }
+  }
+}
