@@ -262,6 +262,24 @@ TEST(WrapperEllipse, FilledCircleIsSymmetricWithAreaPiRSquared) {
   EXPECT_EQ(Px(h, 4, 4), 0);  // the box's corner is outside the circle
 }
 
+TEST(WrapperEllipse, HardEdgesHaveTwoLevelsAntialiasedHaveMore) {
+  const std::int32_t v = static_cast<std::int32_t>(CoverageValue(180));
+  WRAPPERBLOCK hard = ShapeBlock(WRAPPER_ELLIPSE, 50, 30, 0, v, WRAPPER_NONE, 0);
+  WRAPPERBLOCK soft = ShapeBlock(WRAPPER_ELLIPSE, 50, 30, 0, v, WRAPPER_NONE, 1);
+  WRAPPERRESULT rh = OCHLWRPR_proc(&hard), rs = OCHLWRPR_proc(&soft);
+  const BITMAPINFOHEADER *hh = LockDib(rh.Dib), *hs = LockDib(rs.Dib);
+  ASSERT_TRUE(hh && hs);
+  Levels lh = CountLevels(hh, 180), ls = CountLevels(hs, 180);
+  EXPECT_EQ(lh.partial, 0);
+  EXPECT_EQ(lh.above, 0);
+  EXPECT_GT(ls.partial, 50);
+  EXPECT_EQ(ls.above, 0);
+  // Both cover about the ellipse's area, pi * 25 * 15.
+  const double area = M_PI * 25 * 15;
+  EXPECT_NEAR(lh.full, area, area * 0.03);
+  EXPECT_NEAR(Sum(hs) / 180.0, area, area * 0.01);
+}
+
 TEST(WrapperEllipse, OutlineIsARingInsideTheBox) {
   const int n = 41, t = 4;
   WRAPPERBLOCK b = ShapeBlock(WRAPPER_ELLIPSE, n, n, t, WRAPPER_NONE, 255, 1);
