@@ -77,19 +77,6 @@ TEST(Rotate, FortyFiveDegreesWithAndWithoutPreserve) {
   EXPECT_EQ(GetDibPixel(m, 0, 0), 0u);
 }
 
-TEST(Rotate, PalettedImagesNeverInterpolate) {
-  HDIB src = RandomDib(40, 30, 8, 3, 8);
-  FILTERPARAM p = Defaults(src);
-  p.FilterRotateAngle = 33;
-  p.PaperColour = 7;  // an index on a paletted image
-  p.FilterRotateInterpolate = 1;
-  HDIB a = FilterRotateImage(src, &p);
-  p.FilterRotateInterpolate = 0;
-  HDIB b = FilterRotateImage(src, &p);
-  EXPECT_TRUE(SameBlock(a, b));
-  EXPECT_EQ(GetDibPixel(LockDib(a), 0, 0), 7u);
-}
-
 TEST(Resize, HundredBothWaysAndTheTwoPaths) {
   for (int bits : {24, 8, 4, 1}) {
     HDIB src = RandomDib(17, 9, bits, 5, bits == 8 ? 10 : 3);
@@ -135,28 +122,6 @@ TEST(ScaleImage, NearestSampleTablesAtEveryDepth) {
         // Stored row r takes stored row r / 4; GetDibPixel counts from the top.
         ASSERT_EQ(GetDibPixel(o, i, 27 - r), GetDibPixel(s, i / 2, 6 - r / 4)) << bits;
     EXPECT_EQ(LockDib(out)->biBitCount, s->biBitCount);
-  }
-}
-
-TEST(Swirl, MatchesThePlainRule) {
-  HDIB src = RandomDib(37, 23, 24, 10);
-  FILTERPARAM p = Defaults(src);
-  p.PaperColour = RGB(255, 255, 255);
-  for (int degrees : {45, -300, 1440}) {
-    p.FilterSwirlDegrees = degrees;
-    HDIB fast = FilterSwirl(src, &p);
-    HDIB plain = DuplicateObject(src);
-    double cx = 37 * 0.5, cy = 23 * 0.5, radius = std::max(cx, cy), ys = 37.0 / 23;
-    double angle = degrees * 3.141592653589793 * 0.005555555555555556;
-    for (int y = 0; y < 23; ++y)
-      for (int x = 0; x < 37; ++x) {
-        double dx = x - cx, dy = ys * (y - cy), dist = dx * dx + dy * dy;
-        if (radius * radius <= dist) continue;
-        double f = 1 - std::sqrt(dist) / radius, s = std::sin(angle * f * f), c = std::cos(angle * f * f);
-        PutDibPixel(LockDib(plain), x, y,
-                    InterpolateColor(src, c * dx - s * dy + cx, (s * dx + c * dy) / ys + cy, p.PaperColour));
-      }
-    EXPECT_TRUE(SameBlock(fast, plain)) << degrees;
   }
 }
 
