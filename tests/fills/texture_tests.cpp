@@ -41,7 +41,7 @@ TEST(TextureRecord, DefaultsLeaveTypeAndRect) {
   CreateDefaultTexture(&t);
   EXPECT_EQ(t.TextureType, 4);
   EXPECT_EQ(t.Rect, (RECT{1, 2, 3, 4}));
-  // The values are pinned by the written library form in library_tests.
+  // The values are pinned by the written library form and the stock files.
 }
 
 TEST(TextureDispatch, TypesOutsideTheTableGiveNothing) {
