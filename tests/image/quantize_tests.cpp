@@ -156,56 +156,5 @@ std::vector<COLOURCELL> Cells(const std::vector<int>& reds) {
   return c;
 }
 
-TEST(Sorts, InsertionReversesEqualsAndQuicksortIsADescendingPermutation) {
-  SortRGBAxis = 0;
-  auto c = Cells({3, 7, 3, 9, 3});
-  std::vector<COLOURCELL*> a;
-  for (auto& x : c) a.push_back(&x);
-  pinsert(a.data(), 5);
-  std::vector<std::uint32_t> order;
-  for (auto* p : a) order.push_back(p->Count);
-  EXPECT_EQ(order, (std::vector<std::uint32_t>{3, 1, 4, 2, 0}));  // the three 3s reversed
-
-  for (int n : {8, 9, 31, 200, 4096}) {
-    std::vector<int> reds;
-    for (int i = 0; i < n; ++i) reds.push_back((i * 7919 + n) % 16);
-    auto cells = Cells(reds);
-    std::vector<COLOURCELL*> p;
-    for (auto& x : cells) p.push_back(&x);
-    for (int axis : {0, 1}) {
-      SortRGBAxis = axis;
-      psort(p.data(), n);
-      std::vector<std::uint32_t> ids;
-      for (int i = 0; i < n; ++i) {
-        if (i) {
-          ASSERT_GE(p[i - 1]->level[axis], p[i]->level[axis]);
-        }
-        ids.push_back(p[i]->Count);
-      }
-      std::sort(ids.begin(), ids.end());
-      for (int i = 0; i < n; ++i) ASSERT_EQ(ids[i], std::uint32_t(i));
-    }
-  }
-  SortRGBAxis = 0;
-}
-
-TEST(Sorts, SortPaletteByLuminanceAndStableOnEquals) {
-  BYTE pal[12] = {200, 200, 200, 0, 255, 0, 255, 0, 0, 0, 0, 0};
-  SortPalette(pal, 4);
-  // Luminances 0, 76, 150, 200.
-  EXPECT_EQ(std::vector<int>(pal, pal + 12), (std::vector<int>{0, 0, 0, 255, 0, 0, 0, 255, 0, 200, 200, 200}));
-  // Equal luminance (10 and 10): already in order, nothing moves.
-  BYTE eq[9] = {0, 17, 0, 34, 0, 0, 0, 0, 91};
-  ASSERT_EQ(Luminance(0, 17, 0), Luminance(34, 0, 0));
-  BYTE copy[9];
-  std::memcpy(copy, eq, 9);
-  SortPalette(eq, 3);
-  EXPECT_EQ(0, std::memcmp(copy, eq, 9));
-  // Only the first `count` entries move.
-  BYTE part[9] = {255, 255, 255, 0, 0, 0, 1, 1, 1};
-  SortPalette(part, 2);
-  EXPECT_EQ(std::vector<int>(part, part + 9), (std::vector<int>{0, 0, 0, 255, 255, 255, 1, 1, 1}));
-}
-
 }  // namespace
 }  // namespace ochrel
