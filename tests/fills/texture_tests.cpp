@@ -192,19 +192,6 @@ TEST(FractalRender, DegenerateSizesAreSound) {
   EXPECT_FALSE(CreateTexture(&t));
 }
 
-TEST(Perturbation, SplineThroughKnotsAndOvershoot) {
-  const float k[6] = {-0.2f, 0.1f, 0.4f, 0.3f, 0.9f, 1.5f};
-  EXPECT_FLOAT_EQ(td::ColourSpline(0, k), 0.1f);
-  EXPECT_NEAR(td::ColourSpline(1 / 3.0f, k), 0.4f, 1e-6);
-  EXPECT_NEAR(td::ColourSpline(2 / 3.0f, k), 0.3f, 1e-6);
-  EXPECT_NEAR(td::ColourSpline(1, k), 0.9f, 1e-6);
-  EXPECT_FLOAT_EQ(td::ColourSpline(-3, k), 0.1f);
-  const float zigzag[6] = {-1, 0, 1, 1, 0, -1};
-  float top = 0;
-  for (int i = 0; i <= 100; ++i) top = std::max(top, td::ColourSpline(i / 100.0f, zigzag));
-  EXPECT_GT(top, 1.0f);  // the curve overshoots; the colour table clamps it
-}
-
 namespace {
 TEXTURE FlatPerturbation(int w, int h) {
   TEXTURE t = Texture(5, w, h);
