@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <complex>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "fills/texture.h"
@@ -54,16 +56,10 @@ TEST(TextureDispatch, TypesOutsideTheTableGiveNothing) {
 }
 
 TEST(FractalMesh, SizeRaisedToPowerOfTwoAndExtentEven) {
-  EXPECT_EQ(td::FractalMeshSize(100), 128);
-  EXPECT_EQ(td::FractalMeshSize(64), 64);
-  EXPECT_EQ(td::FractalMeshSize(65), 128);
-  EXPECT_EQ(td::FractalMeshSize(1), 2);
-  EXPECT_EQ(td::FractalMeshSize(0), 2);
-  EXPECT_EQ(td::FractalMeshSize(-5), 2);
-  EXPECT_EQ(td::FractalMeshSize(1 << 20), 0);
-  EXPECT_EQ(td::FractalExtent(101, 50), 102);
-  EXPECT_EQ(td::FractalExtent(100, 50), 100);
-  EXPECT_EQ(td::FractalExtent(30, 77), 78);
+  for (auto [asked, size] : {std::pair{100, 128}, {64, 64}, {65, 128}, {1, 2}, {0, 2}, {-5, 2}, {1 << 20, 0}})
+    EXPECT_EQ(td::FractalMeshSize(asked), size) << asked;
+  for (auto [w, h, extent] : {std::tuple{101, 50, 102}, {100, 50, 100}, {30, 77, 78}})
+    EXPECT_EQ(td::FractalExtent(w, h), extent) << w << "x" << h;
 
   TEXTURE a = Texture(0, 40, 30), b = a;
   a.MatrixSize = 100;

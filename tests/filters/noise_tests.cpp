@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "image/crand.h"
@@ -31,18 +32,13 @@ TEST(Noise, AZeroDrawIsTakenAsOne) {
   srand(seed);
   ASSERT_EQ(rand(), 0);
   // Gaussian: log(1) = 0, so the value is N whatever the second draw.
-  for (int n : {1, 16, 32}) {
-    srand(seed);
-    EXPECT_EQ(FilterGenerateNoise(n, 0), n);
-    srand(seed);
-    EXPECT_EQ(FilterGenerateNoise(n, 7), n);  // above 4 is Gaussian too
-    srand(seed);
-    EXPECT_EQ(FilterGenerateNoise(n, 1), n);  // multiplicative: sigma 0
-    srand(seed);
-    EXPECT_EQ(FilterGenerateNoise(n, 2), 255);  // impulse: alpha 1 >= 0.95
-    srand(seed);
-    EXPECT_EQ(FilterGenerateNoise(n, 3), 255);  // Laplacian: b = 0 -> N + 255
-  }
+  // Above 4 is Gaussian too; multiplicative has sigma 0; impulse has alpha
+  // 1 >= 0.95; Laplacian has b = 0, so N + 255.
+  for (int n : {1, 16, 32})
+    for (auto [kind, value] : {std::pair{0, n}, {7, n}, {1, n}, {2, 255}, {3, 255}}) {
+      srand(seed);
+      EXPECT_EQ(FilterGenerateNoise(n, kind), value) << n << " kind " << kind;
+    }
 }
 
 // ---- Despeckle ------------------------------------------------------------------------

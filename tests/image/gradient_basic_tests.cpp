@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-
 #include "image/dib.h"
 #include "image/gradient_basic.h"
 
