@@ -148,13 +148,5 @@ TEST(Quantize, ManyColoursMatchTheLiteralRuleAndStayAtMost240) {
   EXPECT_EQ(Quantize(4, 1, &colours, pal, TrueColour(4, 1, {0, 0, 0, 0})), 0);
 }
 
-// ---- The sorts ---------------------------------------------------------------------
-
-std::vector<COLOURCELL> Cells(const std::vector<int>& reds) {
-  std::vector<COLOURCELL> c;
-  for (std::size_t i = 0; i < reds.size(); ++i) c.push_back(COLOURCELL{{BYTE(reds[i]), 0, 0}, 0, std::uint32_t(i), nullptr});
-  return c;
-}
-
 }  // namespace
 }  // namespace ochrel
