@@ -5,6 +5,8 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "frame/config.h"
 
@@ -52,22 +54,15 @@ TEST(ConfigTable, SetupControlsFollowTheTable) {
     EXPECT_EQ(item->flags, CI_ONOFF) << onOff[i];
   }
   int lo = 0, hi = 0, start = 0;
-  const CONFIGITEM* jpeg = FindConfigItemByControl(114);
-  ASSERT_NE(jpeg, nullptr);
-  EXPECT_STREQ(jpeg->name, "JPEGQualityFactor");
-  EXPECT_EQ(jpeg->flags, CI_NUMBER | CI_SPIN);
-  ASSERT_TRUE(ParseSpinRange(jpeg->spin, &lo, &hi, &start));
-  EXPECT_EQ(lo, 1);
-  EXPECT_EQ(hi, 100);
-  EXPECT_EQ(start, 75);
-  const CONFIGITEM* nudge = FindConfigItemByControl(120);
-  ASSERT_NE(nudge, nullptr);
-  EXPECT_STREQ(nudge->name, "NudgeSize");
-  ASSERT_TRUE(ParseSpinRange(nudge->spin, &lo, &hi, &start));
-  EXPECT_EQ(lo, 1);
-  EXPECT_EQ(hi, 32);
-  EXPECT_EQ(start, 1);
-
+  for (auto [control, name, wantLo, wantHi, wantStart] :
+       {std::tuple{114u, "JPEGQualityFactor", 1, 100, 75}, {120u, "NudgeSize", 1, 32, 1}}) {
+    const CONFIGITEM* item = FindConfigItemByControl(control);
+    ASSERT_NE(item, nullptr) << control;
+    EXPECT_STREQ(item->name, name);
+    EXPECT_EQ(item->flags, CI_NUMBER | CI_SPIN) << name;
+    ASSERT_TRUE(ParseSpinRange(item->spin, &lo, &hi, &start)) << name;
+    EXPECT_EQ(std::tuple(lo, hi, start), std::tuple(wantLo, wantHi, wantStart)) << name;
+  }
   // The view mode list: eleven zoom steps, index 5 is 100 percent.
   const CONFIGITEM* view = FindConfigItemByControl(103);
   ASSERT_NE(view, nullptr);
@@ -96,10 +91,7 @@ TEST(ConfigTable, SetupControlsFollowTheTable) {
 TEST(ConfigTable, SetupBindingHelpers) {
   RestoreDefaultSettings();
   const CONFIGITEM& jpeg = *FindConfigItem("JPEGQualityFactor");
-  EXPECT_EQ(ClampSpinValue(jpeg, 0), 1);
-  EXPECT_EQ(ClampSpinValue(jpeg, -50), 1);
-  EXPECT_EQ(ClampSpinValue(jpeg, 101), 100);
-  EXPECT_EQ(ClampSpinValue(jpeg, 55), 55);
+  for (auto [value, clamped] : {std::pair{0, 1}, {-50, 1}, {101, 100}, {55, 55}}) EXPECT_EQ(ClampSpinValue(jpeg, value), clamped);
   EXPECT_EQ(ClampSpinValue(*FindConfigItem("NudgeSize"), 33), 32);
   EXPECT_EQ(ClampSpinValue(*FindConfigItem("LogoDelay"), 123456), 123456);  // no spin, no range
 
