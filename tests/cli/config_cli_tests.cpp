@@ -75,22 +75,5 @@ TEST_F(ConfigCli, GetPrintsTheValueAsTheFileHoldsIt) {
   EXPECT_EQ(Cli("config get ToolBoxDouble").out, "0\n");
 }
 
-TEST_F(ConfigCli, BadCommandLines) {
-  CliRun r = Cli("config get NoSuchSetting");
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.out, "");
-  EXPECT_EQ(r.err, "ochrel-cli: unknown setting: NoSuchSetting\n");
-  EXPECT_EQ(Cli("config get ToolBox").status, 1);  // the command wants whole names
-  EXPECT_EQ(Cli("config").status, 2);
-  EXPECT_EQ(Cli("config get").status, 2);
-  EXPECT_EQ(Cli("config read x").status, 2);
-  EXPECT_EQ(Cli("config write a b").status, 2);
-  // An unwritable target: a clear message, exit 1, nothing made.
-  std::ofstream(dir_ / "file") << "x";
-  r = Cli("config write " + Q((dir_.path / "file" / "x.ini").string()));
-  EXPECT_EQ(r.status, 1);
-  EXPECT_NE(r.err.find("ochrel-cli: cannot write "), std::string::npos);
-}
-
 }  // namespace
 }  // namespace ochrel

@@ -78,22 +78,6 @@ TEST(CodecRoundTrip, LosslessFormatsKeepEveryPixelAtOddWidths) {
         }
 }
 
-TEST(CodecRoundTrip, GreyStaysGreyInEveryFormat) {
-  HDIB grey = RandomDib(17, 9, 8, 5, 10);
-  ASSERT_EQ(GetImageType(grey), IMAGE_GREY);
-  for (const Codec& c : kLossless) {
-    HDIB back = c.decode(Encoded(c.encode, grey), false);
-    ASSERT_TRUE(back) << c.name;
-    EXPECT_EQ(GetImageType(back), IMAGE_GREY) << c.name;
-    EXPECT_TRUE(test::SameBlock(back, grey)) << c.name;
-  }
-  HDIB smooth = SmoothDib(41, 23, true);
-  HDIB back = JpgDecode(Encoded(JpgEncode90, smooth), false);
-  ASSERT_TRUE(back);
-  EXPECT_EQ(GetImageType(back), IMAGE_GREY);
-  EXPECT_LE(test::MaxChannelDifference(Colours(back), Colours(smooth)), 6);
-}
-
 TEST(CodecRoundTrip, JpegTrueColourWithinSmallErrorAndQualityMatters) {
   HDIB smooth = SmoothDib(67, 45, false);
   std::vector<std::uint8_t> q90 = Encoded(JpgEncode90, smooth);
@@ -121,17 +105,6 @@ TEST(CodecRoundTrip, WritersRefuseDepthsTheyCannotStore) {
   EXPECT_TRUE(Encoded(JpgEncode90, deep).empty());
   VectorSink s;
   EXPECT_FALSE(BmpEncode(nullptr, s));
-}
-
-TEST(CodecRoundTrip, RunLengthCodingShrinksFlatPictures) {
-  HDIB flat = CreateDib(200, 50, nullptr, 24);
-  std::memset(DibBits(LockDib(flat)), 0x5A, LockDib(flat)->biSizeImage);
-  std::vector<std::uint8_t> tga = Encoded(TgaEncode, flat), pcx = Encoded(PcxEncode, flat);
-  EXPECT_LT(tga.size(), 200u * 50 * 3 / 20);
-  EXPECT_LT(pcx.size(), 200u * 50 * 3 / 20);
-  EXPECT_EQ(tga[2], 10);  // run-length true colour
-  EXPECT_EQ(Colours(TgaDecode(tga, false)), Colours(flat));
-  EXPECT_EQ(Colours(PcxDecode(pcx, false)), Colours(flat));
 }
 
 // ---- Hostile input -------------------------------------------------------------------

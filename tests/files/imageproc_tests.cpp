@@ -44,23 +44,16 @@ TEST(ImageProc, TableAndExtensionRules) {
   }
   EXPECT_EQ(GetFormatExtension(text, 5, sizeof text), -1);
   EXPECT_EQ(GetFormatExtension(text, -1, sizeof text), -1);
-  EXPECT_EQ(FindImageFormat("a/photo.JPG"), 0);
-  EXPECT_EQ(FindImageFormat("photo.Jpg"), 0);
-  EXPECT_EQ(FindImageFormat("photo.jpg"), 0);
-  for (const char* alias : {"p.jpeg", "p.JPEG", "p.Jpe", "p.jpe", "p.JFIF", "p.jfif"})
-    EXPECT_EQ(FindImageFormat(alias), 0) << alias;
+  struct {
+    const char* path;
+    int format;
+  } names[] = {{"a/photo.JPG", 0}, {"photo.Jpg", 0}, {"p.jpeg", 0},       {"p.Jpe", 0},         {"p.JFIF", 0},
+               {"x.BMP", 1},       {"x.pcx", 2},     {"x.Tga", 3},        {"x.png", 4},         {"photo.jpeg2", -1},
+               {"png", -1},        {"x.png.gz", -1}, {"folder.png/picture", -1}, {"", -1}};
+  for (auto n : names) EXPECT_EQ(FindImageFormat(n.path), n.format) << n.path;
+  EXPECT_EQ(FindImageFormat(nullptr), -1);
   EXPECT_STREQ(FormatExtensions(0)[0], "jpg");
   EXPECT_EQ(FormatExtensions(5)[0], nullptr);
-  EXPECT_EQ(FindImageFormat("photo.jpeg2"), -1);
-  EXPECT_EQ(FindImageFormat("x.BMP"), 1);
-  EXPECT_EQ(FindImageFormat("x.pcx"), 2);
-  EXPECT_EQ(FindImageFormat("x.Tga"), 3);
-  EXPECT_EQ(FindImageFormat("x.png"), 4);
-  EXPECT_EQ(FindImageFormat("folder.png/picture"), -1);
-  EXPECT_EQ(FindImageFormat("png"), -1);
-  EXPECT_EQ(FindImageFormat("x.png.gz"), -1);
-  EXPECT_EQ(FindImageFormat(""), -1);
-  EXPECT_EQ(FindImageFormat(nullptr), -1);
   EXPECT_STREQ(FileErrorText(3), "Error reading file");
   EXPECT_STREQ(FileErrorText(6), "Memory error");
   EXPECT_STREQ(FileErrorText(11), "Error writing file");

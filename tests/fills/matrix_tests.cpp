@@ -7,7 +7,6 @@
 
 #include "temp_dir.h"
 #include "fills/matrix.h"
-#include "fills/stock.h"
 #include "image/settings.h"
 #include "test_images.h"
 
@@ -265,27 +264,6 @@ TEST(MatrixLibrary, BackupAndDamagedItemsStayInTheirBlock) {
   m.Tile = std::move(back[2]);
   m.Rect = RECT{0, 0, 64, 64};
   EXPECT_FALSE(CreateMatrix(&m));
-}
-
-TEST(StockContent, TilesAndTexturesAreWellFormed) {
-  const auto tiles = StockMatrixTiles();
-  ASSERT_EQ(tiles.size(), static_cast<std::size_t>(kStockTileCount));
-  for (const HDIB& t : tiles) {
-    ASSERT_TRUE(MatrixTileUsable(t.get()));
-    const BITMAPINFOHEADER* h = LockDib(t);
-    EXPECT_EQ(h->biBitCount, 24);
-    EXPECT_LE(h->biWidth, 256);
-    EXPECT_LE(h->biHeight, 256);
-  }
-  const TextureList textures = StockTextures();
-  EXPECT_EQ(textures.size(), 12u);
-  bool seen[6] = {};
-  for (const auto& item : textures) {
-    ASSERT_GE(item.texture.TextureType, 0);
-    ASSERT_LT(item.texture.TextureType, 6);
-    seen[item.texture.TextureType] = true;
-  }
-  for (bool s : seen) EXPECT_TRUE(s);
 }
 
 #include "files/imagefile.h"

@@ -126,27 +126,3 @@ TEST(Shadow, OpacityZeroLeavesTheImageAndFullReplacesIt) {
   EXPECT_EQ(GetDibPixel(LockDib(image), 4, 5), GetDibPixel(LockDib(original), 4, 5));
   BlendShadow(image, full, -2, 39, RGB(1, 1, 1));  // partly outside: dropped, no harm
 }
-
-TEST(Shadow, RightIsThreeLeftIsFour) {
-  SHADOW s;
-  s.ShadowOpacity = 255;
-  s.ShadowSoft = 5;
-  s.ShadowOffset = 10;
-  for (int dir : {3, 4}) {
-    s.ShadowDirection = dir;
-    HDIB mask = GreyMask(10, 10, 255, RECT{0, 0, 10, 10});
-    int x, y;
-    COLORREF colour;
-    ASSERT_EQ(HandleShadowImage(&mask, &x, &y, &colour, &s, SHADOWCOLOURS{}), 1);
-    // The shadow's centre of mass sits at the shape's centre plus the offset.
-    const BITMAPINFOHEADER* h = LockDib(mask);
-    double mx = 0, total = 0;
-    for (int yy = 0; yy < h->biHeight; ++yy)
-      for (int xx = 0; xx < h->biWidth; ++xx) {
-        const double v = GetDibPixel(h, xx, yy);
-        mx += v * (xx + x);
-        total += v;
-      }
-    EXPECT_NEAR(mx / total, 4.5 + (dir == 3 ? 10 : -10), 0.01);
-  }
-}

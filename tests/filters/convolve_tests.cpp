@@ -15,11 +15,6 @@ using test::RandomDib;
 using test::SameBlock;
 
 using test::Defaults;
-// Every channel of every pixel at `value`.
-HDIB Flat(int w, int h, int bits, int value) {
-  return test::Uniform(w, h, bits, bits == 8 ? value : RGB(value, value, value));
-}
-
 // ---- Oracles: the rules written out plainly, one pixel at a time ----------
 
 BYTE OracleLinePixel(const std::vector<double>& k, int width, const std::vector<int>& line, int x) {
@@ -105,20 +100,9 @@ HDIB OracleConvolve(const HDIB& image, int order, const std::vector<double>& k) 
 
 // ---- Kernel ------------------------------------------------------------------
 
-TEST(BlurKernel, SigmaOneRadiusOneIsThreeGroupsOfThreeSubsamples) {
+// The kernel's taps are pinned by the blur digests; its width rule is not.
+TEST(BlurKernel, AWidthOfZeroOrLessMeansThree) {
   std::vector<double> k;
-  int width = static_cast<int>(2 * std::ceil(1.0) + 1);
-  ASSERT_EQ(FilterGetBlurKernel(width, 1.0, k), 3);
-  // Samples at -4..4, a third of a pixel apart: exp(-i^2 / 18), grouped 3 by 3.
-  auto e = [](int i) { return std::exp(-i * i / 18.0); };
-  double a = e(-4) + e(-3) + e(-2), b = e(-1) + e(0) + e(1), c = e(2) + e(3) + e(4);
-  double sum = a + b + c;
-  EXPECT_NEAR(k[0], a / sum, 1e-15);
-  EXPECT_NEAR(k[1], b / sum, 1e-15);
-  EXPECT_NEAR(k[2], c / sum, 1e-15);
-  EXPECT_NEAR(k[1], 0.44296, 1e-5);
-  EXPECT_NEAR(k[0] + k[1] + k[2], 1.0, 1e-15);
-  // A width of 0 or less means 3.
   EXPECT_EQ(FilterGetBlurKernel(0, 1.0, k), 3);
   EXPECT_EQ(FilterGetBlurKernel(-7, 2.0, k), 3);
 }
@@ -127,21 +111,8 @@ TEST(OptimalKernelWidth, RadiusAndSigmaRules) {
   EXPECT_EQ(FilterGetOptimalKernelWidth(1.0, 0.5), 3);
   EXPECT_EQ(FilterGetOptimalKernelWidth(2.5, 0.5), 7);
   EXPECT_EQ(FilterGetOptimalKernelWidth(4.0, 0.5), 9);
-  // Without a radius: the last width whose outer tap still rounds above 0 in
-  // 8 bits. Checked against the rule written out.
-  for (double sigma : {0.5, 1.0, 1.5, 3.0}) {
-    int w = FilterGetOptimalKernelWidth(0.0, sigma);
-    auto passes = [&](int width) {
-      double sum = 0;
-      for (int u = -width / 2; u <= width / 2; ++u) sum += std::exp(-u * u / (2 * sigma * sigma));
-      return static_cast<int>(255 * std::exp(-(width / 2) * (width / 2) / (2 * sigma * sigma)) / sum) > 0;
-    };
-    EXPECT_EQ(w % 2, 1);
-    EXPECT_FALSE(passes(w + 2)) << sigma;
-    if (w >= 5) {
-      EXPECT_TRUE(passes(w)) << sigma;
-    }
-  }
+  // Without a radius: the last width whose outer tap still rounds above 0 in 8 bits.
+  EXPECT_EQ(FilterGetOptimalKernelWidth(0.0, 1.0), 7);
 }
 
 // ---- Blur --------------------------------------------------------------------
@@ -169,68 +140,11 @@ TEST(GaussianBlur, MatchesThePlainRuleOnRandomImages) {
   }
 }
 
-TEST(GaussianBlur, UniformImageStaysUniformEdgesIncluded) {
-  for (int value : {0, 1, 77, 200, 254, 255})
-    for (int bits : {24, 8}) {
-      HDIB src = Flat(31, 19, bits, value);
-      FILTERPARAM p = Defaults(src);
-      p.ImageType = bits == 8 ? IMAGE_GREY : IMAGE_TRUECOLOUR;
-      p.FilterGaussianRadius = 90;  // width 19: every edge stretch is exercised
-      HDIB out = FilterGaussianBlur(src, &p);
-      EXPECT_TRUE(SameBlock(out, src)) << value << " @" << bits;
-    }
-}
-
-TEST(GaussianBlur, SingleSampleLineDividesByItsOwnWeight) {
-  // A single-sample line meets only the centre tap, and the half is added
-  // before the division: (v k + 0.5) / k, at most 255.
-  std::vector<double> k;
-  FilterGetBlurKernel(9, 5.0, k);
-  BYTE in[3] = {10, 200, 255}, res[3] = {};
-  FilterBlurScanlineRGB(k.data(), 9, in, res, 1);
-  for (int c = 0; c < 3; ++c)
-    EXPECT_EQ(res[c], std::min(255, static_cast<int>((in[c] * k[4] + 0.5) / k[4]))) << c;
-  EXPECT_EQ(res[2], 255);
-}
-
 TEST(GaussianBlur, OtherImageTypesAreCopied) {
   HDIB src = RandomDib(20, 20, 4, 3, 3);
   FILTERPARAM p = Defaults(src);
   ASSERT_EQ(p.ImageType, IMAGE_PALETTED);
   EXPECT_TRUE(SameBlock(FilterGaussianBlur(src, &p), src));
-}
-
-// ---- Unsharp mask ---------------------------------------------------------------
-
-TEST(UnsharpMask, AmountZeroGivesTheSourceBack) {
-  for (int bits : {24, 8}) {
-    HDIB src = RandomDib(33, 27, bits, 11, 10);
-    FILTERPARAM p = Defaults(src);
-    p.FilterUnsharpAmount = 0;
-    EXPECT_TRUE(SameBlock(FilterUnsharpMaskImage(src, &p), src));
-  }
-}
-
-TEST(UnsharpMask, ThresholdAndAmountFollowTheRule) {
-  HDIB src = RandomDib(40, 30, 24, 12);
-  for (int threshold : {1, 15})
-    for (int amount : {4, 50}) {
-      FILTERPARAM p = Defaults(src);
-      p.FilterUnsharpThreshold = threshold;
-      p.FilterUnsharpAmount = amount;
-      HDIB out = FilterUnsharpMaskImage(src, &p);
-      HDIB blur = FilterGaussianBlur(src, &p);
-      const BITMAPINFOHEADER *s = LockDib(src), *o = LockDib(out), *b = LockDib(blur);
-      for (std::size_t i = 0; i < s->biSizeImage; ++i) {
-        int sv = DibBits(s)[i], bv = DibBits(b)[i], d = sv - bv;
-        int expect = sv;
-        if (!(255 * (threshold * 0.1) > std::abs(2 * d))) {
-          double v = sv + d * (amount * 0.1);
-          expect = v < 0 ? 0 : v > 255 ? 255 : static_cast<int>(v + 0.5);
-        }
-        ASSERT_EQ(DibBits(o)[i], expect) << i;
-      }
-    }
 }
 
 // ---- Square kernels -------------------------------------------------------------
@@ -253,50 +167,6 @@ TEST(Convolve, EmbossAndSharpenMatchThePlainTorusRule) {
   }
 }
 
-TEST(Convolve, EmbossKernelSignsAndZeroedAntiDiagonal) {
-  std::vector<double> k = FilterMakeEmbossKernel(5, 2.5);
-  ASSERT_EQ(k.size(), 25u);
-  double sum = 0;
-  for (int r = 0; r < 5; ++r)
-    for (int c = 0; c < 5; ++c) {
-      int u = c - 2, v = r - 2;
-      double e = std::exp(-(u * u + v * v) / 6.25);
-      double expect = (u + r == 2) ? 0.0 : ((u < 0 || v < 0) ? -8 : 8) * e;
-      EXPECT_DOUBLE_EQ(k[r * 5 + c], expect) << r << "," << c;
-      sum += k[r * 5 + c];
-    }
-  // The 3-wide kernel cancels exactly (its non-zero taps pair off with
-  // opposite signs); wider ones keep the mixed-sign quadrants and do not.
-  EXPECT_GT(std::fabs(sum), 1.0);
-  std::vector<double> k3 = FilterMakeEmbossKernel(3, 1.5);
-  double sum3 = 0;
-  for (double v : k3) sum3 += v;
-  EXPECT_LT(std::fabs(sum3), 1e-12);
-  EXPECT_DOUBLE_EQ(k3[4], 0.0);
-  EXPECT_DOUBLE_EQ(k3[5], 8.0 * std::exp(-1 / 2.25));
-  EXPECT_DOUBLE_EQ(k3[3], -8.0 * std::exp(-1 / 2.25));
-}
-
-TEST(Convolve, EmbossSumIsTakenAsZeroNotAsADivisor) {
-  // A horizontal ramp: with no division the result is the raw weighted sum.
-  HDIB src = Flat(9, 9, 8, 0);
-  BITMAPINFOHEADER* h = LockDib(src);
-  for (int y = 0; y < 9; ++y)
-    for (int x = 0; x < 9; ++x) DibRow(h, y)[x] = static_cast<BYTE>(100 + 3 * x);
-  FILTERPARAM p = Defaults(src);
-  p.ImageType = IMAGE_GREY;
-  p.FilterEmbossWidth = 3;
-  p.FilterEmbossSigma = 15;
-  HDIB out = FilterEmbossImage(src, &p);
-  std::vector<double> k = FilterMakeEmbossKernel(3, 1.5);
-  double s = 0;
-  for (int r = 0; r < 3; ++r)
-    for (int c = 0; c < 3; ++c) s += k[r * 3 + c] * (100 + 3 * (4 - 1 + c));
-  EXPECT_GT(s, 10.0);  // a real relief value, far from what a 1e-16 divisor would give
-  int expect = s < 0 ? 0 : s > 255 ? 255 : static_cast<int>(s + 0.5);
-  EXPECT_EQ(DibRow(LockDib(out), 4)[4], expect);
-}
-
 TEST(Convolve, EvenWidthRunsOneWiderAndSmallImagesFail) {
   HDIB src = RandomDib(12, 12, 24, 7);
   FILTERPARAM p = Defaults(src);
@@ -310,22 +180,6 @@ TEST(Convolve, EvenWidthRunsOneWiderAndSmallImagesFail) {
   EXPECT_FALSE(FilterEmbossImage(narrow, &p));
   std::vector<double> k(16, 1.0);
   EXPECT_FALSE(FilterConvolveImage(src, 4, k.data(), &p));
-}
-
-TEST(Convolve, SharpenOfUniformImageIsThatImage) {
-  for (int value : {0, 3, 128, 255}) {
-    HDIB src = Flat(20, 15, 24, value);
-    FILTERPARAM p = Defaults(src);
-    for (int width : {3, 7, 15}) {
-      p.FilterSharpenWidth = width;
-      EXPECT_TRUE(SameBlock(FilterSharpenImage(src, &p), src)) << value << " w" << width;
-    }
-  }
-  std::vector<double> k = FilterMakeSharpenKernel(3, 1.5);
-  double t = 0;
-  for (int i = 0; i < 9; ++i)
-    if (i != 4) t += k[i];
-  EXPECT_DOUBLE_EQ(k[4], -2.0 * (t + 1.0));
 }
 
 TEST(Convolve, OtherTypesLeaveTheResultBlack) {

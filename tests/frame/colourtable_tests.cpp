@@ -19,53 +19,38 @@ using test::TempDir;
 COLOURTABLEITEM Item(const std::string& name, COLORREF c) { return COLOURTABLEITEM{name, c}; }
 
 
-TEST(ColourTable, SpacesBackspacesAndCommasAroundTheNumbers) {
-  COLOURTABLEITEM item;
-  // A space before '=' belongs to the name; spaces after '=' or after a comma
-  // don't touch the numbers.
-  ASSERT_TRUE(ParseColourTableLine("Sky blue =  135, 206,   235", &item));
-  EXPECT_EQ(item.Name, "Sky blue ");
-  EXPECT_EQ(item.Colour, RGB(135, 206, 235));
-  // Byte 8 is skipped right after '=' only.
-  ASSERT_TRUE(ParseColourTableLine("a=\b\b 7,8,9", &item));
-  EXPECT_EQ(item.Colour, RGB(7, 8, 9));
-  ASSERT_TRUE(ParseColourTableLine("a=7,\b8,9", &item));
-  EXPECT_EQ(item.Colour, RGB(7, 0, 9));
-  // Runs of commas count as one.
-  ASSERT_TRUE(ParseColourTableLine("b=1,,,2,,3", &item));
-  EXPECT_EQ(item.Colour, RGB(1, 2, 3));
-  // Trailing text after a number is ignored by atol.
-  ASSERT_TRUE(ParseColourTableLine("c=10px,20;,30 and more", &item));
-  EXPECT_EQ(item.Colour, RGB(10, 20, 30));
-  // Only the first '=' splits; a later one is part of the numbers' text.
-  ASSERT_TRUE(ParseColourTableLine("d=1=2,3,4", &item));
-  EXPECT_EQ(item.Name, "d");
-  EXPECT_EQ(item.Colour, RGB(1, 3, 4));
-  // Empty numbers read as 0; but ",," is one comma, so two of them are too few.
-  ASSERT_TRUE(ParseColourTableLine("e=, ,", &item));
-  EXPECT_EQ(item.Colour, RGB(0, 0, 0));
-  EXPECT_FALSE(ParseColourTableLine("f=1,,,,2", &item));
-  EXPECT_EQ(item.Name, "e");
-}
-
-TEST(ColourTable, LowEightBitsOfEachNumber) {
-  COLOURTABLEITEM item;
-  ASSERT_TRUE(ParseColourTableLine("x=256,257,258", &item));
-  EXPECT_EQ(item.Colour, RGB(0, 1, 2));
-  ASSERT_TRUE(ParseColourTableLine("x=-1,511,1000", &item));
-  EXPECT_EQ(item.Colour, RGB(255, 255, 1000 & 255));
-  ASSERT_TRUE(ParseColourTableLine("x=99999999999999999999999,0,0", &item));  // clamps like atol, then 8 bits
-  EXPECT_EQ(GetRValue(item.Colour), 255);
-}
-
-TEST(ColourTable, LinesThatAreNotEntries) {
-  COLOURTABLEITEM item{"keep", 42};
-  for (const char* line : {"=1,2,3", "name 1,2,3", "name=1,2", "name=1 2 3", "", "# comment", "name=", ",,=1,2"}) {
-    EXPECT_FALSE(ParseColourTableLine(line, &item)) << line;
-    EXPECT_EQ(item.Name, "keep") << "a skipped line leaves the item alone";
+TEST(ColourTable, LineRules) {
+  // A space before '=' belongs to the name; byte 8 is skipped right after '='
+  // only; runs of commas count as one; atol reads each number (only the first
+  // '=' splits) and its low eight bits count.
+  struct {
+    const char* line;
+    const char* name;  // nullptr: not an entry
+    COLORREF colour;
+  } cases[] = {{"Sky blue =  135, 206,   235", "Sky blue ", RGB(135, 206, 235)},
+               {"a=\b\b 7,8,9", "a", RGB(7, 8, 9)},
+               {"a=7,\b8,9", "a", RGB(7, 0, 9)},
+               {"b=1,,,2,,3", "b", RGB(1, 2, 3)},
+               {"c=10px,20;,30 and more", "c", RGB(10, 20, 30)},
+               {"d=1=2,3,4", "d", RGB(1, 3, 4)},
+               {"e=, ,", "e", RGB(0, 0, 0)},
+               {"x=256,257,258", "x", RGB(0, 1, 2)},
+               {"x=-1,511,1000", "x", RGB(255, 255, 1000 & 255)},
+               {"x=99999999999999999999999,0,0", "x", RGB(255, 0, 0)},
+               {"f=1,,,,2", nullptr, 0},
+               {"=1,2,3", nullptr, 0},
+               {"name 1,2,3", nullptr, 0},
+               {"name=1,2", nullptr, 0},
+               {"name=1 2 3", nullptr, 0},
+               {"", nullptr, 0},
+               {"name=", nullptr, 0},
+               {",,=1,2", nullptr, 0},
+               {"a,b,c=1", nullptr, 0}};
+  for (auto c : cases) {
+    COLOURTABLEITEM item{"keep", 42};
+    EXPECT_EQ(ParseColourTableLine(c.line, &item), c.name != nullptr) << c.line;
+    EXPECT_EQ(item, c.name ? Item(c.name, c.colour) : Item("keep", 42)) << c.line;
   }
-  // Commas only count after the '='.
-  EXPECT_FALSE(ParseColourTableLine("a,b,c=1", &item));
 }
 
 TEST(ColourTable, FileTextLineEndsAndOrder) {

@@ -5,73 +5,35 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "frame/config.h"
 
 namespace ochrel {
 namespace {
 
-// The on/off and text rows; every other row is a number. Names, order and
-// compiled-in values are pinned by the byte-exact default file in config_tests.
-const std::set<std::string> kOnOffRows = {
-    "AutoAdjustTaskWindow", "ColourToleranceIdentical", "CreateBackups", "DefaultAntialias", "DefaultGridActive",
-    "DefaultGridShow", "DefaultShadow", "DefaultTextFontBold", "DefaultTextFontItal", "DefaultTextFontUnder",
-    "FillTypeRightClick", "FilterApplyToDuplicate", "FilterNoiseColour", "FilterRemember",
-    "FilterResizeInterpolate", "FilterResizeConstant", "FilterRotateInterpolate", "FilterRotatePreserve",
-    "FilterShadeLevel", "MaximizeBrowser", "RecoveryActive", "RevertAfterEyedropper", "ShowFileOpenPreview", "ShowFontNameSamples",
-    "ShowStartupWindow", "ShowTipOfTheDay", "StartMaximized", "ToolBoxDouble", "UpdateDefaults", "WarnNonBeta",
-    "WarnShowManual"};
-const std::set<std::string> kTextRows = {
-    "ApplicationPath", "BuildDate", "ButtonList", "ColourTableFile", "DefaultFilterType", "DefaultTextFontName",
-    "DefaultTextureFileName", "ForRent", "MatrixLibrary", "MatrixDefaultTile", "OpenPath", "TextFontExampleString"};
-
-TEST(ConfigTable, EveryRowHasItsTypeAndTextsAreZeroFilled) {
+// Names, order and compiled-in values are pinned by the byte-exact
+// default file in config_tests.
+TEST(ConfigTable, RowsAreSoundAndEachHasItsOwnVariable) {
   static_assert(MAXCONFIGITEM == 160);
   ASSERT_EQ(std::size(configitem), static_cast<std::size_t>(MAXCONFIGITEM));
   RestoreDefaultSettings();
   std::set<std::string> names;
+  std::set<const void*> seen;  // two rows on one variable would let a load set the wrong one
   for (const CONFIGITEM& item : configitem) {
     SCOPED_TRACE(item.name);
     EXPECT_TRUE(names.insert(item.name).second);
-    unsigned typeFlags = item.flags & (CI_ONOFF | CI_TEXT | CI_NUMBER);
-    if (kTextRows.count(item.name)) {
-      EXPECT_EQ(typeFlags, CI_TEXT);
-      ASSERT_NE(item.text, nullptr);
-      EXPECT_EQ(item.number, nullptr);
+    EXPECT_TRUE(seen.insert(item.number ? static_cast<const void*>(item.number) : item.text).second);
+    EXPECT_NE(item.number == nullptr, item.text == nullptr);
+    EXPECT_EQ(item.text != nullptr, (item.flags & CI_TEXT) != 0);
+    if (item.text)
       for (std::size_t k = std::strlen(item.text); k < kSettingTextSize; ++k) ASSERT_EQ(item.text[k], 0);
-    } else {
-      EXPECT_EQ(typeFlags, kOnOffRows.count(item.name) ? CI_ONOFF : CI_NUMBER);
-      ASSERT_NE(item.number, nullptr);
-      EXPECT_EQ(item.text, nullptr);
-      if (typeFlags == CI_ONOFF) {
-        EXPECT_TRUE(*item.number == 0 || *item.number == 1);
-      }
-    }
+    if (item.flags & CI_ONOFF) EXPECT_TRUE(*item.number == 0 || *item.number == 1);
   }
-  EXPECT_EQ(StickyWindowBottom, -1);  // written unsigned in the file
-}
-
-TEST(ConfigTable, RowsAreBoundToTheProgramVariables) {
-  EXPECT_EQ(FindConfigItem("DefaultBrushThickness")->number, &DefaultBrushThickness);
   EXPECT_EQ(FindConfigItem("JPEGQualityFactor")->number, &JPEGQualityFactor);
-  EXPECT_EQ(FindConfigItem("StickyWindowBottom")->number, &StickyWindowBottom);
-  EXPECT_EQ(FindConfigItem("ButtonList")->text, ButtonList);
-  EXPECT_EQ(FindConfigItem("OpenPath")->text, OpenPath);
-  EXPECT_EQ(FindConfigItem("WarnShowManual")->number, &WarnShowManual);
-  // No two rows share a variable, or a load would set the wrong one.
-  std::set<const void*> seen;
-  for (const CONFIGITEM& item : configitem) {
-    const void* v = item.number ? static_cast<const void*>(item.number) : static_cast<const void*>(item.text);
-    EXPECT_TRUE(seen.insert(v).second) << item.name;
-  }
   EXPECT_EQ(FindConfigItem("jpegqualityfactor"), nullptr);
   EXPECT_EQ(FindConfigItem("JPEGQuality"), nullptr);
-}
-
-TEST(ConfigTable, ButtonListHoldsTheButtonBytes) {
-  RestoreDefaultSettings();
-  const unsigned char want[] = {58, 57, 50, 51, 53, 190, 54, 55, 0};
-  EXPECT_EQ(std::memcmp(ButtonList, want, sizeof want), 0);
 }
 
 TEST(ConfigTable, OnlyTheBuildStampsAreWriteOnly) {
@@ -82,35 +44,25 @@ TEST(ConfigTable, OnlyTheBuildStampsAreWriteOnly) {
 }
 
 TEST(ConfigTable, SetupControlsFollowTheTable) {
-  struct {
-    unsigned control;
-    const char* name;
-  } checks[] = {{113, "AutoAdjustTaskWindow"}, {119, "CreateBackups"},   {121, "RevertAfterEyedropper"},
-                {107, "ShowStartupWindow"},    {108, "ShowTipOfTheDay"}, {122, "UpdateDefaults"},
-                {115, "WarnShowManual"},       {105, "MaximizeBrowser"}};
-  for (auto c : checks) {
-    const CONFIGITEM* item = FindConfigItemByControl(c.control);
-    ASSERT_NE(item, nullptr) << c.control;
-    EXPECT_STREQ(item->name, c.name);
-    EXPECT_EQ(item->flags, CI_ONOFF) << c.name;
+  const char* onOff[] = {"MaximizeBrowser", "ShowStartupWindow", "ShowTipOfTheDay", "AutoAdjustTaskWindow",
+                         "WarnShowManual", "CreateBackups", "RevertAfterEyedropper", "UpdateDefaults"};
+  const unsigned controls[] = {105, 107, 108, 113, 115, 119, 121, 122};
+  for (int i = 0; i < 8; ++i) {
+    const CONFIGITEM* item = FindConfigItemByControl(controls[i]);
+    ASSERT_NE(item, nullptr) << controls[i];
+    EXPECT_STREQ(item->name, onOff[i]);
+    EXPECT_EQ(item->flags, CI_ONOFF) << onOff[i];
   }
   int lo = 0, hi = 0, start = 0;
-  const CONFIGITEM* jpeg = FindConfigItemByControl(114);
-  ASSERT_NE(jpeg, nullptr);
-  EXPECT_STREQ(jpeg->name, "JPEGQualityFactor");
-  EXPECT_EQ(jpeg->flags, CI_NUMBER | CI_SPIN);
-  ASSERT_TRUE(ParseSpinRange(jpeg->spin, &lo, &hi, &start));
-  EXPECT_EQ(lo, 1);
-  EXPECT_EQ(hi, 100);
-  EXPECT_EQ(start, 75);
-  const CONFIGITEM* nudge = FindConfigItemByControl(120);
-  ASSERT_NE(nudge, nullptr);
-  EXPECT_STREQ(nudge->name, "NudgeSize");
-  ASSERT_TRUE(ParseSpinRange(nudge->spin, &lo, &hi, &start));
-  EXPECT_EQ(lo, 1);
-  EXPECT_EQ(hi, 32);
-  EXPECT_EQ(start, 1);
-
+  for (auto [control, name, wantLo, wantHi, wantStart] :
+       {std::tuple{114u, "JPEGQualityFactor", 1, 100, 75}, {120u, "NudgeSize", 1, 32, 1}}) {
+    const CONFIGITEM* item = FindConfigItemByControl(control);
+    ASSERT_NE(item, nullptr) << control;
+    EXPECT_STREQ(item->name, name);
+    EXPECT_EQ(item->flags, CI_NUMBER | CI_SPIN) << name;
+    ASSERT_TRUE(ParseSpinRange(item->spin, &lo, &hi, &start)) << name;
+    EXPECT_EQ(std::tuple(lo, hi, start), std::tuple(wantLo, wantHi, wantStart)) << name;
+  }
   // The view mode list: eleven zoom steps, index 5 is 100 percent.
   const CONFIGITEM* view = FindConfigItemByControl(103);
   ASSERT_NE(view, nullptr);
@@ -139,10 +91,7 @@ TEST(ConfigTable, SetupControlsFollowTheTable) {
 TEST(ConfigTable, SetupBindingHelpers) {
   RestoreDefaultSettings();
   const CONFIGITEM& jpeg = *FindConfigItem("JPEGQualityFactor");
-  EXPECT_EQ(ClampSpinValue(jpeg, 0), 1);
-  EXPECT_EQ(ClampSpinValue(jpeg, -50), 1);
-  EXPECT_EQ(ClampSpinValue(jpeg, 101), 100);
-  EXPECT_EQ(ClampSpinValue(jpeg, 55), 55);
+  for (auto [value, clamped] : {std::pair{0, 1}, {-50, 1}, {101, 100}, {55, 55}}) EXPECT_EQ(ClampSpinValue(jpeg, value), clamped);
   EXPECT_EQ(ClampSpinValue(*FindConfigItem("NudgeSize"), 33), 32);
   EXPECT_EQ(ClampSpinValue(*FindConfigItem("LogoDelay"), 123456), 123456);  // no spin, no range
 
@@ -168,17 +117,6 @@ TEST(ConfigTable, SetupBindingHelpers) {
   setting = 2;  // an index is no value here
   EXPECT_EQ(ConfigChoiceSelection(byValue), -1);
   RestoreDefaultSettings();
-}
-
-TEST(ConfigTable, ConstantsWithoutRows) {
-  EXPECT_EQ(FileMenuRange, 10u);
-  EXPECT_STREQ(ControlFontName, "Arial");
-  EXPECT_EQ(OkToSaveConfig, 1);
-  EXPECT_EQ(NormalTextFontSize, 16);
-  EXPECT_EQ(SmallTextFontSize, 12);
-  for (const char* name : {"FileMenuRange", "ControlFontName", "OkToSaveConfig", "NormalTextFontSize",
-                           "SmallTextFontSize"})
-    EXPECT_EQ(FindConfigItem(name), nullptr) << name;
 }
 
 TEST(ConfigTable, RestoreDefaultSettingsUndoesEveryChange) {

@@ -34,34 +34,7 @@ COLORREF ColourAt(const HDIB& d, int x, int y) {
   return RGB(pal[3 * v], pal[3 * v + 1], pal[3 * v + 2]);
 }
 
-TEST(ConvertToGrey, WeightsTruncatedTermByTerm) {
-  HDIB img = Pixels(4, 1, {RGB(0, 255, 0), RGB(255, 255, 255), RGB(255, 0, 0), RGB(0, 0, 255)});
-  HDIB g = ConvertToGrey(img);
-  ASSERT_TRUE(g);
-  EXPECT_EQ(GetImageType(g), IMAGE_GREY);
-  std::vector<int> v;
-  for (int x = 0; x < 4; ++x) v.push_back(int(GetDibPixel(LockDib(g), x, 0)));
-  EXPECT_EQ(v, (std::vector<int>{150, 254, 76, 28}));
-  // A paletted image takes the same weights through its palette, at every depth.
-  for (int bits : {1, 4, 8, 24}) {
-    HDIB src = RandomDib(19, 5, bits, 3u + bits);
-    HDIB grey = ConvertToGrey(src);
-    for (int y = 0; y < 5; ++y)
-      for (int x = 0; x < 19; ++x) ASSERT_EQ(int(GetDibPixel(LockDib(grey), x, y)), Luminance(ColourAt(src, x, y))) << bits;
-  }
-}
-
-TEST(ConvertToTrueColour, CopiesColoursThroughThePalette) {
-  for (int bits : {1, 4, 8, 24}) {
-    HDIB src = RandomDib(21, 6, bits, 11u + bits);
-    HDIB t = ConvertToTrueColour(src);
-    ASSERT_EQ(LockDib(t)->biBitCount, 24);
-    for (int y = 0; y < 6; ++y)
-      for (int x = 0; x < 21; ++x) ASSERT_EQ(ColourAt(t, x, y), ColourAt(src, x, y)) << bits;
-  }
-  HDIB src = RandomDib(33, 7, 24, 1);
-  EXPECT_TRUE(SameBlock(ConvertToTrueColour(src), src));
-}
+// The grey weights, truncated term by term, are pinned by the grey-conversion digests.
 
 TEST(ConvertOntoPalette, NearestByPlainDistance) {
   BYTE mono[768];
@@ -104,79 +77,26 @@ HDIB HundredColours() {
   return Pixels(10, 10, px);
 }
 
-TEST(PaletteStrategies, Option102HasZerosAndTheFixedBlock) {
+TEST(PaletteStrategies, ThePreviewNeverSorts) {
   HDIB img = HundredColours();
-  BYTE pal[768];
-  ASSERT_TRUE(StrategyPalette(img, 102, false, pal));
-  for (int i = 100 * 3; i < 240 * 3; ++i) ASSERT_EQ(pal[i], 0) << i / 3;
-  BYTE vga[768];
-  GetDefaultPalette(vga, nullptr, 3);
-  EXPECT_EQ(0, std::memcmp(pal + 240 * 3, vga, 48));
-  // Sorted by luminance in its first 100 entries.
-  for (int i = 1; i < 100; ++i)
-    ASSERT_LE(Luminance(pal[3 * i - 3], pal[3 * i - 2], pal[3 * i - 1]), Luminance(pal[3 * i], pal[3 * i + 1], pal[3 * i + 2]));
-  // The result of option 102 carries that palette, and all 100 colours survive.
-  HDIB r = ConvertToPaletteStrategy(img, 102);
-  ASSERT_TRUE(r);
-  BYTE got[768];
-  GetDibPalette(LockDib(r), got);
-  EXPECT_EQ(0, std::memcmp(pal, got, 768));
-  for (int y = 0; y < 10; ++y)
-    for (int x = 0; x < 10; ++x) ASSERT_EQ(ColourAt(r, x, y), ColourAt(img, x, y));
-}
-
-TEST(PaletteStrategies, Option101IsUnsortedAnd103Sorted) {
-  HDIB img = HundredColours();
-  HDIB a = ConvertToPaletteStrategy(img, 101), b = ConvertToPaletteStrategy(img, 103);
-  BYTE pa[768], pb[768], q[768];
+  HDIB a = ConvertToPaletteStrategy(img, 101), b = ConvertToPaletteStrategy(img, 103),
+       p = ConvertToPaletteStrategy(img, 103, true);
+  BYTE pa[768], pb[768], pp[768];
   GetDibPalette(LockDib(a), pa);
   GetDibPalette(LockDib(b), pb);
-  int n = 256;
-  Quantize(10, 10, &n, q, img);
-  EXPECT_EQ(0, std::memcmp(pa, q, 768));  // first appearance order
-  SortPalette(q, n);
-  EXPECT_EQ(0, std::memcmp(pb, q, 768));
-  EXPECT_NE(0, std::memcmp(pa, pb, 768));
-  // The preview never sorts: 103's preview palette is the unsorted one.
-  HDIB p = ConvertToPaletteStrategy(img, 103, true);
-  BYTE pp[768];
   GetDibPalette(LockDib(p), pp);
+  EXPECT_NE(0, std::memcmp(pa, pb, 768));
   EXPECT_EQ(0, std::memcmp(pp, pa, 768));
-  // An unknown id runs option 101.
-  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 4711), a));
 }
 
-TEST(PaletteStrategies, EachOptionRunsItsOperation) {
-  HDIB img = RandomDib(40, 30, 24, 5);
-  BYTE p8[768], p3[768];
-  GetDefaultPalette(p8, nullptr, 8);
-  GetDefaultPalette(p3, nullptr, 3);
-  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 105), DitherDib(img, p8, 8, 0)));
-  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 106), RemapDib(img, p8, 8, 0)));
-  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 107), ConvertToBayerDither256(img)));
-  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 108), ConvertToBayerDither16(img)));
-  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 109), RemapDib(img, p3, 4, 0)));
-  BYTE q[768];
-  ASSERT_TRUE(StrategyPalette(img, 104, false, q));
-  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 104), RemapDib(img, q, 8, 0)));
-  // Dithered strategies refuse a mono image; the remapped ones take it.
-  HDIB mono = RandomDib(8, 8, 1, 2);
-  EXPECT_FALSE(ConvertToPaletteStrategy(mono, 101));
-  EXPECT_FALSE(ConvertToPaletteStrategy(mono, 102));
-  EXPECT_FALSE(ConvertToPaletteStrategy(mono, 105));
-  EXPECT_TRUE(ConvertToPaletteStrategy(mono, 103));
-  EXPECT_TRUE(ConvertToPaletteStrategy(mono, 109));
-}
-
-TEST(MonoStrategies, OptionsAndTheDefaultBranch) {
+TEST(Strategies, UnknownIdsFallBackAndMonoSourcesAreRefusedByTheDitherers) {
+  // Each option's own output is pinned by the byte-identity digests.
   HDIB img = RandomDib(30, 20, 24, 8);
-  BYTE mono[768];
-  GetDefaultPalette(mono, nullptr, 0);
-  EXPECT_TRUE(SameBlock(ConvertToMonoStrategy(img, 101), DitherDib(img, mono, 1, 0)));
-  EXPECT_TRUE(SameBlock(ConvertToMonoStrategy(img, 102), ConvertToBayerDither2(img)));
-  EXPECT_TRUE(SameBlock(ConvertToMonoStrategy(img, 103), RemapDib(img, mono, 1, 0)));
-  EXPECT_TRUE(SameBlock(ConvertToMonoStrategy(img, 0), DitherDib(img, mono, 1, 0)));
-  EXPECT_FALSE(SameBlock(ConvertToMonoStrategy(img, 102), ConvertToMonoStrategy(img, 103)));
+  EXPECT_TRUE(SameBlock(ConvertToMonoStrategy(img, 0), ConvertToMonoStrategy(img, 101)));
+  EXPECT_TRUE(SameBlock(ConvertToPaletteStrategy(img, 4711), ConvertToPaletteStrategy(img, 101)));
+  HDIB mono = RandomDib(8, 8, 1, 2);
+  for (int o : {101, 102, 105}) EXPECT_FALSE(ConvertToPaletteStrategy(mono, o)) << o;
+  for (int o : {103, 109}) EXPECT_TRUE(ConvertToPaletteStrategy(mono, o)) << o;
 }
 
 // ---- Preview --------------------------------------------------------------------------------

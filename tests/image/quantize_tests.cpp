@@ -69,34 +69,6 @@ int OracleQuantize(const HDIB& image, int* colours, BYTE* palette) {
   return 1;
 }
 
-TEST(Quantize, OneColourIsKeptExactly) {
-  HDIB img = TrueColour(5, 4, std::vector<COLORREF>(20, RGB(201, 7, 99)));
-  BYTE pal[768];
-  std::memset(pal, 0xAA, sizeof pal);
-  int colours = 256;
-  ASSERT_EQ(Quantize(5, 4, &colours, pal, img), 1);
-  EXPECT_EQ(colours, 1);
-  EXPECT_EQ(Entry(pal, 0), (std::vector<int>{201, 7, 99}));
-  for (int i = 3; i < 768; ++i) ASSERT_EQ(pal[i], 0) << i;
-}
-
-TEST(Quantize, FewColoursInOrderOfFirstAppearanceBottomRowFirst) {
-  // 200 colours over 20 rows of 10; the bottom row holds colours 0 to 9.
-  std::vector<COLORREF> px;
-  for (int y = 0; y < 20; ++y)
-    for (int x = 0; x < 10; ++x) px.push_back(RGB((19 - y) * 10 + x, 255 - x, y * 3));
-  HDIB img = TrueColour(10, 20, px);
-  BYTE pal[768];
-  int colours = 240;
-  ASSERT_EQ(Quantize(10, 20, &colours, pal, img), 1);
-  ASSERT_EQ(colours, 200);
-  for (int i = 0; i < 200; ++i) {
-    int row = i / 10, x = i % 10;  // stored row `row` is picture row 19 - row
-    ASSERT_EQ(Entry(pal, i), (std::vector<int>{row * 10 + x, 255 - x, (19 - row) * 3})) << i;
-  }
-  EXPECT_EQ(Entry(pal, 200), (std::vector<int>{0, 0, 0}));
-}
-
 TEST(Quantize, FullListEndsAtTheNextPixelWhateverItsColour) {
   // Three colours with a maximum of three: exact only if the third new colour
   // comes last; one more pixel of an old colour makes the list overflow.
@@ -174,65 +146,6 @@ TEST(Quantize, ManyColoursMatchTheLiteralRuleAndStayAtMost240) {
   EXPECT_EQ(Quantize(10, 10, &colours, pal, HDIB{}), 0);
   colours = 0;
   EXPECT_EQ(Quantize(4, 1, &colours, pal, TrueColour(4, 1, {0, 0, 0, 0})), 0);
-}
-
-// ---- The sorts ---------------------------------------------------------------------
-
-std::vector<COLOURCELL> Cells(const std::vector<int>& reds) {
-  std::vector<COLOURCELL> c;
-  for (std::size_t i = 0; i < reds.size(); ++i) c.push_back(COLOURCELL{{BYTE(reds[i]), 0, 0}, 0, std::uint32_t(i), nullptr});
-  return c;
-}
-
-TEST(Sorts, InsertionReversesEqualsAndQuicksortIsADescendingPermutation) {
-  SortRGBAxis = 0;
-  auto c = Cells({3, 7, 3, 9, 3});
-  std::vector<COLOURCELL*> a;
-  for (auto& x : c) a.push_back(&x);
-  pinsert(a.data(), 5);
-  std::vector<std::uint32_t> order;
-  for (auto* p : a) order.push_back(p->Count);
-  EXPECT_EQ(order, (std::vector<std::uint32_t>{3, 1, 4, 2, 0}));  // the three 3s reversed
-
-  for (int n : {8, 9, 31, 200, 4096}) {
-    std::vector<int> reds;
-    for (int i = 0; i < n; ++i) reds.push_back((i * 7919 + n) % 16);
-    auto cells = Cells(reds);
-    std::vector<COLOURCELL*> p;
-    for (auto& x : cells) p.push_back(&x);
-    for (int axis : {0, 1}) {
-      SortRGBAxis = axis;
-      psort(p.data(), n);
-      std::vector<std::uint32_t> ids;
-      for (int i = 0; i < n; ++i) {
-        if (i) {
-          ASSERT_GE(p[i - 1]->level[axis], p[i]->level[axis]);
-        }
-        ids.push_back(p[i]->Count);
-      }
-      std::sort(ids.begin(), ids.end());
-      for (int i = 0; i < n; ++i) ASSERT_EQ(ids[i], std::uint32_t(i));
-    }
-  }
-  SortRGBAxis = 0;
-}
-
-TEST(Sorts, SortPaletteByLuminanceAndStableOnEquals) {
-  BYTE pal[12] = {200, 200, 200, 0, 255, 0, 255, 0, 0, 0, 0, 0};
-  SortPalette(pal, 4);
-  // Luminances 0, 76, 150, 200.
-  EXPECT_EQ(std::vector<int>(pal, pal + 12), (std::vector<int>{0, 0, 0, 255, 0, 0, 0, 255, 0, 200, 200, 200}));
-  // Equal luminance (10 and 10): already in order, nothing moves.
-  BYTE eq[9] = {0, 17, 0, 34, 0, 0, 0, 0, 91};
-  ASSERT_EQ(Luminance(0, 17, 0), Luminance(34, 0, 0));
-  BYTE copy[9];
-  std::memcpy(copy, eq, 9);
-  SortPalette(eq, 3);
-  EXPECT_EQ(0, std::memcmp(copy, eq, 9));
-  // Only the first `count` entries move.
-  BYTE part[9] = {255, 255, 255, 0, 0, 0, 1, 1, 1};
-  SortPalette(part, 2);
-  EXPECT_EQ(std::vector<int>(part, part + 9), (std::vector<int>{0, 0, 0, 255, 255, 255, 1, 1, 1}));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "image/dib.h"
 #include "render/wrapper.h"
+#include "draw_util.h"
 
 namespace ochrel {
 namespace {
@@ -96,8 +97,7 @@ TEST(WrapperCharacter, MaskHoldsTheGlyphInItsCell) {
   b.Character.Advance = m.advance;
   b.Character.LineHeight = m.height + 10;  // a wider line spacing asks for a deeper cell
   b.Character.Value = CoverageValue(160);
-  WRAPPERRESULT r = OCHLWRPR_proc(&b);
-  const BITMAPINFOHEADER* h = LockDib(r.Dib);
+  auto [r, h] = test::Draw(b);
   ASSERT_NE(h, nullptr);
   EXPECT_EQ(h->biBitCount, 8);
   EXPECT_GE(h->biWidth, m.advance);
@@ -127,9 +127,7 @@ TEST(WrapperCharacter, MaskHoldsTheGlyphInItsCell) {
 }
 
 TEST(WrapperCharacter, AntialiasedGlyphsHaveSoftEdgesAndItalicsKeepTheirInk) {
-  WRAPPERBLOCK b = CharBlock("O", 48, CHARACTER_MASK, 1);
-  WRAPPERRESULT r = OCHLWRPR_proc(&b);
-  const BITMAPINFOHEADER* h = LockDib(r.Dib);
+  auto [r, h] = test::Draw(CharBlock("O", 48, CHARACTER_MASK, 1));
   ASSERT_NE(h, nullptr);
   Ink k = InkOf(h);
   EXPECT_EQ(k.max, 255);
@@ -141,8 +139,7 @@ TEST(WrapperCharacter, AntialiasedGlyphsHaveSoftEdgesAndItalicsKeepTheirInk) {
   f.Character.TextFontItal = 1;
   f.Character.Advance = m.advance;
   f.Character.LineHeight = m.height;
-  WRAPPERRESULT rf = OCHLWRPR_proc(&f);
-  const BITMAPINFOHEADER* hf = LockDib(rf.Dib);
+  auto [rf, hf] = test::Draw(f);
   ASSERT_NE(hf, nullptr);
   Ink kf = InkOf(hf);
   EXPECT_LT(kf.right, hf->biWidth - 1);  // a free column at the right: nothing cut
@@ -223,8 +220,7 @@ TEST(WrapperGradient, ThroughTheEntryPoint) {
   b.Gradient.StartColour = RGB(1, 2, 3);
   b.Gradient.EndColour = RGB(250, 240, 230);
   b.Gradient.Bits = 24;
-  WRAPPERRESULT r = OCHLWRPR_proc(&b);
-  const BITMAPINFOHEADER* h = LockDib(r.Dib);
+  auto [r, h] = test::Draw(b);
   ASSERT_NE(h, nullptr);
   EXPECT_EQ(h->biWidth, 30);
   EXPECT_EQ(h->biHeight, 20);
@@ -233,8 +229,7 @@ TEST(WrapperGradient, ThroughTheEntryPoint) {
 
   b.Gradient.GradientType = 1;
   b.Gradient.Bits = 8;
-  WRAPPERRESULT g = OCHLWRPR_proc(&b);
-  const BITMAPINFOHEADER* hg = LockDib(g.Dib);
+  auto [g, hg] = test::Draw(b);
   ASSERT_NE(hg, nullptr);
   EXPECT_EQ(hg->biBitCount, 8);
   EXPECT_EQ(GetDibPixel(hg, 15, 10), 1u);

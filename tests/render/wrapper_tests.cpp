@@ -8,6 +8,7 @@
 
 #include "image/dib.h"
 #include "render/wrapper.h"
+#include "draw_util.h"
 #include "test_images.h"
 
 namespace ochrel {
@@ -38,7 +39,9 @@ const auto* const kGui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment)
 struct Extent {
   int left = 1 << 30, top = 1 << 30, right = -1, bottom = -1;  // inclusive
   bool empty() const { return right < 0; }
+  bool operator==(const Extent&) const = default;
 };
+void PrintTo(const Extent& e, std::ostream* os) { *os << e.left << "," << e.top << " to " << e.right << "," << e.bottom; }
 
 Extent InkExtent(const BITMAPINFOHEADER* h) {
   Extent e;
@@ -117,9 +120,7 @@ TEST(WrapperLine, MaskOriginAndExtentFollowThicknessAndCap) {
   // A horizontal line, 5 thick, across a box 21 wide: the mask starts
   // 5 / 2 + 4 = 6 pixels left of and above the box.
   for (int aa = 0; aa < 2; ++aa) {
-    WRAPPERBLOCK b = LineBlock({100, 100, 121, 121}, 0, 10, 20, 10, 5, LINECAP_FLAT, aa);
-    WRAPPERRESULT r = OCHLWRPR_proc(&b);
-    const BITMAPINFOHEADER* h = LockDib(r.Dib);
+    auto [r, h] = test::Draw(LineBlock({100, 100, 121, 121}, 0, 10, 20, 10, 5, LINECAP_FLAT, aa));
     ASSERT_NE(h, nullptr);
     EXPECT_EQ(h->biBitCount, 8);
     EXPECT_EQ(h->biWidth, 21 + 12);
@@ -165,9 +166,7 @@ TEST(WrapperLine, RoundCapsReachPastTheEndsFlatOnesDoNot) {
 
 TEST(WrapperLine, DiagonalIsPointSymmetricAndHardEdgesAreTwoLevels) {
   for (int aa = 0; aa < 2; ++aa) {
-    WRAPPERBLOCK b = LineBlock({0, 0, 41, 41}, 0, 0, 40, 40, 6, LINECAP_ROUND, aa, 200);
-    WRAPPERRESULT r = OCHLWRPR_proc(&b);
-    const BITMAPINFOHEADER* h = LockDib(r.Dib);
+    auto [r, h] = test::Draw(LineBlock({0, 0, 41, 41}, 0, 0, 40, 40, 6, LINECAP_ROUND, aa, 200));
     ASSERT_NE(h, nullptr);
     const int w = h->biWidth, d = h->biHeight;
     ASSERT_EQ(w, d);
@@ -195,18 +194,14 @@ TEST(WrapperLine, DiagonalIsPointSymmetricAndHardEdgesAreTwoLevels) {
 }
 
 TEST(WrapperLine, ZeroThicknessIsOnePixelAndAClickLeavesADot) {
-  WRAPPERBLOCK b = LineBlock({0, 0, 11, 1}, 0, 0, 10, 0, 0, LINECAP_ROUND, 0);
-  WRAPPERRESULT r = OCHLWRPR_proc(&b);
-  const BITMAPINFOHEADER* h = LockDib(r.Dib);
+  auto [r, h] = test::Draw(LineBlock({0, 0, 11, 1}, 0, 0, 10, 0, 0, LINECAP_ROUND, 0));
   ASSERT_NE(h, nullptr);
   Extent e = InkExtent(h);
   EXPECT_EQ(e.top, 4);
   EXPECT_EQ(e.bottom, 4);
 
   // A sloping hairline: its ends land at (4, 4) and (34, 14), not mirrored.
-  WRAPPERBLOCK slope = LineBlock({0, 0, 31, 11}, 0, 0, 30, 10, 1, LINECAP_FLAT, 0);
-  WRAPPERRESULT rs = OCHLWRPR_proc(&slope);
-  const BITMAPINFOHEADER* hs = LockDib(rs.Dib);
+  auto [rs, hs] = test::Draw(LineBlock({0, 0, 31, 11}, 0, 0, 30, 10, 1, LINECAP_FLAT, 0));
   ASSERT_NE(hs, nullptr);
   EXPECT_EQ(hs->biWidth, 31 + 8);
   EXPECT_EQ(hs->biHeight, 11 + 8);
@@ -215,14 +210,9 @@ TEST(WrapperLine, ZeroThicknessIsOnePixelAndAClickLeavesADot) {
   EXPECT_EQ(Px(hs, 4, 14), 0);
   EXPECT_EQ(Px(hs, 34, 4), 0);
   Extent es = InkExtent(hs);
-  EXPECT_EQ(es.left, 4);
-  EXPECT_EQ(es.right, 34);
-  EXPECT_EQ(es.top, 4);
-  EXPECT_EQ(es.bottom, 14);
+  EXPECT_EQ(es, (Extent{4, 4, 34, 14}));
 
-  WRAPPERBLOCK click = LineBlock({5, 5, 6, 6}, 0, 0, 0, 0, 7, LINECAP_ROUND, 1);
-  WRAPPERRESULT c = OCHLWRPR_proc(&click);
-  const BITMAPINFOHEADER* hc = LockDib(c.Dib);
+  auto [c, hc] = test::Draw(LineBlock({5, 5, 6, 6}, 0, 0, 0, 0, 7, LINECAP_ROUND, 1));
   ASSERT_NE(hc, nullptr);
   Extent ec = InkExtent(hc);
   ASSERT_FALSE(ec.empty());
@@ -236,18 +226,13 @@ TEST(WrapperLine, ZeroThicknessIsOnePixelAndAClickLeavesADot) {
 
 TEST(WrapperEllipse, FilledCircleIsSymmetricWithAreaPiRSquared) {
   const int n = 61;
-  WRAPPERBLOCK b = ShapeBlock(WRAPPER_ELLIPSE, n, n, 0, static_cast<std::int32_t>(CoverageValue(255)),
-                              WRAPPER_NONE, 1);
-  WRAPPERRESULT r = OCHLWRPR_proc(&b);
-  const BITMAPINFOHEADER* h = LockDib(r.Dib);
+  auto [r, h] = test::Draw(ShapeBlock(WRAPPER_ELLIPSE, n, n, 0, static_cast<std::int32_t>(CoverageValue(255)),
+                              WRAPPER_NONE, 1));
   ASSERT_NE(h, nullptr);
   EXPECT_EQ(h->biWidth, n + 8);
   EXPECT_EQ(h->biHeight, n + 8);
   Extent e = InkExtent(h);
-  EXPECT_EQ(e.left, 4);
-  EXPECT_EQ(e.top, 4);
-  EXPECT_EQ(e.right, n + 3);
-  EXPECT_EQ(e.bottom, n + 3);
+  EXPECT_EQ(e, (Extent{4, 4, n + 3, n + 3}));
   for (int y = 0; y < h->biHeight; ++y)
     for (int x = 0; x < h->biWidth; ++x) {
       const int v = Px(h, x, y);
@@ -282,9 +267,7 @@ TEST(WrapperEllipse, HardEdgesHaveTwoLevelsAntialiasedHaveMore) {
 
 TEST(WrapperEllipse, OutlineIsARingInsideTheBox) {
   const int n = 41, t = 4;
-  WRAPPERBLOCK b = ShapeBlock(WRAPPER_ELLIPSE, n, n, t, WRAPPER_NONE, 255, 1);
-  WRAPPERRESULT r = OCHLWRPR_proc(&b);
-  const BITMAPINFOHEADER* h = LockDib(r.Dib);
+  auto [r, h] = test::Draw(ShapeBlock(WRAPPER_ELLIPSE, n, n, t, WRAPPER_NONE, 255, 1));
   ASSERT_NE(h, nullptr);
   Extent e = InkExtent(h);
   EXPECT_EQ(e.left, 4);
@@ -297,18 +280,14 @@ TEST(WrapperEllipse, OutlineIsARingInsideTheBox) {
   EXPECT_NEAR(Sum(h) / 255.0, ring, ring * 0.01);
 
   // A thickness over half the box fills it.
-  WRAPPERBLOCK thick = ShapeBlock(WRAPPER_ELLIPSE, 10, 10, 8, WRAPPER_NONE, 255, 1);
-  WRAPPERRESULT rt = OCHLWRPR_proc(&thick);
-  const BITMAPINFOHEADER* ht = LockDib(rt.Dib);
+  auto [rt, ht] = test::Draw(ShapeBlock(WRAPPER_ELLIPSE, 10, 10, 8, WRAPPER_NONE, 255, 1));
   ASSERT_NE(ht, nullptr);
   EXPECT_EQ(Px(ht, 9, 9), 255);
 }
 
 TEST(WrapperRectangle, FillCoversTheBoxExactlyEvenAntialiased) {
   for (int aa = 0; aa < 2; ++aa) {
-    WRAPPERBLOCK b = ShapeBlock(WRAPPER_RECTANGLE, 23, 11, 3, 99, WRAPPER_NONE, aa);
-    WRAPPERRESULT r = OCHLWRPR_proc(&b);
-    const BITMAPINFOHEADER* h = LockDib(r.Dib);
+    auto [r, h] = test::Draw(ShapeBlock(WRAPPER_RECTANGLE, 23, 11, 3, 99, WRAPPER_NONE, aa));
     ASSERT_NE(h, nullptr);
     EXPECT_EQ(h->biWidth, 31);
     EXPECT_EQ(h->biHeight, 19);
@@ -322,9 +301,7 @@ TEST(WrapperRectangle, FillCoversTheBoxExactlyEvenAntialiased) {
 
 TEST(WrapperRectangle, OutlineOverFillAndNoneAtAll) {
   // Fill 100 inside, an outline of 200 and 2 pixels along the inside of the box.
-  WRAPPERBLOCK b = ShapeBlock(WRAPPER_RECTANGLE, 12, 10, 2, 100, 200, 1);
-  WRAPPERRESULT r = OCHLWRPR_proc(&b);
-  const BITMAPINFOHEADER* h = LockDib(r.Dib);
+  auto [r, h] = test::Draw(ShapeBlock(WRAPPER_RECTANGLE, 12, 10, 2, 100, 200, 1));
   ASSERT_NE(h, nullptr);
   for (int y = 0; y < 18; ++y)
     for (int x = 0; x < 20; ++x) {
@@ -333,9 +310,7 @@ TEST(WrapperRectangle, OutlineOverFillAndNoneAtAll) {
       ASSERT_EQ(Px(h, x, y), !inside ? 0 : core ? 100 : 200) << x << "," << y;
     }
   // Outline only.
-  WRAPPERBLOCK o = ShapeBlock(WRAPPER_RECTANGLE, 12, 10, 2, WRAPPER_NONE, 200, 0);
-  WRAPPERRESULT ro = OCHLWRPR_proc(&o);
-  const BITMAPINFOHEADER* ho = LockDib(ro.Dib);
+  auto [ro, ho] = test::Draw(ShapeBlock(WRAPPER_RECTANGLE, 12, 10, 2, WRAPPER_NONE, 200, 0));
   ASSERT_NE(ho, nullptr);
   EXPECT_EQ(Px(ho, 9, 9), 0);
   EXPECT_EQ(Px(ho, 5, 9), 200);
@@ -346,9 +321,7 @@ TEST(WrapperRectangle, OutlineOverFillAndNoneAtAll) {
   WRAPPERRESULT rn = OCHLWRPR_proc(&none);
   ASSERT_NE(LockDib(rn.Dib), nullptr);
   EXPECT_EQ(Sum(LockDib(rn.Dib)), 0);
-  WRAPPERBLOCK dot = ShapeBlock(WRAPPER_ELLIPSE, 0, 0, 1, 255, 255, 1);
-  WRAPPERRESULT rd = OCHLWRPR_proc(&dot);
-  const BITMAPINFOHEADER* hd = LockDib(rd.Dib);
+  auto [rd, hd] = test::Draw(ShapeBlock(WRAPPER_ELLIPSE, 0, 0, 1, 255, 255, 1));
   ASSERT_NE(hd, nullptr);
   EXPECT_EQ(hd->biWidth, 8);
   EXPECT_EQ(hd->biHeight, 8);
@@ -408,9 +381,7 @@ TEST(WrapperPolygon, FigureLandsWhereItWasDrawn) {
   // is the frame's corner less 4: (92, 192). The square's edges, at pixel
   // centres, are at 100.5 and 120.5 in the image, 8.5 and 28.5 in the mask.
   std::vector<POINT> sq{{100, 200}, {120, 200}, {120, 220}, {100, 220}};
-  WRAPPERBLOCK fill = PolygonBlock(sq, 4, 255, WRAPPER_NONE, 1);
-  WRAPPERRESULT rf = OCHLWRPR_proc(&fill);
-  const BITMAPINFOHEADER* h = LockDib(rf.Dib);
+  auto [rf, h] = test::Draw(PolygonBlock(sq, 4, 255, WRAPPER_NONE, 1));
   ASSERT_NE(h, nullptr);
   EXPECT_EQ(h->biWidth, 28 + 8);
   EXPECT_EQ(h->biHeight, 28 + 8);
@@ -423,9 +394,7 @@ TEST(WrapperPolygon, FigureLandsWhereItWasDrawn) {
   EXPECT_NEAR(Sum(h) / 255.0, 400.0, 1.0);
 
   // The outline is centred on the edges: 6.5 to 10.5 on the left.
-  WRAPPERBLOCK line = PolygonBlock(sq, 4, WRAPPER_NONE, 255, 1);
-  WRAPPERRESULT rl = OCHLWRPR_proc(&line);
-  const BITMAPINFOHEADER* hl = LockDib(rl.Dib);
+  auto [rl, hl] = test::Draw(PolygonBlock(sq, 4, WRAPPER_NONE, 255, 1));
   ASSERT_NE(hl, nullptr);
   EXPECT_EQ(Px(hl, 5, 18), 0);
   EXPECT_NEAR(Px(hl, 6, 18), 128, 2);
@@ -475,9 +444,7 @@ TEST(WrapperPolygon, WindingRuleOnASelfCrossingStar) {
 TEST(WrapperPolygon, FewVerticesAndBadBlocks) {
   // One vertex with an outline is a dot; two are a line; neither is filled.
   std::vector<POINT> one{{10, 10}};
-  WRAPPERBLOCK b1 = PolygonBlock(one, 6, 255, 255, 1);
-  WRAPPERRESULT r1 = OCHLWRPR_proc(&b1);
-  const BITMAPINFOHEADER* h1 = LockDib(r1.Dib);
+  auto [r1, h1] = test::Draw(PolygonBlock(one, 6, 255, 255, 1));
   ASSERT_NE(h1, nullptr);
   EXPECT_NEAR(Sum(h1) / 255.0, M_PI * 9, 1.0);
   std::vector<POINT> two{{0, 0}, {30, 0}};
