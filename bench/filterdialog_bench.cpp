@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "filters/filterparam.h"
+#include "frame/options.h"
 #include "image/dib.h"
 #include "ui/dialogs/filter/filterdialog.h"
 

@@ -11,9 +11,10 @@
 
 namespace ochrel {
 
-// One filter invocation. The dialog zeroes it, fills the image fields and then
-// calls ImposeFilterParams; code that runs a filter by itself can just call
-// RestoreFilterDefaults (or ImposeFilterParams) and set ImageType.
+// One filter invocation. The dialog fills the image fields and takes the
+// values from the stored settings (ImposeFilterParams, frame/options.h); code
+// that runs a filter by itself can just call RestoreFilterDefaults and set
+// ImageType.
 struct FILTERPARAM {
   void* Window = nullptr;  // the document window, opaque to the engine
   int FilterType = -1;
@@ -76,13 +77,13 @@ extern const FilterType filtertype[FILTER_COUNT];
 // Index of the filter of that name, or -1.
 int FindFilterType(const char* name);
 
-// One adjustable value of the record: its field, the stored setting it mirrors
-// (null for the two resize percentages, which are never stored), range, default
+// One adjustable value of the record: its field, whether a setting of the same
+// name keeps it between runs (not the two resize percentages), range, default
 // and whether it is shown in tenths.
 struct FilterSetting {
   const char* name;
   int FILTERPARAM::*field;
-  int* stored;
+  bool stored;
   int minimum, maximum, defaultValue;
   bool tenths;
 };
@@ -95,8 +96,6 @@ void FormatFilterValue(const FilterSetting& setting, int value, char* text, int 
 
 bool FilterIsValidFilter(int imageType, int hasSelection, int hasMask, int filter);
 
-void ImposeFilterParams(FILTERPARAM* param);
-void DeposeFilterParams(const FILTERPARAM* param);
 void RestoreFilterDefaults(FILTERPARAM* param);
 void FilterFreeMasks(FILTERPARAM* param);
 

@@ -9,7 +9,7 @@
 
 #include "frame/view.h"
 #include "image/crand.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "tools/brushstroke.h"
 
 namespace ochrel {

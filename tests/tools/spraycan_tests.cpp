@@ -8,7 +8,7 @@
 
 #include "frame/blockset.h"
 #include "image/crand.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "test_images.h"
 #include "tools/spraycan.h"
 #include "tools/toolsession.h"

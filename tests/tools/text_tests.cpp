@@ -12,7 +12,7 @@
 
 #include "frame/blockset.h"
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "test_images.h"
 #include "tools/texttool.h"
 #include "tools/toolsession.h"

@@ -5,7 +5,7 @@
 
 #include "frame/blockset.h"
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "tools/toolsession.h"
 #include "tools/viewtools.h"
 

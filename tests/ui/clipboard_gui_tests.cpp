@@ -15,7 +15,7 @@
 #include <QToolButton>
 
 #include "frame/commands.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "frame_fixture.h"
 #include "temp_dir.h"
 #include "test_images.h"

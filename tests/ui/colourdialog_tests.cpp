@@ -22,7 +22,7 @@
 #include "frame/colourtable.h"
 #include "frame/commands.h"
 #include "frame/paths.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "temp_dir.h"
 #include "ui/dialogs/colour/colourdialogs.h"

@@ -19,9 +19,10 @@
 
 #include "frame/blockset.h"
 #include "frame/commands.h"
+#include "frame/options.h"
 #include "frame/strings.h"
 #include "image/convert.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "render/screen.h"
 #include "test_images.h"
@@ -318,7 +319,7 @@ TEST_F(ConvertDialogTest, PreviewRemadeOnlyWhenSomethingChanges) {
   HDIB now = Copy(preview->previewDib());
   EXPECT_EQ(preview->makeCount(), made + 1);
   QSize s = preview->boxSize();
-  HDIB expected = MonoPreviewImage(image, 101, s.width(), s.height(), nullptr, nullptr);
+  HDIB expected = MonoPreviewImage(image, 101, s.width(), s.height(), nullptr, nullptr, DitherOptionsFromSettings());
   EXPECT_TRUE(test::SameBlock(now, expected));
   EXPECT_FALSE(test::SameBlock(now, at25));  // brighter and flatter is another picture
 }
@@ -362,7 +363,7 @@ TEST_F(ConvertDialogTest, OkGivesTheEngineResultOfTheChosenOption) {
     ASSERT_TRUE(result) << id;
     EXPECT_EQ(ToMonoType, id);
     EXPECT_EQ(DitherBrightness, 40);
-    EXPECT_TRUE(test::SameBlock(result, ConvertToMonoStrategy(image, id))) << id;
+    EXPECT_TRUE(test::SameBlock(result, ConvertToMonoStrategy(image, id, DitherOptionsFromSettings()))) << id;
     EXPECT_EQ(LockDib(result)->biBitCount, 1);
   }
   EXPECT_TRUE(test::SameBlock(image, before));

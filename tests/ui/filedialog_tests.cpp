@@ -22,7 +22,7 @@
 #include "files/imagefile.h"
 #include "frame/blockset.h"
 #include "frame/commands.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "test_images.h"
 #include "ui/widgets/dialogrunner.h"

@@ -24,7 +24,7 @@
 #include "frame/blockset.h"
 #include "frame/commands.h"
 #include "frame/paths.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "ui/dialogs/colour/colourdialogs.h"
 #include "ui/widgets/dialogrunner.h"

@@ -28,8 +28,9 @@
 #include "filters/filterparam.h"
 #include "frame/blockset.h"
 #include "frame/commands.h"
+#include "frame/options.h"
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "test_images.h"
 #include "ui/widgets/dialogrunner.h"
@@ -74,12 +75,12 @@ struct SavedSettings {
   std::string defaultType = DefaultFilterType;
   SavedSettings() {
     for (int k = 0; k < FILTER_SETTING_COUNT; ++k)
-      if (filtersettings[k].stored) values.push_back(*filtersettings[k].stored);
+      if (int* s = StoredFilterSetting(filtersettings[k])) values.push_back(*s);
   }
   void Restore() const {
     std::size_t i = 0;
     for (int k = 0; k < FILTER_SETTING_COUNT; ++k)
-      if (filtersettings[k].stored) *filtersettings[k].stored = values[i++];
+      if (int* s = StoredFilterSetting(filtersettings[k])) *s = values[i++];
     FilterRemember = remember;
     FilterApplyToDuplicate = duplicate;
     std::snprintf(DefaultFilterType, kSettingTextSize, "%s", defaultType.c_str());
@@ -88,7 +89,7 @@ struct SavedSettings {
 
 void StoreDefaults() {
   for (int k = 0; k < FILTER_SETTING_COUNT; ++k)
-    if (filtersettings[k].stored) *filtersettings[k].stored = filtersettings[k].defaultValue;
+    if (int* s = StoredFilterSetting(filtersettings[k])) *s = filtersettings[k].defaultValue;
 }
 
 // The record a direct call of a filter gets: defaults with the changes given.

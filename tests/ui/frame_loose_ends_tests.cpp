@@ -22,7 +22,7 @@
 #include "frame/commands.h"
 #include "frame/recentpaths.h"
 #include "frame_fixture.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "temp_dir.h"
 #include "test_images.h"
 #include "tools/toolsession.h"
@@ -276,7 +276,7 @@ TEST_F(LooseEndsTest, SeveralFilesOnTheCommandLineOpenOneDocumentEach) {
   HDIB image = test::RandomDib(20, 10, 24, 3);
   QStringList args;
   for (const char* name : {"a.bmp", "b.pcx", "c.tga"}) {
-    ASSERT_NE(WriteGraphicFile(image, (dir / name).c_str()), 0) << name;
+    ASSERT_NE(WriteGraphicFile(image, (dir / name).c_str(), SaveOptions{}), 0) << name;
     args << QString::fromStdString(dir / name);
   }
   args.insert(1, QString::fromStdString(dir / "missing.bmp"));

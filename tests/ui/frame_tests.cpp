@@ -24,7 +24,7 @@
 #include "frame/recentpaths.h"
 #include "frame/services.h"
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "ui/document/documentwindow.h"
 #include "ui/frame/mainframe.h"

@@ -16,7 +16,7 @@
 #include <thread>
 
 #include "frame/blockset.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "temp_dir.h"
 #include "ui/document/documentwindow.h"

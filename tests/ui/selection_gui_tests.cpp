@@ -13,7 +13,7 @@
 #include "frame/commands.h"
 #include <QSpinBox>
 #include "frame/paths.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "frame_fixture.h"
 #include "test_images.h"
 #include "tools/selecttools.h"

@@ -22,7 +22,7 @@
 
 #include "frame/blockset.h"
 #include "frame/commands.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "tools/toolsession.h"
 #include "ui/document/documentwindow.h"

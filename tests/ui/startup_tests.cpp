@@ -17,7 +17,7 @@
 #include "frame/commands.h"
 #include "frame/paths.h"
 #include "frame/tips.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/frame/mainframe.h"

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "files/imagefile.h"
+#include "frame/options.h"
 #include "render/screen.h"
 #include "tools/pastetools.h"
 #include "tools/toolsession.h"
@@ -75,7 +76,7 @@ int DoCopyToClipboard(DocumentWindow* window) {
 int DoCopyToFile(DocumentWindow* window, const std::string& path) {
   HDIB source = SelectionImage(window->record());
   if (!source) return 0;
-  return WriteImage(path.c_str(), source);
+  return WriteImage(path.c_str(), source, SaveOptionsFromSettings());
 }
 
 HDIB PictureToDib(const QImage& picture, COLORREF paper) {

@@ -33,12 +33,13 @@
 #include "frame/commands.h"
 #include "frame/config.h"
 #include "frame/menustate.h"
+#include "frame/options.h"
 #include "frame/view.h"
 #include "frame/paths.h"
 #include "frame/recentpaths.h"
 #include "frame/services.h"
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/dialogs/colour/colourdialogs.h"
 #include "ui/dialogs/image/convertdialogs.h"
 #include "ui/document/clipboard.h"
@@ -833,7 +834,7 @@ bool MainFrame::WriteDocument(QWidget*, const std::string& path) {
   for (QMdiSubWindow* w : client_->subWindowList())
     if (auto* doc = qobject_cast<DocumentWindow*>(w); doc && doc->record()->FileName == path) d = doc;
   if (!d) d = ActiveDocument();
-  return d && WriteGraphicFile(d->record()->Image, path.c_str()) != 0;
+  return d && WriteGraphicFile(d->record()->Image, path.c_str(), SaveOptionsFromSettings()) != 0;
 }
 
 bool MainFrame::AskSavePath(QWidget* parent, const std::string& start, std::string* path) {

@@ -23,7 +23,7 @@
 #include "frame/blockset.h"
 #include "frame/colourtable.h"
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/dialogs/fills/filldialogs.h"
 #include "ui/dialogs/colour/greyselector.h"

@@ -32,9 +32,10 @@
 #include <cstdio>
 
 #include "frame/blockset.h"
+#include "frame/options.h"
 #include "frame/strings.h"
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/widgets/longwork.h"
 #include "ui/document/documentwindow.h"
