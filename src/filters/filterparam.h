@@ -16,22 +16,18 @@ namespace ochrel {
 // that runs a filter by itself can just call RestoreFilterDefaults and set
 // ImageType.
 struct FILTERPARAM {
-  void* Window = nullptr;  // the document window, opaque to the engine
   int FilterType = -1;
 
   // The image the filters read. Not owned, unless it is the masked copy of an
   // irregular selection, which then lives in MaskedBefore.
   const HDIB* BeforeImage = nullptr;
   HDIB MaskedBefore;
-  int BeforeZoom = 100, BeforeX = 0, BeforeY = 0, BeforeMode = 0;
   int ImageType = IMAGE_TRUECOLOUR;
   int BeforeWidth = 0, BeforeDepth = 0;
 
   HDIB AfterImage;
-  int AfterZoom = 100, AfterX = 0, AfterY = 0, AfterMode = 0;
   int AfterWidth = 0, AfterDepth = 0;
 
-  int DragX = 0, DragY = 0, Dragging = 0, DragPaint = 0;
   int Changed = 0;
   COLORREF PaperColour = RGB(255, 255, 255);
   int HasSelection = 0, HasMask = 0;

@@ -686,42 +686,42 @@ TEST_F(FilterDialogTest, PanClampAndZoomSteps) {
   // Zoom mode: a left click zooms in up to 1600, a right click out down to 25.
   for (int expected : {200, 400, 800, 1600, 1600}) {
     QTest::mouseClick(before, Qt::LeftButton, Qt::NoModifier, QPoint(50, 50));
-    EXPECT_EQ(p.BeforeZoom, expected);
+    EXPECT_EQ(box.view().BeforeZoom, expected);
   }
   EXPECT_EQ(magnification->text(), "Magification: 1600%");
-  EXPECT_EQ(p.AfterZoom, 100);
+  EXPECT_EQ(box.view().AfterZoom, 100);
   for (int expected : {800, 400, 200, 100, 50, 25, 25}) {
     QTest::mouseClick(before, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));
-    EXPECT_EQ(p.BeforeZoom, expected);
+    EXPECT_EQ(box.view().BeforeZoom, expected);
   }
   EXPECT_EQ(box.findChild<QLabel*>("106")->text(), "Magification: 100%");
 
   // Pan mode on the after pane: a drag moves the image by the hand's way, clamped.
   FilterPane* after = box.pane(102);
   qobject_cast<QToolButton*>(box.control(104))->click();
-  EXPECT_EQ(p.AfterMode, 1);
+  EXPECT_EQ(box.view().AfterMode, 1);
   const QRect inner = after->InnerRect();
   QTest::mousePress(after, Qt::LeftButton, Qt::NoModifier, QPoint(100, 100));
   QMouseEvent move(QEvent::MouseMove, QPointF(110, 95), after->mapToGlobal(QPointF(110, 95)), Qt::NoButton,
                    Qt::LeftButton, Qt::NoModifier);
   QCoreApplication::sendEvent(after, &move);
-  EXPECT_EQ(p.AfterX, 0);  // only the button-up keeps the place
-  EXPECT_EQ(p.DragPaint, 0);
+  EXPECT_EQ(box.view().AfterX, 0);  // only the button-up keeps the place
+  EXPECT_EQ(box.view().DragPaint, 0);
   QTest::mouseRelease(after, Qt::LeftButton, Qt::NoModifier, QPoint(110, 95));
-  EXPECT_EQ(p.AfterX, ClampFilterPan(10, inner.width(), 200));
-  EXPECT_EQ(p.AfterY, ClampFilterPan(-5, inner.height(), 100));
-  EXPECT_EQ(p.Dragging, 0);
+  EXPECT_EQ(box.view().AfterX, ClampFilterPan(10, inner.width(), 200));
+  EXPECT_EQ(box.view().AfterY, ClampFilterPan(-5, inner.height(), 100));
+  EXPECT_EQ(box.view().Dragging, 0);
   ASSERT_GT(inner.width(), 200);
   ASSERT_GT(inner.height(), 100);
   QTest::mousePress(after, Qt::LeftButton, Qt::NoModifier, QPoint(10, 10));
   QTest::mouseRelease(after, Qt::LeftButton, Qt::NoModifier, QPoint(inner.width(), inner.height()));
-  EXPECT_EQ(p.AfterX, (inner.width() - 200) / 2 + 2);
-  EXPECT_EQ(p.AfterY, (inner.height() - 100) / 2 + 2);
+  EXPECT_EQ(box.view().AfterX, (inner.width() - 200) / 2 + 2);
+  EXPECT_EQ(box.view().AfterY, (inner.height() - 100) / 2 + 2);
   // A right click recentres and leaves the zoom.
   QTest::mouseClick(after, Qt::RightButton, Qt::NoModifier, QPoint(30, 30));
-  EXPECT_EQ(p.AfterX, 0);
-  EXPECT_EQ(p.AfterY, 0);
-  EXPECT_EQ(p.AfterZoom, 100);
+  EXPECT_EQ(box.view().AfterX, 0);
+  EXPECT_EQ(box.view().AfterY, 0);
+  EXPECT_EQ(box.view().AfterZoom, 100);
   box.reject();
 }
 
@@ -735,7 +735,7 @@ TEST_F(FilterDialogTest, PanesDrawTheImageCentredOnWhite) {
   QCoreApplication::processEvents();
   FilterPane* pane = box.pane(101);
   for (int zoom : {100, 200, 50}) {
-    p.BeforeZoom = zoom;
+    box.view().BeforeZoom = zoom;
     QImage shot = pane->grab().toImage().convertToFormat(QImage::Format_RGB32);
     const QRect inner = pane->InnerRect();
     const int sw = 90 * zoom / 100, sh = 50 * zoom / 100;
