@@ -18,14 +18,19 @@ POINT AnchorOffset(int anchor, int ow, int oh, int nw, int nh) {
 
 int ClampCanvasSize(int value) { return std::clamp(value, 1, 32760); }
 
-bool ApplyImageAttributes(BLOCKSET* r, int width, int height, int anchor) {
+HDIB AttributesCanvas(const BLOCKSET* r, int width, int height, int anchor) {
   const BITMAPINFOHEADER* h = LockDib(r->Image);
-  if (!h) return false;
+  if (!h) return nullptr;
   width = ClampCanvasSize(width);
   height = ClampCanvasSize(height);
   POINT at = AnchorOffset(anchor, h->biWidth, h->biHeight, width, height);
+  return MattImage(r->Image, width, height, at.x, at.y, r->PaperColour);
+}
+
+bool ApplyImageAttributes(BLOCKSET* r, int width, int height, int anchor) {
+  if (!LockDib(r->Image)) return false;
   CreateUndo(r);
-  HDIB canvas = MattImage(r->Image, width, height, at.x, at.y, r->PaperColour);
+  HDIB canvas = AttributesCanvas(r, width, height, anchor);
   if (!canvas) return false;
   r->Image = std::move(canvas);
   r->Modified = 1;

@@ -19,6 +19,9 @@ enum AttributesAnchor : int {
 POINT AnchorOffset(int anchor, int oldWidth, int oldHeight, int newWidth, int newHeight);
 // Sizes are clamped to 1..32760 (0 taken as 1).
 int ClampCanvasSize(int value);
+// The new canvas with paper around (or cropped at the anchor); null when
+// memory runs out. The record is left as it was.
+HDIB AttributesCanvas(const BLOCKSET* record, int width, int height, int anchor);
 // CreateUndo, the new canvas with paper around (or cropped at the anchor),
 // Modified set. False (and the image as it was) when memory runs out.
 bool ApplyImageAttributes(BLOCKSET* record, int width, int height, int anchor);

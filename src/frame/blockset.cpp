@@ -268,8 +268,27 @@ void FreeUndo(BLOCKSET* r) {
 
 void FreeBlocks(BLOCKSET* r) { r->Image.reset(); }
 
+namespace {
+SlowWorkRunner g_slowWork;
+
+// Areas from which a fill source or a shadow is worth a worker: below this
+// they take a few milliseconds.
+constexpr long long kSlowArea = 1 << 20;
+
+void RunSlow(long long area, const char* label, const std::function<void()>& work) {
+  if (g_slowWork && area >= kSlowArea) g_slowWork(label, work);
+  else work();
+}
+}  // namespace
+
+void SetSlowWorkRunner(SlowWorkRunner runner) { g_slowWork = std::move(runner); }
+
 HDIB GetFillImage(BLOCKSET* r, const RECT& rect) {
-  return GetFillImage(r->FillType, &r->Gradient, &r->Texture, &r->Matrix, rect);
+  HDIB source;
+  const long long area = static_cast<long long>(rect.right - rect.left) * (rect.bottom - rect.top);
+  RunSlow(r->FillType != 0 ? area : 0, "Filling",
+          [&] { source = GetFillImage(r->FillType, &r->Gradient, &r->Texture, &r->Matrix, rect); });
+  return source;
 }
 
 int HandleShadowImage(HDIB* mask, int* x, int* y, COLORREF* colour, const BLOCKSET* r) {
@@ -277,7 +296,11 @@ int HandleShadowImage(HDIB* mask, int* x, int* y, COLORREF* colour, const BLOCKS
   colours.PaintColour = GetPaintColour(r);
   colours.FillColour = GetFillColour(r);
   colours.PaperColour = GetPaperColour(r);
-  return HandleShadowImage(mask, x, y, colour, &r->Shadow, colours);
+  const BITMAPINFOHEADER* m = LockDib(*mask);
+  const long long area = m ? static_cast<long long>(m->biWidth) * m->biHeight : 0;
+  int result = 0;
+  RunSlow(area, "Shadow", [&] { result = HandleShadowImage(mask, x, y, colour, &r->Shadow, colours); });
+  return result;
 }
 
 bool NeedsSaveAs(const BLOCKSET* r) {

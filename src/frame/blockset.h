@@ -2,6 +2,7 @@
 // tool setting of one open document.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -125,6 +126,11 @@ void FreeBlocks(BLOCKSET* record);
 HDIB GetFillImage(BLOCKSET* record, const RECT& rect);
 // The document's shadow for a shape mask: see HandleShadowImage in the fills.
 int HandleShadowImage(HDIB* mask, int* x, int* y, COLORREF* colour, const BLOCKSET* record);
+// Both can take seconds for a large shape. The frame lends a runner that does
+// such work with the windows live (and waits for it); without one, or for a
+// small area, the work runs at once.
+using SlowWorkRunner = std::function<void(const char* label, const std::function<void()>& work)>;
+void SetSlowWorkRunner(SlowWorkRunner runner);
 
 bool NeedsSaveAs(const BLOCKSET* record);
 

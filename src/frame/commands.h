@@ -47,6 +47,7 @@ enum Command : int {
   CM_DUPLICATE = 804,
   CM_ABOUT = 902,
   CM_SYSINFO = 903,
+  CM_FILTERS = 2048,  // "&Filters": the dialog with the remembered filter; the filters follow
   // Status bar swatches.
   CM_PAINTSWATCH = 501,
   CM_FILLSWATCH = 502,

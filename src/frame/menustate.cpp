@@ -2,6 +2,7 @@
 
 #include "frame/blockset.h"
 #include "frame/commands.h"
+#include "filters/filterparam.h"
 #include "tools/pastetools.h"
 #include "tools/selection.h"
 
@@ -25,6 +26,12 @@ std::map<int, bool> ComputeMenuStates(const BLOCKSET* d) {
   const bool selection = image && HasSelection(d);
   for (int c : {CM_COPYTO, CM_CLEAR}) s[c] = selection;
   for (int c : {CM_CUT, CM_COPY}) s[c] = image && CanCopy(d);
+  // The filters that apply to this image, or to its selection.
+  bool mask = false;
+  const bool masked = image && HasSelection(d, &mask);
+  s[CM_FILTERS] = image;
+  for (int f = 0; f < FILTER_COUNT; ++f)
+    s[FILTER_MENU_FIRST + f] = image && FilterIsValidFilter(t, masked, mask, f);
   return s;
 }
 

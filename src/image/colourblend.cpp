@@ -20,4 +20,13 @@ BYTE* CreateColourBlend(BYTE* table, COLORREF from, COLORREF to, int count) {
   return table;
 }
 
+std::uint32_t CoverageBlend(std::uint32_t pixel, std::uint32_t colour, int m) {
+  std::uint32_t out = 0;
+  for (int shift = 0; shift < 24; shift += 8) {
+    int c = static_cast<int>((pixel >> shift) & 255), k = static_cast<int>((colour >> shift) & 255);
+    out |= static_cast<std::uint32_t>(BlendChannel(c, k, m)) << shift;
+  }
+  return out;
+}
+
 }  // namespace ochrel

@@ -1,5 +1,8 @@
-// Colour ramps: the rings of the soft brush stamps take their levels from here.
+// Colour ramps (the rings of the soft brush stamps take their levels from
+// here) and the blend of a colour into a pixel through a coverage value.
 #pragma once
+
+#include <cstdint>
 
 #include "image/dib.h"
 
@@ -11,5 +14,11 @@ namespace ochrel {
 // `to` by up to one step; callers that need the end colour set it themselves.
 // A count under 1 writes nothing.
 BYTE* CreateColourBlend(BYTE* table, COLORREF from, COLORREF to, int count);
+
+// The coverage blend of the tools: one channel value c toward k through mask
+// value m (0 keeps c, 255 gives k), each division truncating by itself.
+constexpr int BlendChannel(int c, int k, int m) { return ((c * (255 - m)) / 255 + (k * m) / 255) & 255; }
+// All three channels of a 32-bit pixel value.
+std::uint32_t CoverageBlend(std::uint32_t pixel, std::uint32_t colour, int m);
 
 }  // namespace ochrel

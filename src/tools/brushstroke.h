@@ -17,6 +17,7 @@
 #include <limits>
 #include <optional>
 
+#include "image/colourblend.h"
 #include "frame/blockset.h"
 #include "image/dib.h"
 

@@ -17,14 +17,9 @@ StrokeTool::~StrokeTool() = default;
 bool StrokeTool::BuildStamp() {
   BLOCKSET* r = document->record();
   const COLORREF fg = StampForeground(r->Opacity);
-  param.Stamp.reset();
-  switch (param.Tool) {
-    case TOOL_PEN: param.Stamp = CreateHardBrush(*r, 0, fg); break;
-    case TOOL_ERASER: param.Stamp = CreateSoftBrush(*r, 0, fg, r->EraserBrushType); break;
-    case TOOL_AIRBRUSH: param.Stamp = CreateSoftBrush(*r, 0, fg, 0); break;
-    default: param.Stamp = CreateSoftBrush(*r, 0, fg, r->BrushType); break;
-  }
-  return param.Stamp != nullptr;
+  stamp_.reset();
+  stamp_ = CreateToolStamp(*r, 0, fg, tooltable[param.Tool].stamp);
+  return stamp_ != nullptr;
 }
 
 POINT StrokeTool::Unzoomed(int x, int y) const {
@@ -51,39 +46,38 @@ void StrokeTool::OnMessage(int message, std::int64_t, std::int64_t) {
 void StrokeTool::OnLButtonDown(int x, int y, unsigned) {
   if (Painting()) return;
   BLOCKSET* r = document->record();
-  param.LastX = x;
-  param.LastY = y;
+  lastX_ = x;
+  lastY_ = y;
   CreateUndo(r);
   document->host()->UpdateMenuStates();
   if (param.Tool == TOOL_AIRBRUSH) {
-    param.PressX = x;
-    param.PressY = y;
-    param.Softness = AirbrushSwell::kFirstSoftness;
+    pressX_ = x;
+    pressY_ = y;
+    softness_ = AirbrushSwell::kFirstSoftness;
     swell_.Press(POINT{x, y});
-    param.Stamp = CreateAirbrushDab(*r, param.Softness);
+    stamp_ = CreateAirbrushDab(*r, softness_);
   }
-  stroke_ = std::make_unique<BrushStroke>(*r, param.Stamp);
-  param.PressScrollX = document->host()->ScrollX();
-  param.PressScrollY = document->host()->ScrollY();
-  std::optional<RECT> first = stroke_->Press(Unzoomed(x, y), POINT{param.PressScrollX, param.PressScrollY});
+  stroke_ = std::make_unique<BrushStroke>(*r, stamp_);
+  pressScrollX_ = document->host()->ScrollX();
+  pressScrollY_ = document->host()->ScrollY();
+  std::optional<RECT> first = stroke_->Press(Unzoomed(x, y), POINT{pressScrollX_, pressScrollY_});
   if (!first) {
     stroke_.reset();
     document->FailSession(true);
     return;
   }
-  param.Painting = 1;
   Show(*first);
   if (param.Tool == TOOL_AIRBRUSH) {
-    param.Timer = kAirbrushTimer;
+    timer_ = kAirbrushTimer;
     document->host()->StartTimer(this, kAirbrushTimer, r->AirBrushFlow);
   }
 }
 
 void StrokeTool::OnMouseMove(int x, int y, unsigned) {
-  if (Painting() && (x != param.LastX || y != param.LastY)) {
+  if (Painting() && (x != lastX_ || y != lastY_)) {
     Show(stroke_->LineTo(Unzoomed(x, y)));
-    param.LastX = x;
-    param.LastY = y;
+    lastX_ = x;
+    lastY_ = y;
   }
   if (param.Tool == TOOL_AIRBRUSH) swell_.Move(POINT{x, y});
   POINT p = document->ImagePointOfView(x + window.left, y + window.top);
@@ -93,15 +87,14 @@ void StrokeTool::OnMouseMove(int x, int y, unsigned) {
 }
 
 void StrokeTool::OnLButtonUp(int, int, unsigned) {
-  if (param.Timer) {
+  if (timer_) {
     document->host()->StopTimer(this, kAirbrushTimer);
-    param.Timer = 0;
+    timer_ = 0;
   }
   swell_.Release();
   if (!Painting()) return;
   Show(stroke_->Release());
   stroke_.reset();
-  param.Painting = 0;
   document->Post(RECV_DOCUMENT, UM_TOOLFINISHED);
 }
 
@@ -116,13 +109,13 @@ void StrokeTool::OnTimer(int id) {
   if (!softness) {
     // Moved away from the press: the swelling stops for the rest of the stroke.
     document->host()->StopTimer(this, kAirbrushTimer);
-    param.Timer = 0;
+    timer_ = 0;
     return;
   }
-  param.Softness = *softness;
+  softness_ = *softness;
   HDIB dab = CreateAirbrushDab(*document->record(), *softness);
   if (!dab) return;  // no dab this tick; the stroke goes on
-  param.Stamp = std::move(dab);
+  stamp_ = std::move(dab);
   POINT c = swell_.Cursor();
   Show(stroke_->DrawSoftBrush(Unzoomed(c.x, c.y)));
 }

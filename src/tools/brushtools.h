@@ -24,11 +24,20 @@ class StrokeTool : public ToolSession {
   void OnTimer(int id) override;
 
   bool Painting() const { return stroke_ && stroke_->Painting(); }
+  // The airbrush dab's softness now.
+  int Softness() const { return softness_; }
 
  private:
   bool BuildStamp();
   POINT Unzoomed(int x, int y) const;
   void Show(RECT changed);
+  // The press and last points (client coordinates), the scroll at the press,
+  // the airbrush's swelling dab and its timer.
+  int lastX_ = 0, lastY_ = 0, pressX_ = 0, pressY_ = 0;
+  int pressScrollX_ = 0, pressScrollY_ = 0;
+  int softness_ = 0;
+  unsigned timer_ = 0;
+  HDIB stamp_;
   std::unique_ptr<BrushStroke> stroke_;
   AirbrushSwell swell_;
 };

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "image/colourblend.h"
 #include "frame/strings.h"
 #include "image/kernel.h"
 #include "image/parallel.h"

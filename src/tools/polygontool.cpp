@@ -68,29 +68,29 @@ void PolygonTool::InvertEdge(POINT a, POINT b) {
   document->host()->InvertLine(POINT{a.x + window.left, a.y + window.top}, POINT{b.x + window.left, b.y + window.top});
 }
 
-void PolygonTool::InvertBand() { InvertEdge(param.ChainEnd, param.RubberEnd); }
+void PolygonTool::InvertBand() { InvertEdge(chainEnd_, rubberEnd_); }
 
 void PolygonTool::OnLButtonDown(int x, int y, unsigned keys) {
   ToolHost* host = document->host();
   POINT v = document->SnapPoint(POINT{x + window.left, y + window.top});
   POINT p{v.x - window.left, v.y - window.top};
   const bool ctrl = (keys & MK_CONTROL) || host->ControlDown();
-  if (ctrl && !points_.empty()) p = param.RubberEnd;
-  param.LastX = p.x;
-  param.LastY = p.y;
+  if (ctrl && !points_.empty()) p = rubberEnd_;
+  lastX_ = p.x;
+  lastY_ = p.y;
   if (points_.empty()) {
     document->Capture(this);
     CreateUndo(document->record());
     host->UpdateMenuStates();
-    param.ChainEnd = p;
+    chainEnd_ = p;
     AddPoint(p);
   } else {
     InvertBand();
-    param.ChainEnd = p;
+    chainEnd_ = p;
     AddPoint(p);
-    InvertEdge(param.PreviousVertex, param.ChainEnd);  // stays until the commit redraws
+    InvertEdge(previousVertex_, chainEnd_);  // stays until the commit redraws
   }
-  param.PreviousVertex = param.RubberEnd = p;
+  previousVertex_ = rubberEnd_ = p;
   document->Capture(this);
 }
 
@@ -98,10 +98,10 @@ void PolygonTool::OnMouseMove(int x, int y, unsigned keys) {
   if (!points_.empty()) {
     POINT p{x, y};
     const bool ctrl = (keys & MK_CONTROL) || document->host()->ControlDown();
-    if (ctrl && p.x != param.LastX && p.y != param.ChainEnd.y) p = ConstrainToAngle(param.ChainEnd, p);
-    if (p.x != param.LastX || p.y != param.LastY) {
+    if (ctrl && p.x != lastX_ && p.y != chainEnd_.y) p = ConstrainToAngle(chainEnd_, p);
+    if (p.x != lastX_ || p.y != lastY_) {
       InvertBand();
-      param.RubberEnd = p;
+      rubberEnd_ = p;
       InvertBand();
     }
   }
@@ -117,8 +117,8 @@ void PolygonTool::OnLButtonDblClk(int x, int y, unsigned) {
   // adds nothing to the press before it.
   POINT v = document->SnapPoint(POINT{x + window.left, y + window.top});
   POINT p{v.x - window.left, v.y - window.top};
-  if (!(p == param.ChainEnd)) {
-    param.ChainEnd = p;
+  if (!(p == chainEnd_)) {
+    chainEnd_ = p;
     AddPoint(p);
   }
   std::vector<POINT> view(points_);
@@ -128,7 +128,7 @@ void PolygonTool::OnLButtonDblClk(int x, int y, unsigned) {
   document->Post(RECV_DOCUMENT, UM_TOOLFINISHED);
   RedrawFigure(changed);
   points_.clear();
-  param.ChainEnd = param.PreviousVertex = param.RubberEnd = POINT{};
+  chainEnd_ = previousVertex_ = rubberEnd_ = POINT{};
   document->ReleaseCapture();
 }
 
@@ -147,7 +147,7 @@ void PolygonTool::RedrawFigure(RECT also) {
     f.bottom = std::max(f.bottom, q.y + 1);
   };
   for (POINT q : points_) take(q);
-  take(param.RubberEnd);
+  take(rubberEnd_);
   const BLOCKSET* r = document->record();
   const int sx = document->host()->ScrollX(), sy = document->host()->ScrollY();
   RECT image{UnZoom(r, f.left + window.left) + sx - 1, UnZoom(r, f.top + window.top) + sy - 1,

@@ -24,6 +24,7 @@ class PolygonTool : public ToolSession {
 
   // The vertices so far, in the session's own coordinates.
   const std::vector<POINT>& Points() const { return points_; }
+  POINT RubberEnd() const { return rubberEnd_; }
 
  private:
   bool AddPoint(POINT p);
@@ -32,6 +33,10 @@ class PolygonTool : public ToolSession {
   // Redraws what the figure's edges covered on the screen.
   void RedrawFigure(RECT alsoChanged);
   std::vector<POINT> points_;
+  POINT chainEnd_{};        // the last vertex, where the rubber band starts
+  POINT previousVertex_{};  // the vertex before the rubber band
+  POINT rubberEnd_{};       // the band's free end
+  int lastX_ = 0, lastY_ = 0;  // the last press
 };
 
 // Commits a polygon whose vertices are in view coordinates (the standing

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "image/colourblend.h"
 #include "frame/strings.h"
 #include "frame/view.h"
 #include "tools/brushstamp.h"
@@ -88,16 +89,16 @@ int ReplacerTool::DrawReplacerBrush(bool show, int x, int y) {
     const int l = cx + window.left - z / 2, t = cy + window.top - z / 2;
     document->host()->InvertRectangle(RECT{l, t, l + z, t + z});
   };
-  if (!show && param.SquareShown) {
-    frame(param.SquareX, param.SquareY);
-    param.SquareShown = 0;
+  if (!show && squareShown_) {
+    frame(squareX_, squareY_);
+    squareShown_ = 0;
     return 1;
   }
-  if (show && !param.SquareShown) {
+  if (show && !squareShown_) {
     frame(x, y);
-    param.SquareShown = 1;
-    param.SquareX = x;
-    param.SquareY = y;
+    squareShown_ = 1;
+    squareX_ = x;
+    squareY_ = y;
     return 1;
   }
   return 0;
@@ -113,7 +114,7 @@ void ReplacerTool::OnMessage(int message, std::int64_t, std::int64_t) {
 }
 
 void ReplacerTool::OnLButtonDown(int x, int y, unsigned) {
-  if (param.Replacing) return;
+  if (replacing_) return;
   BLOCKSET* r = document->record();
   const POINT p = Snap(x, y);
   CreateUndo(r);
@@ -123,40 +124,40 @@ void ReplacerTool::OnLButtonDown(int x, int y, unsigned) {
     document->FailSession(false);
     return;
   }
-  param.SquareShown = 0;
-  param.PressScrollX = document->host()->ScrollX();
-  param.PressScrollY = document->host()->ScrollY();
+  squareShown_ = 0;
+  pressScrollX_ = document->host()->ScrollX();
+  pressScrollY_ = document->host()->ScrollY();
   RECT changed{};
-  UpdateReplacerPixels(r, copy_, Unzoomed(p), POINT{param.PressScrollX, param.PressScrollY}, &changed);
+  UpdateReplacerPixels(r, copy_, Unzoomed(p), POINT{pressScrollX_, pressScrollY_}, &changed);
   Show(document, changed);
   DrawReplacerBrush(true, p.x, p.y);
   document->Capture(this);
-  param.LastX = p.x;
-  param.LastY = p.y;
-  param.Replacing = 1;
+  lastX_ = p.x;
+  lastY_ = p.y;
+  replacing_ = 1;
   document->host()->SetCursor(kReplacingCursor);
 }
 
 void ReplacerTool::OnMouseMove(int x, int y, unsigned) {
   const POINT p = Snap(x, y);
-  if (param.Replacing && (p.x != param.LastX || p.y != param.LastY)) {
+  if (replacing_ && (p.x != lastX_ || p.y != lastY_)) {
     DrawReplacerBrush(false, 0, 0);
     RECT changed{};
-    DrawReplacerLine(document->record(), copy_, Unzoomed(POINT{param.LastX, param.LastY}), Unzoomed(p),
-                     POINT{param.PressScrollX, param.PressScrollY}, &changed);
+    DrawReplacerLine(document->record(), copy_, Unzoomed(POINT{lastX_, lastY_}), Unzoomed(p),
+                     POINT{pressScrollX_, pressScrollY_}, &changed);
     Show(document, changed);
     DrawReplacerBrush(true, p.x, p.y);
-    param.LastX = p.x;
-    param.LastY = p.y;
+    lastX_ = p.x;
+    lastY_ = p.y;
   }
   ShowStatus(this, x, y);
 }
 
 void ReplacerTool::OnLButtonUp(int, int, unsigned) {
-  if (!param.Replacing) return;
+  if (!replacing_) return;
   copy_.reset();
   DrawReplacerBrush(false, 0, 0);
-  param.Replacing = 0;
+  replacing_ = 0;
   document->host()->SetCursor(kReplacerCursor);
   document->Post(RECV_DOCUMENT, UM_TOOLFINISHED);
   document->ReleaseCapture();
@@ -164,15 +165,15 @@ void ReplacerTool::OnLButtonUp(int, int, unsigned) {
 
 void ReplacerTool::Commit() {
   // The tool ends during a stroke: what was replaced stays.
-  if (!param.Replacing) return;
+  if (!replacing_) return;
   copy_.reset();
-  param.Replacing = 0;
-  param.SquareShown = 0;
+  replacing_ = 0;
+  squareShown_ = 0;
   document->Post(RECV_DOCUMENT, UM_TOOLFINISHED);
 }
 
 void ReplacerTool::TakeColour(int x, int y, unsigned keys) {
-  if (param.Replacing) return;
+  if (replacing_) return;
   if (keys & MK_RBUTTON)
     document->TakeColour(x + window.left, y + window.top, false);
   else if (keys & (MK_SHIFT | MK_MBUTTON))
@@ -249,9 +250,9 @@ void UndoStroke::Release() {
 
 bool LocalUndoTool::BuildStamp() {
   BLOCKSET* r = document->record();
-  param.Stamp.reset();
-  param.Stamp = CreateSoftBrush(*r, 0, StampForeground(r->Opacity), r->UndoType);
-  return param.Stamp != nullptr;
+  stamp_.reset();
+  stamp_ = CreateToolStamp(*r, 0, StampForeground(r->Opacity), tooltable[param.Tool].stamp);
+  return stamp_ != nullptr;
 }
 
 POINT LocalUndoTool::Unzoomed(int x, int y) const {
@@ -275,8 +276,8 @@ void LocalUndoTool::OnMessage(int message, std::int64_t, std::int64_t) {
 
 void LocalUndoTool::OnLButtonDown(int x, int y, unsigned) {
   if (stroke_.Painting()) return;
-  param.LastX = x;
-  param.LastY = y;
+  lastX_ = x;
+  lastY_ = y;
   BLOCKSET* r = document->record();
   EnsureUndoImage(r);  // with a history, the picture before its latest step
   const BITMAPINFOHEADER* img = LockDib(r->Image);
@@ -290,25 +291,24 @@ void LocalUndoTool::OnLButtonDown(int x, int y, unsigned) {
     doc->Post(RECV_TOOLBOX, UM_SELECTTOOL, TOOL_RECTSELECT);
     return;
   }
-  param.PressScrollX = document->host()->ScrollX();
-  param.PressScrollY = document->host()->ScrollY();
+  pressScrollX_ = document->host()->ScrollX();
+  pressScrollY_ = document->host()->ScrollY();
   RECT changed{};
-  if (!stroke_.Press(*r, param.Stamp, Unzoomed(x, y), POINT{param.PressScrollX, param.PressScrollY}, &changed)) {
+  if (!stroke_.Press(*r, stamp_, Unzoomed(x, y), POINT{pressScrollX_, pressScrollY_}, &changed)) {
     document->FailSession(false);
     return;
   }
-  param.Painting = 1;
   Show(document, changed);
   document->Capture(this);
 }
 
 void LocalUndoTool::OnMouseMove(int x, int y, unsigned) {
-  if (stroke_.Painting() && (x != param.LastX || y != param.LastY)) {
+  if (stroke_.Painting() && (x != lastX_ || y != lastY_)) {
     RECT changed{};
-    stroke_.DrawUndoLine(Unzoomed(param.LastX, param.LastY), Unzoomed(x, y), &changed);
+    stroke_.DrawUndoLine(Unzoomed(lastX_, lastY_), Unzoomed(x, y), &changed);
     Show(document, changed);
-    param.LastX = x;
-    param.LastY = y;
+    lastX_ = x;
+    lastY_ = y;
   }
   ShowStatus(this, x, y);
 }
@@ -316,7 +316,6 @@ void LocalUndoTool::OnMouseMove(int x, int y, unsigned) {
 void LocalUndoTool::OnLButtonUp(int, int, unsigned) {
   if (!stroke_.Painting()) return;
   stroke_.Release();
-  param.Painting = 0;
   document->Post(RECV_DOCUMENT, UM_TOOLFINISHED);
   document->ReleaseCapture();
 }
@@ -324,7 +323,6 @@ void LocalUndoTool::OnLButtonUp(int, int, unsigned) {
 void LocalUndoTool::Commit() {
   if (!stroke_.Painting()) return;
   stroke_.Release();
-  param.Painting = 0;
   document->Post(RECV_DOCUMENT, UM_TOOLFINISHED);
 }
 

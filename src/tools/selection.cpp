@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "image/colourblend.h"
 #include "frame/view.h"
 #include "image/convert.h"
 #include "tools/floodfill.h"

@@ -39,15 +39,15 @@ void Say(ToolHost* host, const char* format, POINT* mouse, const RECT& r) {
 
 RECT SelectorTool::CommitRect() const {
   const BITMAPINFOHEADER* f = LockDib(param.Fragment);
-  const int x = param.ImageX + param.ScrollX, y = param.ImageY + param.ScrollY;
+  const int x = imageX_ + scrollX_, y = imageY_ + scrollY_;
   return RECT{x, y, x + (f ? f->biWidth : 0), y + (f ? f->biHeight : 0)};
 }
 
 void SelectorTool::MoveWindow(RECT to) {
   const RECT from = window;
   window = to;
-  param.WindowX = to.left;
-  param.WindowY = to.top;
+  windowX_ = to.left;
+  windowY_ = to.top;
   // What the old place showed comes back from the view's own picture; the
   // fragment is drawn at the new one.
   document->host()->RepaintView(Union(from, to));
@@ -55,12 +55,12 @@ void SelectorTool::MoveWindow(RECT to) {
 
 void SelectorTool::StorePlace() {
   const BLOCKSET* r = document->record();
-  param.WindowX = param.OriginX = window.left;
-  param.WindowY = param.OriginY = window.top;
-  param.ScrollX = document->host()->ScrollX();
-  param.ScrollY = document->host()->ScrollY();
-  param.ImageX = UnZoom(r, window.left);
-  param.ImageY = UnZoom(r, window.top);
+  windowX_ = param.OriginX = window.left;
+  windowY_ = param.OriginY = window.top;
+  scrollX_ = document->host()->ScrollX();
+  scrollY_ = document->host()->ScrollY();
+  imageX_ = UnZoom(r, window.left);
+  imageY_ = UnZoom(r, window.top);
   param.Flags |= TF_PLACED;
 }
 
@@ -70,11 +70,11 @@ void SelectorTool::Reposition() {
   const BITMAPINFOHEADER* f = LockDib(param.Fragment);
   const int sx = document->host()->ScrollX(), sy = document->host()->ScrollY();
   // The image place stays; the window follows the scroll and the scale.
-  param.ImageX += param.ScrollX - sx;
-  param.ImageY += param.ScrollY - sy;
-  param.ScrollX = sx;
-  param.ScrollY = sy;
-  const int left = Zoom(r, param.ImageX), top = Zoom(r, param.ImageY);
+  imageX_ += scrollX_ - sx;
+  imageY_ += scrollY_ - sy;
+  scrollX_ = sx;
+  scrollY_ = sy;
+  const int left = Zoom(r, imageX_), top = Zoom(r, imageY_);
   MoveWindow(RECT{left, top, left + std::max(1, Zoom(r, f->biWidth)), top + std::max(1, Zoom(r, f->biHeight))});
   param.OriginX = left;
   param.OriginY = top;
@@ -113,11 +113,11 @@ bool SelectorTool::CutOut(RECT r, HDIB shape, bool pasteModeOff) {
     host->InvalidateImage(r);
   }
   const int sx = host->ScrollX(), sy = host->ScrollY();
-  param.SelectRect = RECT{r.left - sx, r.top - sy, r.right - sx, r.bottom - sy};
-  param.ScrollX = sx;
-  param.ScrollY = sy;
-  param.ImageX = r.left - sx;
-  param.ImageY = r.top - sy;
+  selectRect_ = RECT{r.left - sx, r.top - sy, r.right - sx, r.bottom - sy};
+  scrollX_ = sx;
+  scrollY_ = sy;
+  imageX_ = r.left - sx;
+  imageY_ = r.top - sy;
   param.Flags |= TF_PLACED;
   Reposition();
   param.Cursor = kMoveCursor;
@@ -133,10 +133,10 @@ void SelectorTool::Float(HDIB image) {
   CreateSelectMasks(&param, document->record());
   cutOut_ = true;
   const BITMAPINFOHEADER* f = LockDib(param.Fragment);
-  param.SelectRect = RECT{0, 0, f ? f->biWidth : 0, f ? f->biHeight : 0};
-  param.ScrollX = document->host()->ScrollX();
-  param.ScrollY = document->host()->ScrollY();
-  param.ImageX = param.ImageY = 0;
+  selectRect_ = RECT{0, 0, f ? f->biWidth : 0, f ? f->biHeight : 0};
+  scrollX_ = document->host()->ScrollX();
+  scrollY_ = document->host()->ScrollY();
+  imageX_ = imageY_ = 0;
   param.Flags |= TF_PLACED;
   Reposition();
   document->host()->UpdateMenuStates();
@@ -160,7 +160,7 @@ void SelectorTool::MoveFragment(POINT v) {
   const int left = param.OriginX + p.x - press_.x, top = param.OriginY + p.y - press_.y;
   MoveWindow(RECT{left, top, left + (window.right - window.left), top + (window.bottom - window.top)});
   last_ = p;
-  param.Moved = 1;
+  moved_ = 1;
   // The drag keeps measuring from where the window stood at the press.
   const int ox = param.OriginX, oy = param.OriginY;
   StorePlace();
@@ -223,8 +223,8 @@ void SelectorTool::OnMessage(int message, std::int64_t, std::int64_t) {
     case UM_FRAGMENTCHANGED: {
       const BITMAPINFOHEADER* f = LockDib(param.Fragment);
       if (!f) break;
-      param.SelectRect.right = param.SelectRect.left + f->biWidth;
-      param.SelectRect.bottom = param.SelectRect.top + f->biHeight;
+      selectRect_.right = selectRect_.left + f->biWidth;
+      selectRect_.bottom = selectRect_.top + f->biHeight;
       Reposition();
       document->host()->RepaintView(window);
       break;
@@ -250,7 +250,7 @@ void SelectorTool::Commit() {
   const RECT rect = CommitRect();
   // Only a fragment that was dragged takes the opacity; one left in place, or
   // only nudged, goes back whole.
-  InsetBitmap(bs->Image, param.Fragment, param.SelectMask, rect, param.Moved ? bs->Opacity : 255);
+  InsetBitmap(bs->Image, param.Fragment, param.SelectMask, rect, moved_ ? bs->Opacity : 255);
   host->InvalidateImage(rect);
   host->RepaintView(window);
 }
@@ -269,8 +269,8 @@ void RectSelectTool::OnRefresh(unsigned flags) {
   if (!param.Fragment && !(flags & TF_SELECTALL)) {
     const POINT p = document->SnapPoint(POINT{param.OriginX, param.OriginY});
     window = RECT{p.x, p.y, p.x, p.y};
-    param.OriginX = param.WindowX = p.x;
-    param.OriginY = param.WindowY = p.y;
+    param.OriginX = windowX_ = p.x;
+    param.OriginY = windowY_ = p.y;
   }
   if (!document->host()->AltDown()) param.Flags |= TF_LIFT;
   if (!param.Fragment && (flags & TF_SELECTALL)) {
@@ -280,8 +280,8 @@ void RectSelectTool::OnRefresh(unsigned flags) {
     GetImageRect(r, &image);
     const int left = -Zoom(r, document->host()->ScrollX()), top = -Zoom(r, document->host()->ScrollY());
     window = RECT{left, top, left + Zoom(r, image.right), top + Zoom(r, image.bottom)};
-    param.OriginX = param.WindowX = left;
-    param.OriginY = param.WindowY = top;
+    param.OriginX = windowX_ = left;
+    param.OriginY = windowY_ = top;
     document->Post(RECV_TOOL, WM_LBUTTONUP, 0, PackPoint(0, 0));
   }
 }
@@ -303,7 +303,7 @@ void RectSelectTool::OnLButtonDown(int x, int y, unsigned) {
 
 void RectSelectTool::EraseFrame() {
   if (!(param.Flags & TF_FRAMED)) return;
-  document->host()->InvertFocusRect(param.FrameRect);
+  document->host()->InvertFocusRect(frameRect_);
   param.Flags &= ~TF_FRAMED;
 }
 
@@ -326,9 +326,9 @@ void RectSelectTool::FrameStep(POINT v, unsigned keys) {
   const int d = std::max(0, std::min(std::abs(dy), limit.bottom - top));
   EraseFrame();
   window = RECT{left, top, left + w, top + d};
-  param.WindowX = left;
-  param.WindowY = top;
-  param.FrameRect = window;
+  windowX_ = left;
+  windowY_ = top;
+  frameRect_ = window;
   if (w > 0 && d > 0) {
     host->InvertFocusRect(window);
     param.Flags |= TF_FRAMED;
@@ -434,11 +434,11 @@ void IrregularSelectTool::OnLButtonDown(int x, int y, unsigned) {
   }
   document->Capture(this);
   press_ = v;
-  param.Points.clear();
+  points_.clear();
   if (IsLasso()) {
-    param.ChainEnd = v;
-    param.ChainStart = v;
-    param.Points.push_back(v);
+    chainEnd_ = v;
+    chainStart_ = v;
+    points_.push_back(v);
   }
   param.Cursor = IsLasso() ? kLassoCursor : kWandCursor;
   if (!document->host()->AltDown()) param.Flags |= TF_LIFT;
@@ -449,9 +449,9 @@ void IrregularSelectTool::Trace(POINT v) {
   const BLOCKSET* r = document->record();
   // Above 100 percent the chain runs on whole image pixels.
   const POINT p{Zoom(r, UnZoom(r, v.x)), Zoom(r, UnZoom(r, v.y))};
-  param.Points.push_back(p);
-  document->host()->InvertLine(param.ChainEnd, p);
-  param.ChainEnd = p;
+  points_.push_back(p);
+  document->host()->InvertLine(chainEnd_, p);
+  chainEnd_ = p;
 }
 
 void IrregularSelectTool::OnMouseMove(int x, int y, unsigned) {
@@ -488,11 +488,11 @@ void IrregularSelectTool::OnLButtonUp(int x, int y, unsigned) {
 
 void IrregularSelectTool::CutOutLasso(POINT v) {
   Trace(v);
-  if (!(param.ChainEnd == param.ChainStart)) param.Points.push_back(param.ChainStart);
+  if (!(chainEnd_ == chainStart_)) points_.push_back(chainStart_);
   // The chain on the screen goes with the redraw.
   document->host()->InvalidateView();
   const BLOCKSET* r = document->record();
-  std::vector<POINT> points = param.Points;
+  std::vector<POINT> points = points_;
   HDIB shape;
   RECT frame{};
   if (LimitPolygon(&points, document->GetLimitRect())) {
@@ -500,7 +500,7 @@ void IrregularSelectTool::CutOutLasso(POINT v) {
     GetPolygonFrame(&frame, points);
     shape = PolygonToMask(points);
   }
-  param.Points = points;
+  points_ = points;
   const int sx = document->host()->ScrollX(), sy = document->host()->ScrollY();
   const RECT cut{frame.left + sx, frame.top + sy, frame.right + sx, frame.bottom + sy};
   // An empty shape selects nothing: the lasso stands ready again at once.

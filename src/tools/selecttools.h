@@ -52,6 +52,11 @@ class SelectorTool : public ToolSession {
   bool snapMoves_ = true;
   bool cutOut_ = false;
   POINT press_{}, last_{-1, -1};
+  // Where the fragment lies: its image point, the scroll and window place it
+  // was last placed at, its selected rectangle, and whether it has moved.
+  int imageX_ = 0, imageY_ = 0, scrollX_ = 0, scrollY_ = 0, windowX_ = 0, windowY_ = 0;
+  RECT selectRect_{};
+  int moved_ = 0;
 };
 
 class RectSelectTool : public SelectorTool {
@@ -69,6 +74,7 @@ class RectSelectTool : public SelectorTool {
   void FrameStep(POINT view, unsigned keys);
   void EraseFrame();
   bool pressed_ = false;
+  RECT frameRect_{};  // the drag frame on the screen
 };
 
 // Tool 1 (lasso) or 2 (wand).
@@ -90,6 +96,8 @@ class IrregularSelectTool : public SelectorTool {
   void CutOutLasso(POINT view);
   void CutOutWand(POINT view);
   void Restart();
+  std::vector<POINT> points_;  // the lasso's polygon
+  POINT chainStart_{}, chainEnd_{};
 };
 
 }  // namespace ochrel

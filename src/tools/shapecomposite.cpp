@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "image/colourblend.h"
 #include "image/parallel.h"
 #include "tools/toolparam.h"
 

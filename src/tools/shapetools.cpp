@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "image/lineangle.h"
 #include "frame/view.h"
 #include "tools/shapecomposite.h"
 
@@ -33,7 +34,7 @@ POINT ConstrainToAngle(POINT from, POINT to) {
 
 // ---- Commits ------------------------------------------------------------------------------
 
-int InsetLine(BLOCKSET* r, const TOOLPARAM& param, RECT rect, RECT* changed) {
+int InsetLine(BLOCKSET* r, POINT start, POINT end, RECT rect, RECT* changed) {
   if (changed) *changed = RECT{};
   WRAPPERBLOCK block;
   block.Operation = WRAPPER_LINE;
@@ -41,10 +42,10 @@ int InsetLine(BLOCKSET* r, const TOOLPARAM& param, RECT rect, RECT* changed) {
   block.Opacity = r->Opacity;
   block.Antialias = ShapeAntialias(r);
   for (int i = 0; i < 256; ++i) block.Palette[3 * i] = block.Palette[3 * i + 1] = block.Palette[3 * i + 2] = static_cast<BYTE>(i);
-  block.Line.X0 = param.LineStart.x;
-  block.Line.Y0 = param.LineStart.y;
-  block.Line.X1 = param.LineEnd.x;
-  block.Line.Y1 = param.LineEnd.y;
+  block.Line.X0 = start.x;
+  block.Line.Y0 = start.y;
+  block.Line.X1 = end.x;
+  block.Line.Y1 = end.y;
   block.Line.LineThickness = r->LineThickness;
   block.Line.LineCap = r->LineCap;
   block.Line.Coverage = static_cast<std::int32_t>(CoverageValue(r->Opacity));
@@ -101,8 +102,8 @@ void ShapeTool::PlaceWindow(int left, int top, int width, int depth) {
     depth = whole(depth);
   }
   window = RECT{left, top, left + width, top + depth};
-  param.WindowX = left;
-  param.WindowY = top;
+  windowX_ = left;
+  windowY_ = top;
 }
 
 RECT ShapeTool::ImageRect() const {
@@ -125,8 +126,8 @@ void ShapeTool::InvertPreview() {
   if (IsLine()) {
     const BLOCKSET* r = document->record();
     // The ends are kept unzoomed; the screen shows them at the view's scale.
-    POINT a{window.left + Zoom(r, param.LineStart.x), window.top + Zoom(r, param.LineStart.y)};
-    POINT b{window.left + Zoom(r, param.LineEnd.x), window.top + Zoom(r, param.LineEnd.y)};
+    POINT a{window.left + Zoom(r, lineStart_.x), window.top + Zoom(r, lineStart_.y)};
+    POINT b{window.left + Zoom(r, lineEnd_.x), window.top + Zoom(r, lineEnd_.y)};
     host->InvertLine(a, b);
   } else if (param.Tool == TOOL_ELLIPSE) {
     host->InvertEllipse(window);
@@ -145,8 +146,8 @@ void ShapeTool::OnLButtonDown(int, int, unsigned) {
   press_ = document->SnapPoint(create_);
   last_ = press_;
   if (IsLine()) {
-    param.LastX = press_.x - window.left;
-    param.LastY = press_.y - window.top;
+    lastX_ = press_.x - window.left;
+    lastY_ = press_.y - window.top;
     // A line is never an empty window: a click alone still leaves a dot.
     const int z = std::max(1, Zoom(document->record(), 1));
     PlaceWindow(window.left, window.top, 2 * z, 2 * z);
@@ -180,8 +181,8 @@ void ShapeTool::OnMouseMove(int x, int y, unsigned keys) {
     else if (dy < 0) a = POINT{w, d}, b = POINT{0, 0};
     else a = POINT{w, 0}, b = POINT{0, d};
     const BLOCKSET* r = document->record();
-    param.LineStart = POINT{UnZoom(r, a.x), UnZoom(r, a.y)};
-    param.LineEnd = POINT{UnZoom(r, b.x), UnZoom(r, b.y)};
+    lineStart_ = POINT{UnZoom(r, a.x), UnZoom(r, a.y)};
+    lineEnd_ = POINT{UnZoom(r, b.x), UnZoom(r, b.y)};
   } else {
     PlaceWindow(left, top, w, d);
   }
@@ -206,7 +207,7 @@ void ShapeTool::Commit() {
   BLOCKSET* r = document->record();
   const RECT rect = ImageRect();
   RECT changed{};
-  if (IsLine()) InsetLine(r, param, rect, &changed);
+  if (IsLine()) InsetLine(r, lineStart_, lineEnd_, rect, &changed);
   else if (param.Tool == TOOL_ELLIPSE) InsetEllipse(r, rect, &changed);
   else InsetRectangle(r, rect, &changed);
   if (changed.right > changed.left && changed.bottom > changed.top) document->host()->InvalidateImage(changed);

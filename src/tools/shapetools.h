@@ -30,11 +30,14 @@ class ShapeTool : public ToolSession {
   POINT last_{};    // the last drag point seen
   bool pressed_ = false;
   bool shown_ = false;  // an outline is on the screen
+  int lastX_ = 0, lastY_ = 0;          // the press point (client coordinates)
+  POINT lineStart_{}, lineEnd_{};      // the line's ends in its window
+  int windowX_ = 0, windowY_ = 0;      // the window's place at the press
 };
 
 // The commits, into the record's image; rect is the session's window in image
 // coordinates. Non-zero on success; `changed` gets the image area touched.
-int InsetLine(BLOCKSET* record, const TOOLPARAM& param, RECT rect, RECT* changed = nullptr);
+int InsetLine(BLOCKSET* record, POINT start, POINT end, RECT rect, RECT* changed = nullptr);
 int InsetRectangle(BLOCKSET* record, RECT rect, RECT* changed = nullptr);
 int InsetEllipse(BLOCKSET* record, RECT rect, RECT* changed = nullptr);
 

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "image/colourblend.h"
 #include "frame/view.h"
 #include "image/crand.h"
 #include "frame/settings.h"
@@ -172,8 +173,8 @@ POINT SpraycanTool::Unzoomed(int x, int y) const {
 }
 
 void SpraycanTool::StopTimer() {
-  if (param.Timer) document->host()->StopTimer(this, kSprayTimer);
-  param.Timer = 0;
+  if (timer_) document->host()->StopTimer(this, kSprayTimer);
+  timer_ = 0;
 }
 
 void SpraycanTool::OnRefresh(unsigned) {
@@ -213,7 +214,7 @@ void SpraycanTool::DrawSpraycanLine(int x0, int y0, int x1, int y1) {
   auto limit = [](long long v) {
     return static_cast<std::int32_t>(std::clamp<long long>(v, INT32_MIN / 2, INT32_MAX / 2));
   };
-  const long long sx = param.PressScrollX, sy = param.PressScrollY;
+  const long long sx = pressScrollX_, sy = pressScrollY_;
   // Zoomed bounds: a point maps to UnZoom(point); one view pixel per image
   // pixel is the least any scale gives, so the zoomed span covers them all.
   const long long zx0 = Zoom(r, static_cast<int>(std::clamp<long long>(-sx - reach, -(1LL << 20), 1LL << 20)));
@@ -236,34 +237,34 @@ void SpraycanTool::DrawSpraycanLine(int x0, int y0, int x1, int y1) {
 void SpraycanTool::OnLButtonDown(int x, int y, unsigned) {
   if (Painting()) return;
   BLOCKSET* r = document->record();
-  param.LastX = x;
-  param.LastY = y;
+  lastX_ = x;
+  lastY_ = y;
   cursor_ = POINT{x, y};
   CreateUndo(r);
   document->host()->UpdateMenuStates();
   sprayList_ = DuplicateObject(sprayTemplate_);
   stroke_ = std::make_unique<SprayStroke>(*r);
-  param.PressScrollX = document->host()->ScrollX();
-  param.PressScrollY = document->host()->ScrollY();
-  if (!sprayList_ || !stroke_->Press(r->PaintColour, POINT{param.PressScrollX, param.PressScrollY})) {
+  pressScrollX_ = document->host()->ScrollX();
+  pressScrollY_ = document->host()->ScrollY();
+  if (!sprayList_ || !stroke_->Press(r->PaintColour, POINT{pressScrollX_, pressScrollY_})) {
     stroke_.reset();
     sprayList_.reset();
     document->FailSession(true);
     return;
   }
-  param.Painting = 1;
+  painting_ = 1;
   DrawSpraycan(x, y);
-  param.Timer = kSprayTimer;
+  timer_ = kSprayTimer;
   document->host()->StartTimer(this, kSprayTimer, kSprayPeriod);
   document->host()->CaptureMouse(this);
 }
 
 void SpraycanTool::OnMouseMove(int x, int y, unsigned) {
   cursor_ = POINT{x, y};
-  if (Painting() && (x != param.LastX || y != param.LastY)) {
-    DrawSpraycanLine(param.LastX, param.LastY, x, y);
-    param.LastX = x;
-    param.LastY = y;
+  if (Painting() && (x != lastX_ || y != lastY_)) {
+    DrawSpraycanLine(lastX_, lastY_, x, y);
+    lastX_ = x;
+    lastY_ = y;
   }
   POINT p = document->ImagePointOfView(x + window.left, y + window.top);
   char text[64];
@@ -272,19 +273,19 @@ void SpraycanTool::OnMouseMove(int x, int y, unsigned) {
 }
 
 void SpraycanTool::OnTimer(int id) {
-  if (id != kSprayTimer || !Painting() || !param.Timer) return;
+  if (id != kSprayTimer || !Painting() || !timer_) return;
   // The cursor outran the mouse events: the spray stops until the next press.
-  if (std::abs(static_cast<long long>(cursor_.x) - param.LastX) > SpraycanMotion ||
-      std::abs(static_cast<long long>(cursor_.y) - param.LastY) > SpraycanMotion) {
+  if (std::abs(static_cast<long long>(cursor_.x) - lastX_) > SpraycanMotion ||
+      std::abs(static_cast<long long>(cursor_.y) - lastY_) > SpraycanMotion) {
     StopTimer();
     return;
   }
-  if (!DrawSpraycan(param.LastX, param.LastY)) StopTimer();
+  if (!DrawSpraycan(lastX_, lastY_)) StopTimer();
 }
 
 void SpraycanTool::OnLButtonUp(int, int, unsigned) {
   const bool painting = Painting();
-  param.Painting = 0;
+  painting_ = 0;
   if (stroke_) stroke_->Release();
   stroke_.reset();
   StopTimer();

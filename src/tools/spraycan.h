@@ -82,7 +82,7 @@ class SpraycanTool : public ToolSession {
   void OnRButtonDown(int x, int y, unsigned keys) override;
   void OnTimer(int id) override;
 
-  bool Painting() const { return param.Painting != 0; }
+  bool Painting() const { return painting_ != 0; }
   const HGLOBAL& SprayTemplate() const { return sprayTemplate_; }
   const HGLOBAL& SprayList() const { return sprayList_; }
 
@@ -96,6 +96,10 @@ class SpraycanTool : public ToolSession {
   void StopTimer();
   HGLOBAL sprayTemplate_, sprayList_;
   std::unique_ptr<SprayStroke> stroke_;
+  int lastX_ = 0, lastY_ = 0;              // the last spot (client coordinates)
+  int pressScrollX_ = 0, pressScrollY_ = 0;  // the scroll at the press
+  int painting_ = 0;
+  unsigned timer_ = 0;
   POINT cursor_{};
 };
 

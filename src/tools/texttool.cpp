@@ -342,25 +342,24 @@ void TextTool::OnRefresh(unsigned flags) {
   param.OriginX = p.x;
   param.OriginY = p.y;
   ToolHost* host = document->host();
-  param.ImageX = UnZoom(r, p.x) + host->ScrollX();
-  param.ImageY = UnZoom(r, p.y) + host->ScrollY();
-  param.ScrollX = host->ScrollX();
-  param.ScrollY = host->ScrollY();
+  imageX_ = UnZoom(r, p.x) + host->ScrollX();
+  imageY_ = UnZoom(r, p.y) + host->ScrollY();
+  scrollX_ = host->ScrollX();
+  scrollY_ = host->ScrollY();
   SetTextEditWindowSize();
 }
 
 void TextTool::PlaceWindow(int viewX, int viewY) {
   const int w = window.right - window.left, h = window.bottom - window.top;
   window = RECT{viewX, viewY, viewX + w, viewY + h};
-  param.SelectRect = window;
-  param.WindowX = viewX;
-  param.WindowY = viewY;
+  windowX_ = viewX;
+  windowY_ = viewY;
 }
 
 void TextTool::SetTextEditWindowSize() {
   BLOCKSET* r = document->record();
   ToolHost* host = document->host();
-  const int vx = Zoom(r, param.ImageX - host->ScrollX()), vy = Zoom(r, param.ImageY - host->ScrollY());
+  const int vx = Zoom(r, imageX_ - host->ScrollX()), vy = Zoom(r, imageY_ - host->ScrollY());
   const BITMAPINFOHEADER* ih = LockDib(r->Image);
   const int iw = ih ? ih->biWidth : 0, id = ih ? ih->biHeight : 0;
   RECT available{vx, vy, std::min(Zoom(r, iw), host->ClientWidth()), std::min(Zoom(r, id), host->ClientHeight())};
@@ -369,9 +368,8 @@ void TextTool::SetTextEditWindowSize() {
   FontMetrics metrics(r);
   const TextSize size = GetTextWindowSize(text_, &available, r, metrics);
   window = RECT{vx, vy, vx + Zoom(r, size.cx) + 1, vy + Zoom(r, size.cy)};
-  param.SelectRect = window;
-  param.WindowX = vx;
-  param.WindowY = vy;
+  windowX_ = vx;
+  windowY_ = vy;
 }
 
 bool TextTool::PreviewLayout(TextLayout* out) {
@@ -379,7 +377,7 @@ bool TextTool::PreviewLayout(TextLayout* out) {
   FontMetrics metrics(r);
   const int w = UnZoom(r, static_cast<int>(window.right - window.left));
   const int h = UnZoom(r, static_cast<int>(window.bottom - window.top));
-  return LayoutText(text_, param.Caret, RECT{1, 1, 1 + w, 1 + h}, JustificationFlags(r) | TEXT_CARET, r, metrics,
+  return LayoutText(text_, caret_, RECT{1, 1, 1 + w, 1 + h}, JustificationFlags(r) | TEXT_CARET, r, metrics,
                     false, out);
 }
 
@@ -389,16 +387,16 @@ void TextTool::Redraw() {
 
 void TextTool::SetText(const std::string& text) {
   text_ = text;
-  param.Caret = static_cast<int>(text_.size());
+  caret_ = static_cast<int>(text_.size());
   SetTextEditWindowSize();
   Redraw();
 }
 
 void TextTool::OnLButtonDown(int x, int y, unsigned) {
   document->Capture(this);
-  param.PressX = x + window.left;
-  param.PressY = y + window.top;
-  param.LastX = param.LastY = -1;
+  pressX_ = x + window.left;
+  pressY_ = y + window.top;
+  lastX_ = lastY_ = -1;
   param.Dragging = 1;
 }
 
@@ -411,21 +409,21 @@ void TextTool::OnMouseMove(int x, int y, unsigned) {
     const int w = UnZoom(r, static_cast<int>(window.right - window.left));
     const int h = UnZoom(r, static_cast<int>(window.bottom - window.top));
     char status[128];
-    std::snprintf(status, sizeof status, "(%d,%d) - (%d,%d) - (%d,%d) [ %d,%d ]", mx, my, param.ImageX, param.ImageY,
-                  param.ImageX + w, param.ImageY + h, w, h);
+    std::snprintf(status, sizeof status, "(%d,%d) - (%d,%d) - (%d,%d) [ %d,%d ]", mx, my, imageX_, imageY_,
+                  imageX_ + w, imageY_ + h, w, h);
     host->StatusText(status);
     return;
   }
   const int vx = x + window.left, vy = y + window.top;
   // The box moves by whole image pixels, so it stays on its pixels at any zoom.
-  const int dx = UnZoom(r, vx - param.PressX), dy = UnZoom(r, vy - param.PressY);
+  const int dx = UnZoom(r, vx - pressX_), dy = UnZoom(r, vy - pressY_);
   if (!dx && !dy) return;
-  param.ImageX += dx;
-  param.ImageY += dy;
-  param.PressX += Zoom(r, dx);
-  param.PressY += Zoom(r, dy);
-  PlaceWindow(Zoom(r, param.ImageX - document->host()->ScrollX()), Zoom(r, param.ImageY - document->host()->ScrollY()));
-  param.Moved = 1;
+  imageX_ += dx;
+  imageY_ += dy;
+  pressX_ += Zoom(r, dx);
+  pressY_ += Zoom(r, dy);
+  PlaceWindow(Zoom(r, imageX_ - document->host()->ScrollX()), Zoom(r, imageY_ - document->host()->ScrollY()));
+  moved_ = 1;
   Redraw();
 }
 
@@ -435,14 +433,14 @@ void TextTool::OnLButtonUp(int, int, unsigned) {
   param.Cursor = 6003;  // the text cursor while typing
   document->host()->SetCursor(param.Cursor);
   param.Flags |= TF_PLACED;
-  param.ScrollX = document->host()->ScrollX();
-  param.ScrollY = document->host()->ScrollY();
+  scrollX_ = document->host()->ScrollX();
+  scrollY_ = document->host()->ScrollY();
   SetTextEditWindowSize();
   Redraw();
 }
 
 void TextTool::OnChar(int character) {
-  if (AddCharacterToText(&text_, &param.Caret, character, false)) {
+  if (AddCharacterToText(&text_, &caret_, character, false)) {
     SetTextEditWindowSize();
     Redraw();
   }
@@ -465,15 +463,15 @@ void TextTool::OnKeyDown(int key) {
     PlaceWindow(x, y);
     param.OriginX = x;
     param.OriginY = y;
-    param.ImageX = UnZoom(r, x) + host->ScrollX();
-    param.ImageY = UnZoom(r, y) + host->ScrollY();
+    imageX_ = UnZoom(r, x) + host->ScrollX();
+    imageY_ = UnZoom(r, y) + host->ScrollY();
     param.Flags |= TF_PLACED;
     SetTextEditWindowSize();
     Redraw();
     return;
   }
   if (key == KEY_END || key == KEY_HOME || key == KEY_LEFT || key == KEY_RIGHT) {
-    if (AddCharacterToText(&text_, &param.Caret, key, true)) Redraw();
+    if (AddCharacterToText(&text_, &caret_, key, true)) Redraw();
   }
 }
 
@@ -501,7 +499,7 @@ void TextTool::Commit() {
   }
   const int w = UnZoom(r, static_cast<int>(window.right - window.left));
   const int h = UnZoom(r, static_cast<int>(window.bottom - window.top));
-  const RECT rect{param.ImageX - 1, param.ImageY - 1, param.ImageX - 1 + w, param.ImageY - 1 + h};
+  const RECT rect{imageX_ - 1, imageY_ - 1, imageX_ - 1 + w, imageY_ - 1 + h};
   RECT changed{};
   committed_ = InsetText(r, rect, text_, &changed) != 0;
   if (changed.right > changed.left) document->host()->InvalidateImage(changed);
@@ -533,7 +531,7 @@ HDIB TextTool::Overlay(POINT* imagePlace) {
   for (int y = 0; y < h; ++y) {
     BYTE* row = DibRow(dh, y);
     for (int x = 0; x < w; ++x) {
-      const std::uint32_t v = GetDibPixel(ih, param.ImageX + x, param.ImageY + y);
+      const std::uint32_t v = GetDibPixel(ih, imageX_ + x, imageY_ + y);
       const COLORREF c = v == NOPIXEL ? RGB(255, 255, 255) : asColour(v);
       row[3 * x] = GetBValue(c);
       row[3 * x + 1] = GetGValue(c);
@@ -542,7 +540,7 @@ HDIB TextTool::Overlay(POINT* imagePlace) {
   }
   FontMetrics metrics(r);
   TextLayout layout;
-  if (LayoutText(text_, param.Caret, RECT{1, 1, 1 + w, 1 + h}, JustificationFlags(r) | TEXT_CARET, r, metrics, false,
+  if (LayoutText(text_, caret_, RECT{1, 1, 1 + w, 1 + h}, JustificationFlags(r) | TEXT_CARET, r, metrics, false,
                  &layout)) {
     for (const PlacedCharacter& pc : layout.characters) {
       const unsigned char ch = static_cast<unsigned char>(text_[static_cast<std::size_t>(pc.index)]);
@@ -585,7 +583,7 @@ HDIB TextTool::Overlay(POINT* imagePlace) {
     dot(0, y);
     if (w > 1) dot(w - 1, y);
   }
-  *imagePlace = POINT{param.ImageX, param.ImageY};
+  *imagePlace = POINT{imageX_, imageY_};
   return dib;
 }
 

@@ -123,6 +123,14 @@ class TextTool : public ToolSession {
   void SetText(const std::string& text);
   // The window fits the text, from its image place.
   void SetTextEditWindowSize();
+  // Puts the box on an image point and fits the window to it.
+  void PlaceAt(POINT image) {
+    imageX_ = image.x;
+    imageY_ = image.y;
+    SetTextEditWindowSize();
+  }
+  POINT ImagePlace() const { return POINT{imageX_, imageY_}; }
+  int Caret() const { return caret_; }
   // The preview's layout in the window (its caret in view coordinates).
   bool PreviewLayout(TextLayout* out);
   // The preview: the image under the box with the text in the fill colour,
@@ -132,6 +140,12 @@ class TextTool : public ToolSession {
  private:
   void PlaceWindow(int viewX, int viewY);
   void Redraw();
+  int caret_ = 0;  // index into the text
+  // The window's image point, the scroll and window place of the last
+  // placing, the press and last points, and whether a drag moved it.
+  int imageX_ = 0, imageY_ = 0, scrollX_ = 0, scrollY_ = 0, windowX_ = 0, windowY_ = 0;
+  int pressX_ = 0, pressY_ = 0, lastX_ = 0, lastY_ = 0;
+  int moved_ = 0;
   std::string text_;
   bool committed_ = false;
 };

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "image/dib.h"
 
@@ -31,10 +30,6 @@ enum ToolNumber : int {
   TOOL_TEXT = 16,
   TOOL_LOCALUNDO = 17,
 };
-
-// Tools made by a press (the rest stand over the image from their selection on).
-bool IsPressTool(int tool);
-bool IsStandingTool(int tool);
 
 // Mouse-key state of a press, in the low byte of the session flags.
 enum KeyFlags : unsigned {
@@ -93,46 +88,24 @@ enum ToolEvent : int {
 // Codes of UM_COLOURCHANGED.
 enum ColourCode : int { COLOUR_PAINT = 1, COLOUR_FILL = 2, COLOUR_PAPER = 4 };
 
+// What the shared framework reads of a session: the document, the view and
+// the clipboard find the tool and its cursor, the selection commands and the
+// filters on a selection its fragment and masks. Everything else a session
+// keeps in its own class.
 struct TOOLPARAM {
   int Tool = 0;
-  int Cursor = 0;
+  int Cursor = 0;  // 0: the tool's own from its row
   unsigned Flags = 0;
+  // The window's top left at the press or paste (view coordinates).
   int OriginX = 0, OriginY = 0;
-  int Moved = 0;
+  // A floating selection: the fragment, its 8-bit mask (null for the
+  // rectangle), and for lasso and wand its shape (1 inside) and dashed
+  // outline, both 1-bit and of the fragment's size.
   HDIB Fragment;
-  RECT SelectRect{};
-  int WindowX = 0, WindowY = 0;
-  RECT FrameRect{};
   HDIB SelectMask;
-  int ScrollX = 0, ScrollY = 0;
-  int ImageX = 0, ImageY = 0;
-  int Dragging = 0;
-  int ImageDepth = 0;
-  int LastX = 0, LastY = 0;
-  POINT LineStart{}, LineEnd{};
-  int Caret = 0;
-  HDIB Stamp;
-  int Painting = 0;
-  int PressScrollX = 0, PressScrollY = 0;
-  unsigned Timer = 0;
-  int Softness = 0;
-  int SquareShown = 0, Replacing = 0;
-  int SquareX = 0, SquareY = 0;
-  int PressX = 0, PressY = 0;
-  POINT ChainEnd{}, ChainStart{}, PreviousVertex{}, RubberEnd{};
-  // The lasso's polygon, and the irregular selection's shape (1 inside) and
-  // dashed outline, both 1-bit and of the fragment's size.
-  std::vector<POINT> Points;
   HDIB SelectShape, SelectFrame;
+  // A drag of the fragment or text box is under way.
+  int Dragging = 0;
 };
-
-// The coverage blend of one channel value c toward k through mask value m,
-// each division truncating by itself.
-constexpr int BlendChannel(int c, int k, int m) { return ((c * (255 - m)) / 255 + (k * m) / 255) & 255; }
-// All three channels of a 32-bit pixel value.
-std::uint32_t CoverageBlend(std::uint32_t pixel, std::uint32_t colour, int m);
-
-// The angle scale of the 45-degree constraint.
-int GetLineAngle(POINT a, POINT b);
 
 }  // namespace ochrel

@@ -13,47 +13,9 @@ namespace ochrel {
 
 // ---- Shared rules ----------------------------------------------------------------------
 
-bool IsPressTool(int tool) {
-  return tool == TOOL_RECTSELECT || tool == TOOL_LINE || tool == TOOL_RECTANGLE || tool == TOOL_ELLIPSE ||
-         tool == TOOL_TEXT;
-}
-bool IsStandingTool(int tool) { return tool >= 0 && tool < kToolCount && !IsPressTool(tool); }
-
-std::uint32_t CoverageBlend(std::uint32_t pixel, std::uint32_t colour, int m) {
-  std::uint32_t out = 0;
-  for (int shift = 0; shift < 24; shift += 8) {
-    int c = static_cast<int>((pixel >> shift) & 255), k = static_cast<int>((colour >> shift) & 255);
-    out |= static_cast<std::uint32_t>(BlendChannel(c, k, m)) << shift;
-  }
-  return out;
-}
-
-int GetLineAngle(POINT a, POINT b) {
-  long long dx = a.x - b.x, dy = a.y - b.y;
-  long long r = static_cast<long long>(std::sqrt(static_cast<double>(dx * dx + dy * dy)));
-  if (r == 0) return 0;
-  int v = static_cast<int>(dy * dy * 90 / (r * r));
-  if (b.x < a.x && b.y < a.y) return 180 - v;
-  if (b.x < a.x && b.y >= a.y) return 180 + v;
-  if (b.x >= a.x && b.y >= a.y) return 360 - v;
-  return v;
-}
-
-int ToolClassCursor(int tool) {
-  static const int cursors[kToolCount] = {0,    6022, 6023, 6019, 6017, 6002, 6014, 6018, 6016,
-                                          6021, 6015, 6013, 0,    0,    6024, 6009, 6010, 6025};
-  return tool >= 0 && tool < kToolCount ? cursors[tool] : 0;
-}
-
 int& CurrentTool() {
   static int tool = -1;
   return tool;
-}
-
-void SetDocumentCursor(BLOCKSET* record, int tool) {
-  static const std::pair<int, int> cursors[] = {{0, 6008}, {1, 6022}, {2, 6023}, {12, 6012}, {13, 6011}, {16, 6010}};
-  for (const auto& [t, resource] : cursors)
-    if (t == tool) record->Cursor = resource;
 }
 
 // ---- The queue ----------------------------------------------------------------------------
@@ -69,11 +31,16 @@ void MessageQueue::Post(const ToolMessage& m) {
 }
 
 void MessageQueue::Drain() {
-  while (!queue_.empty()) {
+  while (!held_ && !queue_.empty()) {
     ToolMessage m = queue_.front();
     queue_.pop_front();
     Deliver(m);
   }
+}
+
+MessageQueue::Hold::~Hold() {
+  MessageQueue& q = Instance();
+  if (--q.held_ == 0 && !q.queue_.empty() && q.wakeup_) q.wakeup_();
 }
 
 void MessageQueue::Forget(const ToolSession* tool) {
@@ -222,11 +189,11 @@ int DocumentTools::BeginToolFunction(int x, int y, int tool, unsigned flags) {
       Post(RECV_TOOL, WM_LBUTTONDOWN, MK_LBUTTON | (flags & 0xFF), PackPoint(0, 0));
       // The rectangle selector takes its undo copy when it first changes the
       // image, so that a click that selects nothing keeps the last change undoable.
-      if (tool != TOOL_RECTSELECT) CreateUndo(record_);
+      if (!HasTrait(tool, TT_LATE_UNDO)) CreateUndo(record_);
       host_->UpdateMenuStates();
       Send(UM_REFRESH, 0, flags);
     }
-  } else if ((tool == TOOL_LASSO || tool == TOOL_WAND) && session_) {
+  } else if (HasTrait(tool, TT_SELECTION) && session_) {
     // Cut and Clear end the selection without laying it back.
     session_->param.Flags |= flags & (TF_CUT | TF_CLEAR);
     Send(UM_ENDSELECTION);
@@ -236,12 +203,13 @@ int DocumentTools::BeginToolFunction(int x, int y, int tool, unsigned flags) {
 
 int DocumentTools::Unselect() {
   if (!session_) return 0;
-  int t = session_->param.Tool;
-  if (t == TOOL_RECTSELECT || t == TOOL_TEXT) {
+  const int t = session_->param.Tool;
+  if (!HasTrait(t, TT_SELECTION)) return 0;
+  if (IsPressTool(t)) {
     DestroyToolParam();
     return 1;
   }
-  if ((t == TOOL_LASSO || t == TOOL_WAND) && session_->param.Fragment) Send(UM_ENDSELECTION);
+  if (session_->param.Fragment) Send(UM_ENDSELECTION);
   return 0;
 }
 
@@ -249,13 +217,13 @@ void DocumentTools::DestroyToolParam() {
   if (!session_) return;
   std::unique_ptr<ToolSession> s = std::move(session_);
   const int t = s->param.Tool;
-  const bool selectorOrText = t == TOOL_RECTSELECT || t == TOOL_LASSO || t == TOOL_WAND || t == TOOL_TEXT;
+  const bool selection = HasTrait(t, TT_SELECTION);
   // Selectors and text commit while the document still names them.
-  if (!selectorOrText) record_->ToolWindow = nullptr;
+  if (!selection) record_->ToolWindow = nullptr;
   s->Commit();
   record_->ToolWindow = nullptr;
-  if (t == TOOL_SPRAYCAN || t == TOOL_AIRBRUSH) host_->StopTimer(s.get(), 3);
-  if ((selectorOrText || t == TOOL_LINE || t == TOOL_RECTANGLE || t == TOOL_ELLIPSE) && s->ChangesImage())
+  if (HasTrait(t, TT_TIMER)) host_->StopTimer(s.get(), 3);
+  if (HasTrait(t, TT_FINISHES) && s->ChangesImage())
     Post(RECV_DOCUMENT, UM_TOOLFINISHED);
   if (capture_ == s.get()) {
     capture_ = nullptr;
@@ -264,7 +232,7 @@ void DocumentTools::DestroyToolParam() {
   MessageQueue::Instance().Forget(s.get());
   host_->StatusText("");
   // The selection's commands (Clear, the filters on a fragment) close with it.
-  if (t == TOOL_RECTSELECT || t == TOOL_LASSO || t == TOOL_WAND || t == TOOL_TEXT) host_->UpdateMenuStates();
+  if (selection) host_->UpdateMenuStates();
   Graveyard().push_back(std::move(s));
 }
 

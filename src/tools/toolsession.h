@@ -16,6 +16,7 @@
 
 #include "frame/blockset.h"
 #include "tools/toolparam.h"
+#include "tools/tooltable.h"
 
 namespace ochrel {
 
@@ -61,8 +62,18 @@ class MessageQueue {
   void SetWakeup(std::function<void()> wakeup) { wakeup_ = std::move(wakeup); }
   void Deliver(const ToolMessage& m);
   void Clear() { queue_.clear(); }
+  // While one lives, Drain leaves the queue alone: work that keeps the windows
+  // live in a nested event loop must not have tool messages delivered halfway.
+  class Hold {
+   public:
+    Hold() { ++Instance().held_; }
+    ~Hold();
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+  };
 
  private:
+  int held_ = 0;
   std::deque<ToolMessage> queue_;
   Sink sinks_[5];
   std::function<void()> wakeup_;
@@ -223,9 +234,6 @@ class DocumentTools {
   ToolSession* capture_ = nullptr;
 };
 
-// Makes the session object of a tool (a tool without its own behaviour yet gets
-// a plain session that stands or presses and does nothing).
-std::unique_ptr<ToolSession> CreateToolSession(int tool);
 // Tests may make their own sessions; an empty function restores the tools.
 using ToolFactory = std::function<std::unique_ptr<ToolSession>(int tool)>;
 void SetToolFactoryOverride(ToolFactory factory);
@@ -238,9 +246,5 @@ int& CurrentTool();
 bool ChangeTool(DocumentTools* top, int tool);
 // UM_SELECTTOOL: shows a tool as current without starting or ending a session.
 void SelectTool(DocumentTools* top, int tool);
-// The cursor of a tool's window while it sets none of its own (0: the arrow).
-int ToolClassCursor(int tool);
-// The cursor a document shows over the image for a tool (0 leaves it).
-void SetDocumentCursor(BLOCKSET* record, int tool);
 
 }  // namespace ochrel

@@ -1,14 +1,5 @@
 #include "tools/viewtools.h"
 
-#include "tools/brushtools.h"
-#include "tools/floodfill.h"
-#include "tools/spraycan.h"
-#include "tools/polygontool.h"
-#include "tools/replacertools.h"
-#include "tools/texttool.h"
-#include "tools/shapetools.h"
-#include "tools/selecttools.h"
-
 #include <cstdio>
 
 #include "frame/view.h"
@@ -104,49 +95,6 @@ void SetZoomLocation(DocumentTools* doc, int x, int y, int oldMode, int oldScrol
   int hw = UnZoom(r, doc->host()->ClientWidth() / 2), hd = UnZoom(r, doc->host()->ClientHeight() / 2);
   doc->host()->SetScrollBars(p.x - hw, p.y - hd);
   doc->host()->InvalidateView();
-}
-
-// ---- Factory --------------------------------------------------------------------------------
-
-namespace {
-// A tool whose own behaviour is not built yet: it stands (or presses) and ignores the mouse.
-class PlainTool : public ToolSession {
- public:
-  explicit PlainTool(int tool) : ToolSession(tool) {}
-  void OnRefresh(unsigned flags) override {
-    if (IsStandingTool(param.Tool)) FitToLimitRect();
-    param.Flags = flags;
-  }
-  void OnMessage(int message, std::int64_t, std::int64_t) override {
-    if (message == UM_WINDOWRESIZED && IsStandingTool(param.Tool)) FitToLimitRect();
-  }
-  void OnMouseMove(int x, int y, unsigned) override { ReportPosition(this, x, y); }
-  bool ChangesImage() const override { return false; }
-};
-}  // namespace
-
-std::unique_ptr<ToolSession> CreateToolSession(int tool) {
-  switch (tool) {
-    case TOOL_RECTSELECT: return std::make_unique<RectSelectTool>();
-    case TOOL_LASSO:
-    case TOOL_WAND: return std::make_unique<IrregularSelectTool>(tool);
-    case TOOL_EYEDROPPER: return std::make_unique<EyedropperTool>();
-    case TOOL_ZOOM: return std::make_unique<ZoomTool>();
-    case TOOL_PEN:
-    case TOOL_BRUSH:
-    case TOOL_ERASER:
-    case TOOL_AIRBRUSH: return std::make_unique<StrokeTool>(tool);
-    case TOOL_BUCKET: return std::make_unique<BucketTool>();
-    case TOOL_SPRAYCAN: return std::make_unique<SpraycanTool>();
-    case TOOL_LINE:
-    case TOOL_RECTANGLE:
-    case TOOL_ELLIPSE: return std::make_unique<ShapeTool>(tool);
-    case TOOL_POLYGON: return std::make_unique<PolygonTool>();
-    case TOOL_TEXT: return std::make_unique<TextTool>();
-    case TOOL_REPLACER: return std::make_unique<ReplacerTool>();
-    case TOOL_LOCALUNDO: return std::make_unique<LocalUndoTool>();
-    default: return std::make_unique<PlainTool>(tool);
-  }
 }
 
 }  // namespace ochrel

@@ -5,8 +5,13 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include <memory>
 
 #include "frame/blockset.h"
 #include "frame/view.h"
@@ -18,6 +23,7 @@ class FakeToolHost : public ToolHost {
  public:
   int scrollX = 0, scrollY = 0, width = 400, height = 300;
   bool ctrl = false, shift = false, alt = false;
+  BLOCKSET* record = nullptr;  // takes the zoom list's choice, as the frame's combo does
   ToolSession* captured = nullptr;
   ToolSession* timerTool = nullptr;
   int cursor = 0, menuUpdates = 0, redraws = 0, timerMs = 0;
@@ -38,7 +44,9 @@ class FakeToolHost : public ToolHost {
     scrollX = std::max(0, x);
     scrollY = std::max(0, y);
   }
-  void SelectViewMode(int) override {}
+  void SelectViewMode(int mode) override {
+    if (record) record->ViewMode = mode;
+  }
   void InvalidateImage(RECT r) override { invalidated.push_back(r); }
   void InvalidateView() override {
     invalidated.push_back(RECT{-1, -1, -1, -1});
@@ -67,6 +75,7 @@ class FakeToolHost : public ToolHost {
   }
   void InvertEllipse(RECT r) override { inversions.push_back("ellipse " + Text(r)); }
   void InvertLine(POINT a, POINT b) override {
+    if (a == b) return;  // the end point is left out: nothing to draw
     inversions.push_back("line " + std::to_string(a.x) + "," + std::to_string(a.y) + " " + std::to_string(b.x) + "," +
                          std::to_string(b.y));
   }
@@ -74,14 +83,16 @@ class FakeToolHost : public ToolHost {
   void RepaintView(RECT r) override { repainted.push_back(r); }
   void ShowSelectionPopup(POINT at, bool tiles) override { popups.push_back({at, tiles}); }
 
-  // Every figure inverted an even number of times: nothing left on the screen.
-  bool ScreenClean() const {
+  // The figures inverted an odd number of times: what is on the screen now.
+  std::set<std::string> Shown() const {
     std::map<std::string, int> n;
     for (const auto& s : inversions) ++n[s];
+    std::set<std::string> out;
     for (const auto& [s, count] : n)
-      if (count % 2) return false;
-    return true;
+      if (count % 2) out.insert(s);
+    return out;
   }
+  bool ScreenClean() const { return Shown().empty(); }
   static std::string Text(RECT r) {
     return std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
            std::to_string(r.bottom);
@@ -97,6 +108,7 @@ struct FakeDocument {
 
   explicit FakeDocument(HDIB image) {
     MessageQueue::Instance().Clear();
+    host.record = &record;
     CreateNewFile(&record);
     record.Image = std::move(image);
     record.ViewMode = 5;
@@ -138,6 +150,35 @@ struct FakeDocument {
     Drain();
   }
   std::uint32_t Pixel(int x, int y) const { return GetDibPixel(LockDib(record.Image), x, y); }
+};
+
+// A test over one fake document `d` (Open puts a new one in its place): the
+// toolbox's tool changes go to ChangeTool, and no tool is current before or after.
+class ToolTest : public ::testing::Test {
+ protected:
+  ToolTest() { CurrentTool() = -1; }
+  ~ToolTest() override {
+    d.reset();
+    DocumentTools::ToolboxCommand() = nullptr;
+    CurrentTool() = -1;
+  }
+  void Open(int width, int height, int type = 0, COLORREF colour = RGB(255, 255, 255)) {
+    Open(CreateNewImage(NEWFILEPARAM{width, height, type, colour}));
+  }
+  void Open(HDIB image) {
+    d.reset();
+    CurrentTool() = -1;
+    d = std::make_unique<FakeDocument>(std::move(image));
+    DocumentTools::ToolboxCommand() = [this](int t) { ChangeTool(&d->tools, t); };
+  }
+  // The toolbox's choice of a tool, its session started and told.
+  bool Change(int tool) {
+    const bool changed = ChangeTool(&d->tools, tool);
+    d->Drain();
+    return changed;
+  }
+  std::uint32_t Pixel(int x, int y) const { return d->Pixel(x, y); }
+  std::unique_ptr<FakeDocument> d;
 };
 
 }  // namespace ochrel::test

@@ -7,11 +7,13 @@
 
 #include "frame/blockset.h"
 #include "frame/settings.h"
+#include "image/colourblend.h"
 #include "test_images.h"
 #include "tools/airbrush.h"
 #include "tools/brushsettings.h"
 #include "tools/brushstamp.h"
 #include "tools/brushstroke.h"
+#include "tools/tooltable.h"
 
 namespace ochrel {
 namespace {
@@ -598,22 +600,6 @@ TEST(BrushStroke, PalettedAndMonoImagesSetTheColourAtHalfStrength) {
   EXPECT_TRUE(test::SameBlock(d.Image, before));
 }
 
-TEST(BrushStroke, EraserPaintsThePaperColour) {
-  BLOCKSET d = Document(Blank(30, 30, RGB(0, 0, 0)), TOOL_ERASER);
-  d.PaintColour = RGB(255, 0, 0);
-  d.PaperColour = RGB(10, 220, 30);
-  d.Opacity = 255;
-  d.EraserBrushThickness = 6;
-  d.EraserBrushType = 1;
-  HDIB stamp = CreateSoftBrush(d, 0, StampForeground(d.Opacity), d.EraserBrushType);
-  EXPECT_EQ(GetBrushColour(d), d.PaperColour);
-  BrushStroke stroke(d, stamp);
-  ASSERT_TRUE(stroke.Press({15, 15}));
-  EXPECT_EQ(static_cast<COLORREF>(Px(d.Image, 15, 15)), RGB(10, 220, 30));
-  d.Tool = TOOL_BRUSH;
-  EXPECT_EQ(GetBrushColour(d), d.PaintColour);
-}
-
 TEST(BrushStroke, FailuresLeaveTheImageAlone) {
   BLOCKSET d = Document(Blank(300, 200, RGB(255, 255, 255)));
   HDIB before = DuplicateObject(d.Image);
@@ -752,39 +738,21 @@ TEST(BrushSettings, ClampsOfTheBrushPages) {
   EXPECT_EQ(d.LineThickness, 5);
 }
 
-TEST(BrushSettings, PagesOfTheFiveStampTools) {
-  auto has = [](int tool, int BLOCKSET::*field) {
-    for (const BrushSettingRange& r : GetBrushSettingRanges(tool))
-      if (r.field == field) return true;
-    return false;
-  };
-  for (int tool : {TOOL_ERASER, TOOL_PEN, TOOL_BRUSH, TOOL_AIRBRUSH, TOOL_LOCALUNDO}) {
-    ASSERT_FALSE(GetBrushSettingRanges(tool).empty());
-    EXPECT_TRUE(has(tool, &BLOCKSET::Opacity)) << tool;
-  }
-  EXPECT_TRUE(GetBrushSettingRanges(TOOL_ZOOM).empty());
-  EXPECT_TRUE(has(TOOL_BRUSH, &BLOCKSET::BrushType));
-  EXPECT_TRUE(has(TOOL_AIRBRUSH, &BLOCKSET::AirBrushFlow));
-  EXPECT_FALSE(has(TOOL_PEN, &BLOCKSET::BrushThickness));
-  // Sizes open on 16; the pen's range starts at 1, the others at 4.
-  const BrushSettingRange* pen = FindBrushSetting(&BLOCKSET::HardBrushThickness);
-  ASSERT_TRUE(pen);
-  EXPECT_EQ(pen->control, BrushControl::Spin);
-  EXPECT_EQ(pen->minimum, 1);
-  EXPECT_EQ(pen->start, 16);
-  const BrushSettingRange* size = FindBrushSetting(&BLOCKSET::BrushThickness);
-  ASSERT_TRUE(size);
-  EXPECT_EQ(size->minimum, 4);
-  EXPECT_EQ(size->id, 70);
-  EXPECT_EQ(ClampBrushSetting(*size, 3), 4);
-  EXPECT_EQ(ClampBrushSetting(*size, 65), 64);
-  // Every default of the settings lies inside its range.
+TEST(BrushSettings, StampToolsHavePagesWithTheirDefaultsInRange) {
+  // The tools with a stamp, and only they, have brush settings, opacity first.
   BLOCKSET defaults = Document(nullptr);
-  for (int tool : {TOOL_ERASER, TOOL_PEN, TOOL_BRUSH, TOOL_AIRBRUSH, TOOL_LOCALUNDO})
-    for (const BrushSettingRange& r : GetBrushSettingRanges(tool)) {
+  for (const TOOLROW& row : tooltable) {
+    const auto page = GetBrushSettingRanges(row.tool);
+    ASSERT_EQ(page.empty(), row.stamp == STAMP_NONE) << row.tool;
+    if (page.empty()) continue;
+    EXPECT_EQ(page.front().field, &BLOCKSET::Opacity) << row.tool;
+    for (const BrushSettingRange& r : page) {
       EXPECT_GE(defaults.*(r.field), r.minimum) << r.name;
       EXPECT_LE(defaults.*(r.field), r.maximum) << r.name;
     }
+  }
+  // A page holds its own tool's fields: the pen's size is not the brush's.
+  for (const BrushSettingRange& r : GetBrushSettingRanges(TOOL_PEN)) EXPECT_NE(r.field, &BLOCKSET::BrushThickness);
 }
 
 }  // namespace

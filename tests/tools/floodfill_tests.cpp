@@ -441,110 +441,96 @@ TEST(FloodFillBox, FeatherMaskIsTheSmallKernelAndTheFillKnowsItsBox) {
 
 // ---- The tool through the fake host -------------------------------------------------------
 
-using Host = test::FakeToolHost;
-
-class BucketToolTest : public ::testing::Test {
+// A white 100 by 80 picture cut by a black column at x = 50, the bucket chosen.
+class BucketToolTest : public test::ToolTest {
  protected:
   void SetUp() override {
-    CreateNewFile(&record);
-    record.Image = Blank(100, 80, 24, RGB(255, 255, 255));
+    Open(Blank(100, 80, 24, RGB(255, 255, 255)));
+    BLOCKSET& record = d->record;
     for (int y = 0; y < 80; ++y) PutDibPixel(LockDib(record.Image), 50, y, 0);
-    SetImageType(&record);
     record.Opacity = 255;
     record.Antialias = 0;
     record.PaintColour = RGB(255, 0, 0);
     record.FillColour = RGB(0, 255, 0);
     record.PaperColour = RGB(0, 0, 255);
-    doc = std::make_unique<DocumentTools>(&record, &host);
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
-    ASSERT_TRUE(ChangeTool(doc.get(), TOOL_BUCKET));
-    MessageQueue::Instance().Drain();
+    ASSERT_TRUE(Change(TOOL_BUCKET));
   }
-  void TearDown() override {
-    doc.reset();
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
-    SetAllocationLimit(0);
-  }
+  void TearDown() override { SetAllocationLimit(0); }
   void Press(int event, int x, int y, unsigned keys) {
-    doc->MouseEvent(event, x, y, keys);
-    MessageQueue::Instance().Drain();
+    d->tools.MouseEvent(event, x, y, keys);
+    d->Drain();
   }
-  BLOCKSET record;
-  Host host;
-  std::unique_ptr<DocumentTools> doc;
 };
 
 TEST_F(BucketToolTest, ButtonsAndShiftPickTheColourAndEachFillCanBeUndone) {
-  ASSERT_NE(doc->session(), nullptr);
-  EXPECT_EQ(doc->session()->param.Tool, TOOL_BUCKET);
-  EXPECT_EQ(doc->session()->window, (RECT{0, 0, 100, 80}));
-  doc->MouseEvent(WM_MOUSEMOVE, 7, 9, 0);
-  EXPECT_EQ(host.status, "(7,9)");
+  ASSERT_NE(d->tools.session(), nullptr);
+  EXPECT_EQ(d->tools.session()->param.Tool, TOOL_BUCKET);
+  EXPECT_EQ(d->tools.session()->window, (RECT{0, 0, 100, 80}));
+  d->tools.MouseEvent(WM_MOUSEMOVE, 7, 9, 0);
+  EXPECT_EQ(d->host.status, "(7,9)");
 
   Press(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
-  EXPECT_EQ(Px(record.Image, 0, 0), RGB(255, 0, 0));
-  EXPECT_EQ(Px(record.Image, 70, 0), RGB(255, 255, 255));
-  EXPECT_EQ(record.Modified, 1);
-  EXPECT_EQ(record.UndoAvailable, 1);
-  EXPECT_GE(host.redraws, 1);
+  EXPECT_EQ(Px(d->record.Image, 0, 0), RGB(255, 0, 0));
+  EXPECT_EQ(Px(d->record.Image, 70, 0), RGB(255, 255, 255));
+  EXPECT_EQ(d->record.Modified, 1);
+  EXPECT_EQ(d->record.UndoAvailable, 1);
+  EXPECT_GE(d->host.redraws, 1);
   Press(WM_RBUTTONDOWN, 70, 10, MK_RBUTTON);
-  EXPECT_EQ(Px(record.Image, 99, 79), RGB(0, 255, 0));
+  EXPECT_EQ(Px(d->record.Image, 99, 79), RGB(0, 255, 0));
   Press(WM_LBUTTONDOWN, 70, 10, MK_LBUTTON | MK_SHIFT);
-  EXPECT_EQ(Px(record.Image, 99, 79), RGB(0, 0, 255));
+  EXPECT_EQ(Px(d->record.Image, 99, 79), RGB(0, 0, 255));
   Press(WM_MBUTTONDOWN, 10, 10, MK_MBUTTON);
-  EXPECT_EQ(Px(record.Image, 0, 79), RGB(0, 0, 255));
+  EXPECT_EQ(Px(d->record.Image, 0, 79), RGB(0, 0, 255));
   // Undo gives back the image before the last fill.
-  ASSERT_TRUE(DoUndo(&record));
-  EXPECT_EQ(Px(record.Image, 0, 79), RGB(255, 0, 0));
-  EXPECT_EQ(Px(record.Image, 99, 79), RGB(0, 0, 255));
-  EXPECT_TRUE(host.messages.empty());
+  ASSERT_TRUE(DoUndo(&d->record));
+  EXPECT_EQ(Px(d->record.Image, 0, 79), RGB(255, 0, 0));
+  EXPECT_EQ(Px(d->record.Image, 99, 79), RGB(0, 0, 255));
+  EXPECT_TRUE(d->host.messages.empty());
 }
 
 TEST_F(BucketToolTest, PressesOutsideTheImageOrOnTheColourItself) {
   // Scrolled: the press point is unzoomed plus scroll.
-  host.scrollX = 60;
+  d->host.scrollX = 60;
   Press(WM_LBUTTONDOWN, 0, 0, MK_LBUTTON);
-  EXPECT_EQ(Px(record.Image, 99, 0), RGB(255, 0, 0));
-  EXPECT_EQ(Px(record.Image, 0, 0), RGB(255, 255, 255));
-  host.scrollX = 0;
-  record.Modified = 0;
-  record.UndoAvailable = 0;
+  EXPECT_EQ(Px(d->record.Image, 99, 0), RGB(255, 0, 0));
+  EXPECT_EQ(Px(d->record.Image, 0, 0), RGB(255, 255, 255));
+  d->host.scrollX = 0;
+  d->record.Modified = 0;
+  d->record.UndoAvailable = 0;
   // Paint colour within tolerance of the seed: the messages of a success, no change.
-  record.PaintColour = RGB(250, 250, 250);
-  HDIB before = DuplicateObject(record.Image);
+  d->record.PaintColour = RGB(250, 250, 250);
+  HDIB before = DuplicateObject(d->record.Image);
   Press(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
-  EXPECT_TRUE(test::SameBlock(before, record.Image));
-  EXPECT_EQ(record.Modified, 1);
-  EXPECT_EQ(record.UndoAvailable, 1);
+  EXPECT_TRUE(test::SameBlock(before, d->record.Image));
+  EXPECT_EQ(d->record.Modified, 1);
+  EXPECT_EQ(d->record.UndoAvailable, 1);
   // A point beyond the image (the window reaching past it after a zoom or
   // resize): nothing at all, no undo taken.
-  record.Modified = 0;
-  record.UndoAvailable = 0;
-  doc->session()->OnLButtonDown(150, 10, MK_LBUTTON);
-  MessageQueue::Instance().Drain();
-  EXPECT_EQ(record.UndoAvailable, 0);
-  EXPECT_EQ(record.Modified, 0);
-  EXPECT_TRUE(test::SameBlock(before, record.Image));
+  d->record.Modified = 0;
+  d->record.UndoAvailable = 0;
+  d->tools.session()->OnLButtonDown(150, 10, MK_LBUTTON);
+  d->Drain();
+  EXPECT_EQ(d->record.UndoAvailable, 0);
+  EXPECT_EQ(d->record.Modified, 0);
+  EXPECT_TRUE(test::SameBlock(before, d->record.Image));
 }
 
 TEST_F(BucketToolTest, MemoryErrorLeavesTheImage) {
   // A mono image: its undo copy is far smaller than the fill's 8-bit mask.
-  record.Image = Blank(200, 100, 1, 0);
-  SetImageType(&record);
-  record.PaintColour = 1;
-  HDIB before = DuplicateObject(record.Image);
+  d->record.Image = Blank(200, 100, 1, 0);
+  SetImageType(&d->record);
+  d->record.PaintColour = 1;
+  HDIB before = DuplicateObject(d->record.Image);
   SetAllocationLimit(5000);
   Press(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
   SetAllocationLimit(0);
-  ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0], "Memory error");
-  EXPECT_TRUE(test::SameBlock(before, record.Image));
-  EXPECT_EQ(record.Modified, 0);
-  EXPECT_NE(doc->session(), nullptr);  // the tool still stands
+  ASSERT_EQ(d->host.messages.size(), 1u);
+  EXPECT_EQ(d->host.messages[0], "Memory error");
+  EXPECT_TRUE(test::SameBlock(before, d->record.Image));
+  EXPECT_EQ(d->record.Modified, 0);
+  EXPECT_NE(d->tools.session(), nullptr);  // the tool still stands
   Press(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
-  EXPECT_EQ(Px(record.Image, 199, 99), 1u);
+  EXPECT_EQ(Px(d->record.Image, 199, 99), 1u);
 }
 
 }  // namespace

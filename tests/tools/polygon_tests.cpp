@@ -4,11 +4,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "fake_tool_host.h"
 #include "frame/blockset.h"
 #include "frame/view.h"
 #include "tools/polygontool.h"
@@ -19,58 +20,12 @@ namespace {
 
 constexpr COLORREF kWhite = RGB(255, 255, 255);
 
-class PolygonHost : public ToolHost {
- public:
-  int scrollX = 0, scrollY = 0;
-  bool ctrl = false, captured = false;
-  std::string status;
-  std::vector<std::string> lines;
-  std::vector<RECT> invalidated;
-  int ScrollX() const override { return scrollX; }
-  int ScrollY() const override { return scrollY; }
-  int ClientWidth() const override { return 400; }
-  int ClientHeight() const override { return 300; }
-  void SetScrollBars(int, int) override {}
-  void SelectViewMode(int) override {}
-  void InvalidateImage(RECT r) override { invalidated.push_back(r); }
-  void InvalidateView() override { invalidated.push_back(RECT{-1, -1, -1, -1}); }
-  void StartTimer(ToolSession*, int, int) override {}
-  void StopTimer(ToolSession*, int) override {}
-  void CaptureMouse(ToolSession*) override { captured = true; }
-  void ReleaseMouse() override { captured = false; }
-  bool ControlDown() const override { return ctrl; }
-  bool ShiftDown() const override { return false; }
-  bool AltDown() const override { return false; }
-  void ShowMessage(const std::string&) override {}
-  void StatusText(const std::string& text) override { status = text; }
-  void SetCursor(int) override {}
-  void UpdateMenuStates() override {}
-  void InvertLine(POINT a, POINT b) override {
-    if (a == b) return;  // a line that leaves out its only point draws nothing
-    lines.push_back(std::to_string(a.x) + "," + std::to_string(a.y) + "-" + std::to_string(b.x) + "," +
-                    std::to_string(b.y));
-  }
-  // The lines inverted an odd number of times: what is on the screen now.
-  std::set<std::string> Shown() const {
-    std::map<std::string, int> n;
-    for (const auto& s : lines) ++n[s];
-    std::set<std::string> out;
-    for (const auto& [s, count] : n)
-      if (count % 2) out.insert(s);
-    return out;
-  }
-};
-
-class PolygonTest : public ::testing::Test {
+class PolygonTest : public test::ToolTest {
  protected:
   void SetUp() override { Make(0); }
   void Make(int type) {
-    doc.reset();
-    record = BLOCKSET{};
-    CreateNewFile(&record);
-    record.Image = CreateNewImage(NEWFILEPARAM{40, 30, type, kWhite});
-    SetImageType(&record);
-    record.ViewMode = 5;
+    Open(40, 30, type, kWhite);
+    BLOCKSET& record = d->record;
     record.Opacity = 255;
     record.Antialias = 0;
     record.LineThickness = 0;
@@ -80,30 +35,20 @@ class PolygonTest : public ::testing::Test {
     record.GridActive = 0;
     record.PaintColour = RGB(0, 0, 0);
     record.FillColour = RGB(255, 0, 0);
-    doc = std::make_unique<DocumentTools>(&record, &host);
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
-    ASSERT_TRUE(ChangeTool(doc.get(), TOOL_POLYGON));
-    MessageQueue::Instance().Drain();
+    ASSERT_TRUE(Change(TOOL_POLYGON));
   }
-  void TearDown() override {
-    doc.reset();
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
-  }
-  PolygonTool* tool() { return dynamic_cast<PolygonTool*>(doc->session()); }
+  PolygonTool* tool() { return dynamic_cast<PolygonTool*>(d->tools.session()); }
   void Click(int x, int y, unsigned keys = 0) {
-    doc->MouseEvent(WM_LBUTTONDOWN, x, y, MK_LBUTTON | keys);
-    doc->MouseEvent(WM_LBUTTONUP, x, y, keys);
+    d->tools.MouseEvent(WM_LBUTTONDOWN, x, y, MK_LBUTTON | keys);
+    d->tools.MouseEvent(WM_LBUTTONUP, x, y, keys);
   }
   // The last vertex: its press, then the double click at the same place.
   void Finish(int x, int y) {
     Click(x, y);
-    doc->MouseEvent(WM_LBUTTONDBLCLK, x, y, MK_LBUTTON);
-    doc->MouseEvent(WM_LBUTTONUP, x, y, 0);
-    MessageQueue::Instance().Drain();
+    d->tools.MouseEvent(WM_LBUTTONDBLCLK, x, y, MK_LBUTTON);
+    d->tools.MouseEvent(WM_LBUTTONUP, x, y, 0);
+    d->Drain();
   }
-  std::uint32_t Pixel(int x, int y) { return GetDibPixel(LockDib(record.Image), x, y); }
   RECT Painted(std::uint32_t colour, int* count) {
     RECT r{1000, 1000, -1, -1};
     *count = 0;
@@ -116,17 +61,14 @@ class PolygonTest : public ::testing::Test {
     return r;
   }
 
-  BLOCKSET record;
-  PolygonHost host;
-  std::unique_ptr<DocumentTools> doc;
 };
 
 TEST_F(PolygonTest, StandsOverTheImageAndCommitsAtTheDoubleClick) {
   ASSERT_NE(tool(), nullptr);
-  EXPECT_EQ(doc->session()->window, (RECT{0, 0, 40, 30}));  // the limit rectangle: the image at 100 percent
+  EXPECT_EQ(d->tools.session()->window, (RECT{0, 0, 40, 30}));  // the limit rectangle: the image at 100 percent
   Click(10, 10);
-  EXPECT_EQ(record.UndoAvailable, 1);  // taken at the first vertex
-  EXPECT_TRUE(host.captured);
+  EXPECT_EQ(d->record.UndoAvailable, 1);  // taken at the first vertex
+  EXPECT_TRUE(d->host.captured);
   Click(20, 10);
   Click(20, 20);
   EXPECT_EQ(tool()->Points(), (std::vector<POINT>{{10, 10}, {20, 10}, {20, 20}}));
@@ -143,16 +85,16 @@ TEST_F(PolygonTest, StandsOverTheImageAndCommitsAtTheDoubleClick) {
   EXPECT_TRUE(r.left == 10 || r.left == 11) << r.left;
   EXPECT_TRUE(r.top == 10 || r.top == 11) << r.top;
   EXPECT_TRUE(tool()->Points().empty());
-  EXPECT_FALSE(host.captured);
-  EXPECT_EQ(record.Modified, 1);
-  EXPECT_EQ(doc->session()->param.Tool, TOOL_POLYGON);
-  ASSERT_TRUE(DoUndo(&record));
+  EXPECT_FALSE(d->host.captured);
+  EXPECT_EQ(d->record.Modified, 1);
+  EXPECT_EQ(d->tools.session()->param.Tool, TOOL_POLYGON);
+  ASSERT_TRUE(DoUndo(&d->record));
   EXPECT_EQ(Pixel(15, 15), kWhite);
 }
 
 TEST_F(PolygonTest, OutlineIsClosedAndCentredOnTheEdges) {
-  record.SolidFillMode = 1;
-  record.LineThickness = 1;
+  d->record.SolidFillMode = 1;
+  d->record.LineThickness = 1;
   Click(10, 10);
   Click(25, 10);
   Click(25, 20);
@@ -164,7 +106,7 @@ TEST_F(PolygonTest, OutlineIsClosedAndCentredOnTheEdges) {
   EXPECT_EQ(Pixel(26, 15), kWhite);
   // Outline over fill, thicker: the fill stays inside.
   Make(0);
-  record.LineThickness = 3;
+  d->record.LineThickness = 3;
   Click(10, 10);
   Click(25, 10);
   Click(25, 20);
@@ -176,8 +118,8 @@ TEST_F(PolygonTest, OutlineIsClosedAndCentredOnTheEdges) {
 }
 
 TEST_F(PolygonTest, DoubleClickFirstGivesOneOrTwoVertices) {
-  record.LineThickness = 3;
-  record.SolidFillMode = 1;
+  d->record.LineThickness = 3;
+  d->record.SolidFillMode = 1;
   // A double click on the spot: one vertex, drawn as a dot.
   Finish(15, 15);
   int n = 0;
@@ -188,11 +130,11 @@ TEST_F(PolygonTest, DoubleClickFirstGivesOneOrTwoVertices) {
   EXPECT_EQ(Pixel(15, 15), RGB(0, 0, 0));
   // The mouse moved between the press and the double click: a second vertex.
   Make(0);
-  record.LineThickness = 1;
-  record.SolidFillMode = 1;
+  d->record.LineThickness = 1;
+  d->record.SolidFillMode = 1;
   Click(5, 5);
-  doc->MouseEvent(WM_LBUTTONDBLCLK, 30, 5, MK_LBUTTON);
-  MessageQueue::Instance().Drain();
+  d->tools.MouseEvent(WM_LBUTTONDBLCLK, 30, 5, MK_LBUTTON);
+  d->Drain();
   r = Painted(RGB(0, 0, 0), &n);
   EXPECT_EQ(r.top, 5);
   EXPECT_EQ(r.bottom, 6);
@@ -204,47 +146,47 @@ TEST_F(PolygonTest, DoubleClickFirstGivesOneOrTwoVertices) {
 TEST_F(PolygonTest, CtrlAndGridPlaceVertices) {
   Click(10, 10);
   // Ctrl during the band: the free end goes onto the horizontal.
-  doc->MouseEvent(WM_MOUSEMOVE, 30, 12, MK_CONTROL);
-  EXPECT_EQ(tool()->param.RubberEnd, (POINT{30, 10}));
+  d->tools.MouseEvent(WM_MOUSEMOVE, 30, 12, MK_CONTROL);
+  EXPECT_EQ(tool()->RubberEnd(), (POINT{30, 10}));
   // Ctrl at the press takes the constrained end, not the mouse point.
-  doc->MouseEvent(WM_LBUTTONDOWN, 30, 12, MK_LBUTTON | MK_CONTROL);
+  d->tools.MouseEvent(WM_LBUTTONDOWN, 30, 12, MK_LBUTTON | MK_CONTROL);
   EXPECT_EQ(tool()->Points().back(), (POINT{30, 10}));
-  doc->MouseEvent(WM_LBUTTONUP, 30, 12, 0);
-  doc->PrepareToolFunction(TOOL_POLYGON);  // ends the session, figure dropped
+  d->tools.MouseEvent(WM_LBUTTONUP, 30, 12, 0);
+  d->tools.PrepareToolFunction(TOOL_POLYGON);  // ends the session, figure dropped
   EXPECT_EQ(Pixel(20, 10), kWhite);
 
   // The grid snaps presses, not the band.
   Make(0);
-  record.GridActive = 1;
-  record.GridHorizontal = 10;
-  record.GridVertical = 10;
+  d->record.GridActive = 1;
+  d->record.GridHorizontal = 10;
+  d->record.GridVertical = 10;
   Click(13, 17);
   EXPECT_EQ(tool()->Points().back(), (POINT{10, 20}));
-  doc->MouseEvent(WM_MOUSEMOVE, 26, 34, 0);
-  EXPECT_EQ(tool()->param.RubberEnd, (POINT{26, 34}));
+  d->tools.MouseEvent(WM_MOUSEMOVE, 26, 34, 0);
+  EXPECT_EQ(tool()->RubberEnd(), (POINT{26, 34}));
   Click(26, 24);
   EXPECT_EQ(tool()->Points().back(), (POINT{30, 20}));
 }
 
 TEST_F(PolygonTest, BandAndEdgesOnTheScreen) {
   Click(10, 10);
-  doc->MouseEvent(WM_MOUSEMOVE, 20, 12, 0);
-  EXPECT_EQ(host.Shown(), (std::set<std::string>{"10,10-20,12"}));
-  doc->MouseEvent(WM_MOUSEMOVE, 20, 10, 0);
-  EXPECT_EQ(host.Shown(), (std::set<std::string>{"10,10-20,10"}));
+  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 12, 0);
+  EXPECT_EQ(d->host.Shown(), (std::set<std::string>{"line 10,10 20,12"}));
+  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 10, 0);
+  EXPECT_EQ(d->host.Shown(), (std::set<std::string>{"line 10,10 20,10"}));
   Click(20, 10);
   // The fixed edge stays; the band starts again at the new vertex.
-  doc->MouseEvent(WM_MOUSEMOVE, 20, 20, 0);
-  EXPECT_EQ(host.Shown(), (std::set<std::string>{"10,10-20,10", "20,10-20,20"}));
-  EXPECT_EQ(host.status, "(20,20)");
+  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 20, 0);
+  EXPECT_EQ(d->host.Shown(), (std::set<std::string>{"line 10,10 20,10", "line 20,10 20,20"}));
+  EXPECT_EQ(d->host.status, "(20,20)");
   // Back onto the last press: the band stays where it was.
-  doc->MouseEvent(WM_MOUSEMOVE, 20, 10, 0);
-  EXPECT_EQ(host.Shown(), (std::set<std::string>{"10,10-20,10", "20,10-20,20"}));
-  host.invalidated.clear();
+  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 10, 0);
+  EXPECT_EQ(d->host.Shown(), (std::set<std::string>{"line 10,10 20,10", "line 20,10 20,20"}));
+  d->host.invalidated.clear();
   Finish(20, 20);
   // The commit redraws the figure's area, which takes the edges away.
-  ASSERT_FALSE(host.invalidated.empty());
-  const RECT& r = host.invalidated.back();
+  ASSERT_FALSE(d->host.invalidated.empty());
+  const RECT& r = d->host.invalidated.back();
   EXPECT_LE(r.left, 10);
   EXPECT_LE(r.top, 10);
   EXPECT_GE(r.right, 21);
@@ -262,17 +204,17 @@ TEST_F(PolygonTest, ScrolledViewsAndZoomLandUnderTheDrawing) {
   int n = 0;
   const RECT home = Painted(RGB(255, 0, 0), &n);
   Make(0);
-  host.scrollX = 7;
-  host.scrollY = 5;
+  d->host.scrollX = 7;
+  d->host.scrollY = 5;
   square();
   EXPECT_EQ(Painted(RGB(255, 0, 0), &n), (RECT{home.left + 7, home.top + 5, home.right + 7, home.bottom + 5}));
   EXPECT_EQ(n, 100);
-  host.scrollX = host.scrollY = 0;
+  d->host.scrollX = d->host.scrollY = 0;
   // At 200 percent the view points are halved.
   Make(0);
-  record.ViewMode = 6;
-  doc->PrepareToolFunction(TOOL_POLYGON);
-  doc->PrepareToolFunction(TOOL_POLYGON);
+  d->record.ViewMode = 6;
+  d->tools.PrepareToolFunction(TOOL_POLYGON);
+  d->tools.PrepareToolFunction(TOOL_POLYGON);
   Click(20, 20);
   Click(40, 20);
   Click(40, 40);
@@ -281,35 +223,35 @@ TEST_F(PolygonTest, ScrolledViewsAndZoomLandUnderTheDrawing) {
 }
 
 TEST_F(PolygonTest, NothingToPaintAndToolChangeLeaveTheImage) {
-  record.LineThickness = 0;
-  record.SolidFillMode = 1;
-  HDIB before = DuplicateObject(record.Image);
+  d->record.LineThickness = 0;
+  d->record.SolidFillMode = 1;
+  HDIB before = DuplicateObject(d->record.Image);
   Click(5, 5);
   Click(30, 5);
   Finish(30, 25);
-  EXPECT_EQ(std::memcmp(before->data(), record.Image->data(), before->size()), 0);
-  EXPECT_EQ(record.UndoAvailable, 1);
+  EXPECT_EQ(std::memcmp(before->data(), d->record.Image->data(), before->size()), 0);
+  EXPECT_EQ(d->record.UndoAvailable, 1);
   // A tool change in the middle of a figure forgets it and redraws its place.
-  record.SolidFillMode = 0;
+  d->record.SolidFillMode = 0;
   Click(5, 5);
   Click(30, 5);
-  host.invalidated.clear();
-  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_PEN));
-  MessageQueue::Instance().Drain();
-  EXPECT_EQ(std::memcmp(before->data(), record.Image->data(), before->size()), 0);
-  EXPECT_FALSE(host.invalidated.empty());
-  EXPECT_FALSE(host.captured);
+  d->host.invalidated.clear();
+  ASSERT_TRUE(ChangeTool(&d->tools, TOOL_PEN));
+  d->Drain();
+  EXPECT_EQ(std::memcmp(before->data(), d->record.Image->data(), before->size()), 0);
+  EXPECT_FALSE(d->host.invalidated.empty());
+  EXPECT_FALSE(d->host.captured);
 }
 
 TEST_F(PolygonTest, RightPressTakesThePaintColour) {
-  InsetSolidRectangle(record.Image, RGB(10, 20, 30), RECT{0, 0, 5, 5});
-  doc->MouseEvent(WM_RBUTTONDOWN, 2, 2, MK_RBUTTON);
-  EXPECT_EQ(record.PaintColour, RGB(10, 20, 30));
+  InsetSolidRectangle(d->record.Image, RGB(10, 20, 30), RECT{0, 0, 5, 5});
+  d->tools.MouseEvent(WM_RBUTTONDOWN, 2, 2, MK_RBUTTON);
+  EXPECT_EQ(d->record.PaintColour, RGB(10, 20, 30));
 }
 
 TEST_F(PolygonTest, OpacityPaletteAndShadowFollowTheShapeRules) {
-  record.Opacity = 128;
-  record.FillColour = RGB(200, 0, 100);
+  d->record.Opacity = 128;
+  d->record.FillColour = RGB(200, 0, 100);
   Click(10, 10);
   Click(20, 10);
   Click(20, 20);
@@ -318,8 +260,8 @@ TEST_F(PolygonTest, OpacityPaletteAndShadowFollowTheShapeRules) {
   // Paletted: antialiasing asked for, but the figure has only exact indices.
   Make(2);
   const std::uint32_t background = Pixel(0, 0);
-  record.Antialias = 1;
-  record.FillColour = 6;
+  d->record.Antialias = 1;
+  d->record.FillColour = 6;
   Click(3, 3);
   Click(36, 9);
   Finish(12, 27);
@@ -329,13 +271,13 @@ TEST_F(PolygonTest, OpacityPaletteAndShadowFollowTheShapeRules) {
   EXPECT_EQ(seen, (std::set<std::uint32_t>{background, 6}));
   // A shadow falls beside a filled opaque figure on true colour.
   Make(0);
-  record.ShadowActive = 1;
-  record.Shadow.ShadowType = 2;
-  record.Shadow.ShadowColor = RGB(0, 0, 0);
-  record.Shadow.ShadowDirection = 7;
-  record.Shadow.ShadowOffset = 5;
-  record.Shadow.ShadowSoft = 5;
-  record.Shadow.ShadowOpacity = 255;
+  d->record.ShadowActive = 1;
+  d->record.Shadow.ShadowType = 2;
+  d->record.Shadow.ShadowColor = RGB(0, 0, 0);
+  d->record.Shadow.ShadowDirection = 7;
+  d->record.Shadow.ShadowOffset = 5;
+  d->record.Shadow.ShadowSoft = 5;
+  d->record.Shadow.ShadowOpacity = 255;
   Click(5, 5);
   Click(20, 5);
   Click(20, 15);

@@ -5,6 +5,7 @@
 #include "fake_tool_host.h"
 #include "frame/blockset.h"
 #include "frame/strings.h"
+#include "image/colourblend.h"
 #include "tools/brushstamp.h"
 #include "tools/replacertools.h"
 #include "tools/toolsession.h"
@@ -12,37 +13,18 @@
 namespace ochrel {
 namespace {
 
-// A document with a fake host; the tool runs through DocumentTools as in the view.
-class ReplacerUndoTest : public ::testing::Test {
+// A document of the fake host; the tool runs through DocumentTools as in the view.
+class ReplacerUndoTest : public test::ToolTest {
  protected:
-  void SetUp() override {
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
-    CreateNewFile(&record);
-  }
-  void TearDown() override {
-    doc.reset();
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
-  }
-  void Open(int type, COLORREF background, int w = 80, int h = 60) {
-    record.Image = CreateNewImage(NEWFILEPARAM{w, h, type, background});
-    SetImageType(&record);
-    doc = std::make_unique<DocumentTools>(&record, &host);
-  }
+  void Make(int type, COLORREF background) { Open(80, 60, type, background); }
   void Stroke(std::initializer_list<POINT> path) {
     auto it = path.begin();
-    doc->MouseEvent(WM_LBUTTONDOWN, it->x, it->y, MK_LBUTTON);
-    for (++it; it != path.end(); ++it) doc->MouseEvent(WM_MOUSEMOVE, it->x, it->y, MK_LBUTTON);
-    doc->MouseEvent(WM_LBUTTONUP, (path.end() - 1)->x, (path.end() - 1)->y, 0);
-    MessageQueue::Instance().Drain();
+    d->tools.MouseEvent(WM_LBUTTONDOWN, it->x, it->y, MK_LBUTTON);
+    for (++it; it != path.end(); ++it) d->tools.MouseEvent(WM_MOUSEMOVE, it->x, it->y, MK_LBUTTON);
+    d->tools.MouseEvent(WM_LBUTTONUP, (path.end() - 1)->x, (path.end() - 1)->y, 0);
+    d->Drain();
   }
-  std::uint32_t Pixel(int x, int y) { return GetDibPixel(LockDib(record.Image), x, y); }
-  void Put(int x, int y, std::uint32_t v) { PutDibPixel(LockDib(record.Image), x, y, v); }
-
-  BLOCKSET record;
-  test::FakeToolHost host;
-  std::unique_ptr<DocumentTools> doc;
+  void Put(int x, int y, std::uint32_t v) { PutDibPixel(LockDib(d->record.Image), x, y, v); }
 };
 
 std::uint32_t Blend(std::uint32_t o, std::uint32_t k, int m) {
@@ -59,40 +41,37 @@ TEST_F(ReplacerUndoTest, ReplacerTurnsOnlyPixelsWithinTheTolerancesOfThePaperCol
     int replaced;  // how many of the cells, from the left, turn
   } cases[] = {{0, 0}, {10, 2}, {20, 3}, {40, 4}};
   for (const Case& c : cases) {
-    SetUp();
-    Open(0, RGB(255, 255, 255));
+    Make(0, RGB(255, 255, 255));
     for (int i = 0; i < 5; ++i) Put(20 + i, 30, cells[i]);
-    record.PaperColour = paper;
-    record.PaintColour = paint;
-    record.Opacity = 128;
-    record.ReplacerSize = 32;
-    record.RedTolerance = record.GreenTolerance = record.BlueTolerance = c.tolerance;
-    ASSERT_TRUE(ChangeTool(doc.get(), TOOL_REPLACER));
+    d->record.PaperColour = paper;
+    d->record.PaintColour = paint;
+    d->record.Opacity = 128;
+    d->record.ReplacerSize = 32;
+    d->record.RedTolerance = d->record.GreenTolerance = d->record.BlueTolerance = c.tolerance;
+    ASSERT_TRUE(ChangeTool(&d->tools, TOOL_REPLACER));
     Stroke({{22, 30}, {23, 31}});
     for (int i = 0; i < 5; ++i)
       EXPECT_EQ(Pixel(20 + i, 30), i < c.replaced ? Blend(cells[i], paint, 128) : cells[i])
           << "tolerance " << c.tolerance << " cell " << i;
     EXPECT_EQ(Pixel(5, 5), RGB(255, 255, 255));
-    EXPECT_EQ(record.UndoAvailable, 1);
-    EXPECT_EQ(record.Modified, 1);
+    EXPECT_EQ(d->record.UndoAvailable, 1);
+    EXPECT_EQ(d->record.Modified, 1);
     // The square's frame was drawn and taken away again: an even count.
-    EXPECT_FALSE(host.inverted.empty());
-    EXPECT_EQ(host.inverted.size() % 2, 0u);
-    EXPECT_EQ(host.captured, nullptr);
-    ChangeTool(doc.get(), TOOL_PEN);
-    doc.reset();
-    host = test::FakeToolHost{};
+    EXPECT_FALSE(d->host.inverted.empty());
+    EXPECT_EQ(d->host.inverted.size() % 2, 0u);
+    EXPECT_EQ(d->host.captured, nullptr);
+    ChangeTool(&d->tools, TOOL_PEN);
   }
 }
 
 TEST_F(ReplacerUndoTest, ReplacerStrokeOverItselfReplacesFromThePressCopyOnly) {
-  Open(0, RGB(200, 100, 50));
-  record.PaperColour = RGB(200, 100, 50);
-  record.PaintColour = RGB(0, 0, 0);
-  record.Opacity = 128;
-  record.ReplacerSize = 8;
-  record.RedTolerance = record.GreenTolerance = record.BlueTolerance = 120;
-  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_REPLACER));
+  Make(0, RGB(200, 100, 50));
+  d->record.PaperColour = RGB(200, 100, 50);
+  d->record.PaintColour = RGB(0, 0, 0);
+  d->record.Opacity = 128;
+  d->record.ReplacerSize = 8;
+  d->record.RedTolerance = d->record.GreenTolerance = d->record.BlueTolerance = 120;
+  ASSERT_TRUE(ChangeTool(&d->tools, TOOL_REPLACER));
   // Back and forth over the same place: a half-blended pixel would match the
   // paper colour again under this tolerance, so only the press copy keeps it once.
   Stroke({{30, 30}, {50, 30}, {30, 30}, {50, 30}, {40, 32}});
@@ -106,14 +85,14 @@ TEST_F(ReplacerUndoTest, ReplacerStrokeOverItselfReplacesFromThePressCopyOnly) {
 }
 
 TEST_F(ReplacerUndoTest, ReplacerOnPalettedImageMatchesEqualIndicesOnly) {
-  Open(2, RGB(255, 255, 255));
+  Make(2, RGB(255, 255, 255));
   const std::uint32_t bg = Pixel(0, 0);
   Put(10, 10, bg ^ 1);
-  record.PaperColour = bg;
-  record.PaintColour = bg ^ 7;
-  record.Opacity = 255;
-  record.ReplacerSize = 32;
-  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_REPLACER));
+  d->record.PaperColour = bg;
+  d->record.PaintColour = bg ^ 7;
+  d->record.Opacity = 255;
+  d->record.ReplacerSize = 32;
+  ASSERT_TRUE(ChangeTool(&d->tools, TOOL_REPLACER));
   Stroke({{10, 10}});
   EXPECT_EQ(Pixel(12, 12), bg ^ 7);
   EXPECT_EQ(Pixel(10, 10), bg ^ 1);
@@ -121,33 +100,32 @@ TEST_F(ReplacerUndoTest, ReplacerOnPalettedImageMatchesEqualIndicesOnly) {
 }
 
 TEST_F(ReplacerUndoTest, ReplacerRightAndMiddleClicksTakePaintAndPaperColours) {
-  Open(0, RGB(255, 255, 255));
+  Make(0, RGB(255, 255, 255));
   Put(5, 5, RGB(1, 2, 3));
   Put(6, 6, RGB(4, 5, 6));
-  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_REPLACER));
-  doc->MouseEvent(WM_RBUTTONDOWN, 5, 5, MK_RBUTTON);
-  doc->MouseEvent(WM_MBUTTONDOWN, 6, 6, MK_MBUTTON);
-  EXPECT_EQ(record.PaintColour, RGB(1, 2, 3));
-  EXPECT_EQ(record.PaperColour, RGB(4, 5, 6));
+  ASSERT_TRUE(ChangeTool(&d->tools, TOOL_REPLACER));
+  d->tools.MouseEvent(WM_RBUTTONDOWN, 5, 5, MK_RBUTTON);
+  d->tools.MouseEvent(WM_MBUTTONDOWN, 6, 6, MK_MBUTTON);
+  EXPECT_EQ(d->record.PaintColour, RGB(1, 2, 3));
+  EXPECT_EQ(d->record.PaperColour, RGB(4, 5, 6));
 }
 
 // Selective undo: the previous image comes back exactly through the stamp.
 TEST_F(ReplacerUndoTest, SelectiveUndoBringsBackTheStampedAreaOfThePreviousImage) {
   for (int opacity : {255, 128}) {
-    SetUp();
-    Open(0, RGB(250, 240, 230));
-    CreateUndo(&record);
-    InsetSolidRectangle(record.Image, RGB(0, 0, 0), RECT{0, 0, 80, 60});
-    record.Opacity = opacity;
-    record.UndoThickness = 9;
-    record.UndoType = 0;
-    record.UndoSoftness = 50;
-    ASSERT_TRUE(ChangeTool(doc.get(), TOOL_LOCALUNDO));
+    Make(0, RGB(250, 240, 230));
+    CreateUndo(&d->record);
+    InsetSolidRectangle(d->record.Image, RGB(0, 0, 0), RECT{0, 0, 80, 60});
+    d->record.Opacity = opacity;
+    d->record.UndoThickness = 9;
+    d->record.UndoType = 0;
+    d->record.UndoSoftness = 50;
+    ASSERT_TRUE(ChangeTool(&d->tools, TOOL_LOCALUNDO));
     Stroke({{30, 20}, {30, 20}});
     // Passing several times over the press point changes nothing more.
     Stroke({{40, 40}, {44, 40}, {40, 40}, {44, 40}});
-    record.Tool = TOOL_LOCALUNDO;
-    HDIB stamp = CreateSoftBrush(record, 0, StampForeground(opacity), 0);
+    d->record.Tool = TOOL_LOCALUNDO;
+    HDIB stamp = CreateSoftBrush(d->record, 0, StampForeground(opacity), 0);
     const BITMAPINFOHEADER* st = LockDib(stamp);
     ASSERT_NE(st, nullptr);
     const int w = st->biWidth, h = st->biHeight;
@@ -163,23 +141,22 @@ TEST_F(ReplacerUndoTest, SelectiveUndoBringsBackTheStampedAreaOfThePreviousImage
     EXPECT_GT(restored, 40);
     // The line's pixels never get more than the opacity's share back.
     EXPECT_EQ(Pixel(42, 40), Blend(RGB(0, 0, 0), RGB(250, 240, 230), opacity)) << opacity;
-    EXPECT_EQ(record.UndoAvailable, 1);
-    ASSERT_TRUE(DoUndo(&record));
+    EXPECT_EQ(d->record.UndoAvailable, 1);
+    ASSERT_TRUE(DoUndo(&d->record));
     EXPECT_EQ(Pixel(30, 20), RGB(250, 240, 230));
-    ChangeTool(doc.get(), TOOL_PEN);
-    doc.reset();
+    ChangeTool(&d->tools, TOOL_PEN);
   }
 }
 
 TEST_F(ReplacerUndoTest, SelectiveUndoWithoutUndoImageSaysSoAndFallsBackToToolZero) {
-  Open(0, RGB(255, 255, 255));
-  ASSERT_TRUE(ChangeTool(doc.get(), TOOL_LOCALUNDO));
-  ASSERT_NE(doc->session(), nullptr);
-  doc->MouseEvent(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
-  MessageQueue::Instance().Drain();
-  ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0], FetchString(IDS_NO_UNDO_IMAGE));
-  EXPECT_EQ(doc->session(), nullptr);
+  Make(0, RGB(255, 255, 255));
+  ASSERT_TRUE(ChangeTool(&d->tools, TOOL_LOCALUNDO));
+  ASSERT_NE(d->tools.session(), nullptr);
+  d->tools.MouseEvent(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
+  d->Drain();
+  ASSERT_EQ(d->host.messages.size(), 1u);
+  EXPECT_EQ(d->host.messages[0], FetchString(IDS_NO_UNDO_IMAGE));
+  EXPECT_EQ(d->tools.session(), nullptr);
   EXPECT_EQ(CurrentTool(), TOOL_RECTSELECT);
   EXPECT_EQ(Pixel(10, 10), RGB(255, 255, 255));
 }

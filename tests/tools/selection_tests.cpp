@@ -8,6 +8,7 @@
 
 #include "fake_tool_host.h"
 #include "test_images.h"
+#include "image/colourblend.h"
 #include "tools/pastetools.h"
 #include "tools/selecttools.h"
 #include "tools/texttool.h"

@@ -14,6 +14,8 @@
 
 #include "frame/blockset.h"
 #include "frame/view.h"
+#include "image/colourblend.h"
+#include "image/lineangle.h"
 #include "tools/shapecomposite.h"
 #include "tools/shapetools.h"
 #include "tools/toolsession.h"
@@ -23,18 +25,12 @@ namespace {
 
 constexpr COLORREF kWhite = RGB(255, 255, 255);
 
-using ShapeHost = test::FakeToolHost;
-
-class ShapeTest : public ::testing::Test {
+class ShapeTest : public test::ToolTest {
  protected:
   void SetUp() override { Make(0, 40, 30, kWhite); }
   void Make(int type, int width, int depth, COLORREF colour) {
-    doc.reset();
-    record = BLOCKSET{};
-    CreateNewFile(&record);
-    record.Image = CreateNewImage(NEWFILEPARAM{width, depth, type, colour});
-    SetImageType(&record);
-    record.ViewMode = 5;  // 100 percent
+    Open(width, depth, type, colour);
+    BLOCKSET& record = d->record;
     record.Opacity = 255;
     record.Antialias = 0;
     record.LineThickness = 1;
@@ -46,28 +42,19 @@ class ShapeTest : public ::testing::Test {
     record.PaintColour = RGB(0, 0, 0);
     record.FillColour = RGB(255, 0, 0);
     record.PaperColour = RGB(0, 0, 255);
-    doc = std::make_unique<DocumentTools>(&record, &host);
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
-  }
-  void TearDown() override {
-    doc.reset();
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
   }
   // A press, moves through the points, and a release at the last one.
   void Drag(int tool, std::vector<POINT> path, unsigned keys = 0) {
     CurrentTool() = tool;
-    doc->MouseEvent(WM_LBUTTONDOWN, path[0].x, path[0].y, MK_LBUTTON | keys);
-    MessageQueue::Instance().Drain();
-    for (std::size_t i = 1; i < path.size(); ++i) doc->MouseEvent(WM_MOUSEMOVE, path[i].x, path[i].y, MK_LBUTTON | keys);
-    doc->MouseEvent(WM_LBUTTONUP, path.back().x, path.back().y, keys);
-    MessageQueue::Instance().Drain();
+    d->tools.MouseEvent(WM_LBUTTONDOWN, path[0].x, path[0].y, MK_LBUTTON | keys);
+    d->Drain();
+    for (std::size_t i = 1; i < path.size(); ++i) d->tools.MouseEvent(WM_MOUSEMOVE, path[i].x, path[i].y, MK_LBUTTON | keys);
+    d->tools.MouseEvent(WM_LBUTTONUP, path.back().x, path.back().y, keys);
+    d->Drain();
   }
-  std::uint32_t Pixel(int x, int y) { return GetDibPixel(LockDib(record.Image), x, y); }
   // Every pixel of the image against a rule.
   void ExpectImage(const std::function<std::uint32_t(int, int)>& expected) {
-    const BITMAPINFOHEADER* h = LockDib(record.Image);
+    const BITMAPINFOHEADER* h = LockDib(d->record.Image);
     int wrong = 0;
     for (int y = 0; y < h->biHeight; ++y)
       for (int x = 0; x < h->biWidth; ++x)
@@ -85,10 +72,6 @@ class ShapeTest : public ::testing::Test {
   static bool OnBorder(int x, int y, RECT r, int t) {
     return In(x, y, r) && !In(x, y, RECT{r.left + t, r.top + t, r.right - t, r.bottom - t});
   }
-
-  BLOCKSET record;
-  ShapeHost host;
-  std::unique_ptr<DocumentTools> doc;
 };
 
 TEST_F(ShapeTest, RectangleOutlinesAndFillsCoverExactlyTheirPixels) {
@@ -96,38 +79,38 @@ TEST_F(ShapeTest, RectangleOutlinesAndFillsCoverExactlyTheirPixels) {
   // Hollow, thickness 1: the border and nothing else, with or without antialiasing.
   for (int aa : {0, 1}) {
     Make(0, 40, 30, kWhite);
-    record.Antialias = aa;
+    d->record.Antialias = aa;
     Drag(TOOL_RECTANGLE, {{5, 4}, {9, 8}, {15, 12}});
     ExpectImage([&](int x, int y) { return OnBorder(x, y, box, 1) ? RGB(0, 0, 0) : kWhite; });
   }
   // Thickness 0 with the fill colour: exactly the box, no outline.
   Make(0, 40, 30, kWhite);
-  record.LineThickness = 0;
-  record.SolidFillMode = 0;
+  d->record.LineThickness = 0;
+  d->record.SolidFillMode = 0;
   Drag(TOOL_RECTANGLE, {{5, 4}, {15, 12}});
   ExpectImage([&](int x, int y) { return In(x, y, box) ? RGB(255, 0, 0) : kWhite; });
   // Paper colour fill under a 2-pixel outline, dragged from the lower right.
   Make(0, 40, 30, kWhite);
-  record.LineThickness = 2;
-  record.SolidFillMode = 2;
+  d->record.LineThickness = 2;
+  d->record.SolidFillMode = 2;
   Drag(TOOL_RECTANGLE, {{15, 12}, {5, 4}});
   ExpectImage([&](int x, int y) {
     return OnBorder(x, y, box, 2) ? RGB(0, 0, 0) : In(x, y, box) ? RGB(0, 0, 255) : kWhite;
   });
   // Nothing at all: no outline and hollow. Only the undo copy was taken.
   Make(0, 40, 30, kWhite);
-  record.LineThickness = 0;
-  record.SolidFillMode = 1;
+  d->record.LineThickness = 0;
+  d->record.SolidFillMode = 1;
   Drag(TOOL_RECTANGLE, {{5, 4}, {15, 12}});
   ExpectImage([](int, int) { return kWhite; });
-  EXPECT_EQ(record.UndoAvailable, 1);
+  EXPECT_EQ(d->record.UndoAvailable, 1);
 }
 
 TEST_F(ShapeTest, OpacityBlendsEachLayerByTheCoverageRule) {
-  record.Opacity = 128;
-  record.SolidFillMode = 0;
-  record.FillColour = RGB(200, 0, 100);
-  record.LineThickness = 1;
+  d->record.Opacity = 128;
+  d->record.SolidFillMode = 0;
+  d->record.FillColour = RGB(200, 0, 100);
+  d->record.LineThickness = 1;
   Drag(TOOL_RECTANGLE, {{5, 4}, {15, 12}});
   // Fill over white: 255 * 127 / 255 + k * 128 / 255, each part truncated.
   EXPECT_EQ(Pixel(10, 8), RGB(227, 127, 177));
@@ -143,11 +126,11 @@ TEST_F(ShapeTest, OpacityBlendsEachLayerByTheCoverageRule) {
 TEST_F(ShapeTest, EllipseIsSymmetricAndStaysInsideItsBox) {
   for (int aa : {0, 1}) {
     Make(0, 40, 30, kWhite);
-    record.Antialias = aa;
-    record.LineThickness = 2;
-    record.SolidFillMode = 0;
+    d->record.Antialias = aa;
+    d->record.LineThickness = 2;
+    d->record.SolidFillMode = 0;
     Drag(TOOL_ELLIPSE, {{4, 4}, {29, 21}});  // 25 by 17
-    const BITMAPINFOHEADER* h = LockDib(record.Image);
+    const BITMAPINFOHEADER* h = LockDib(d->record.Image);
     int changed = 0;
     for (int y = 0; y < 30; ++y)
       for (int x = 0; x < 40; ++x) {
@@ -174,25 +157,25 @@ TEST_F(ShapeTest, PalettedImagesGetHardEdgesAndExactIndices) {
   for (int type : {2, 3}) {
     Make(type, 40, 30, RGB(255, 255, 255));
     const std::uint32_t background = Pixel(0, 0);
-    record.Antialias = 1;  // asked for, but not given on indices
-    record.LineThickness = 3;
-    record.SolidFillMode = 0;
-    record.PaintColour = type == 2 ? 3 : 0;
-    record.FillColour = type == 2 ? 5 : 0;
-    if (type == 3) record.PaintColour = background ^ 1;
+    d->record.Antialias = 1;  // asked for, but not given on indices
+    d->record.LineThickness = 3;
+    d->record.SolidFillMode = 0;
+    d->record.PaintColour = type == 2 ? 3 : 0;
+    d->record.FillColour = type == 2 ? 5 : 0;
+    if (type == 3) d->record.PaintColour = background ^ 1;
     Drag(TOOL_ELLIPSE, {{3, 2}, {36, 27}});
     Drag(TOOL_LINE, {{0, 29}, {39, 0}});
     std::set<std::uint32_t> seen;
-    const BITMAPINFOHEADER* h = LockDib(record.Image);
+    const BITMAPINFOHEADER* h = LockDib(d->record.Image);
     for (int y = 0; y < 30; ++y)
       for (int x = 0; x < 40; ++x) seen.insert(GetDibPixel(h, x, y));
-    const std::set<std::uint32_t> allowed{background, record.PaintColour, record.FillColour};
+    const std::set<std::uint32_t> allowed{background, d->record.PaintColour, d->record.FillColour};
     for (std::uint32_t v : seen) EXPECT_TRUE(allowed.count(v)) << "index " << v << " type " << type;
-    EXPECT_TRUE(seen.count(record.PaintColour));
+    EXPECT_TRUE(seen.count(d->record.PaintColour));
   }
   // The same on true colour gives in-between values along the edges.
   Make(0, 40, 30, kWhite);
-  record.Antialias = 1;
+  d->record.Antialias = 1;
   Drag(TOOL_LINE, {{0, 29}, {39, 0}});
   bool partial = false;
   for (int y = 0; y < 30; ++y)
@@ -204,45 +187,42 @@ TEST_F(ShapeTest, PalettedImagesGetHardEdgesAndExactIndices) {
 }
 
 TEST_F(ShapeTest, ShapePartlyOutsideTheImagePaintsOnlyTheInside) {
-  record.SolidFillMode = 0;
-  record.LineThickness = 0;
+  d->record.SolidFillMode = 0;
+  d->record.LineThickness = 0;
   // Dragged past the image's lower right: the view is larger than the image.
   Drag(TOOL_RECTANGLE, {{30, 20}, {60, 50}});
   ExpectImage([](int x, int y) { return x >= 30 && y >= 20 ? RGB(255, 0, 0) : kWhite; });
   // Straight commits above the top left and far away.
   Make(0, 40, 30, kWhite);
-  record.SolidFillMode = 0;
-  record.LineThickness = 0;
+  d->record.SolidFillMode = 0;
+  d->record.LineThickness = 0;
   RECT changed{};
-  EXPECT_EQ(InsetRectangle(&record, RECT{-10, -7, 5, 3}, &changed), 1);
+  EXPECT_EQ(InsetRectangle(&d->record, RECT{-10, -7, 5, 3}, &changed), 1);
   EXPECT_EQ(changed, (RECT{0, 0, 9, 7}));  // the mask's 4-pixel margin, cut at the image
   ExpectImage([](int x, int y) { return x < 5 && y < 3 ? RGB(255, 0, 0) : kWhite; });
-  EXPECT_EQ(InsetEllipse(&record, RECT{100000, 100000, 100040, 100040}, &changed), 1);
+  EXPECT_EQ(InsetEllipse(&d->record, RECT{100000, 100000, 100040, 100040}, &changed), 1);
   EXPECT_EQ(changed, RECT{});
-  record.LineThickness = 5;
-  TOOLPARAM line;
-  line.LineStart = POINT{0, 0};
-  line.LineEnd = POINT{30000, 0};
-  EXPECT_EQ(InsetLine(&record, line, RECT{-30000, 10, 2, 32}, &changed), 1);
+  d->record.LineThickness = 5;
+  EXPECT_EQ(InsetLine(&d->record, POINT{0, 0}, POINT{30000, 0}, RECT{-30000, 10, 2, 32}, &changed), 1);
   EXPECT_NE(Pixel(0, 10), kWhite);
   EXPECT_EQ(Pixel(39, 29), kWhite);
   // A box the back end can't make: the image stays as it was.
-  HDIB before = DuplicateObject(record.Image);
-  EXPECT_EQ(InsetRectangle(&record, RECT{0, 0, 2000000, 2000000}, &changed), 0);
-  EXPECT_EQ(std::memcmp(before->data(), record.Image->data(), before->size()), 0);
+  HDIB before = DuplicateObject(d->record.Image);
+  EXPECT_EQ(InsetRectangle(&d->record, RECT{0, 0, 2000000, 2000000}, &changed), 0);
+  EXPECT_EQ(std::memcmp(before->data(), d->record.Image->data(), before->size()), 0);
 }
 
 TEST_F(ShapeTest, ShadowOnlyUnderAFilledOpaqueShapeOnTrueColourOrGrey) {
   auto setShadow = [this] {
-    record.ShadowActive = 1;
-    record.Shadow.ShadowType = 2;
-    record.Shadow.ShadowColor = RGB(0, 0, 0);
-    record.Shadow.ShadowDirection = 7;  // down and right
-    record.Shadow.ShadowOffset = 6;
-    record.Shadow.ShadowSoft = 5;
-    record.Shadow.ShadowOpacity = 255;
-    record.SolidFillMode = 0;
-    record.LineThickness = 0;
+    d->record.ShadowActive = 1;
+    d->record.Shadow.ShadowType = 2;
+    d->record.Shadow.ShadowColor = RGB(0, 0, 0);
+    d->record.Shadow.ShadowDirection = 7;  // down and right
+    d->record.Shadow.ShadowOffset = 6;
+    d->record.Shadow.ShadowSoft = 5;
+    d->record.Shadow.ShadowOpacity = 255;
+    d->record.SolidFillMode = 0;
+    d->record.LineThickness = 0;
   };
   struct Case {
     int type;
@@ -255,11 +235,11 @@ TEST_F(ShapeTest, ShadowOnlyUnderAFilledOpaqueShapeOnTrueColourOrGrey) {
   for (const Case& c : cases) {
     Make(c.type, 40, 30, kWhite);
     setShadow();
-    record.Opacity = c.opacity;
-    record.SolidFillMode = c.solidFillMode;
-    record.ShadowActive = c.active;
-    if (c.solidFillMode == 1) record.LineThickness = 2;
-    if (c.type == 2) record.FillColour = 4;
+    d->record.Opacity = c.opacity;
+    d->record.SolidFillMode = c.solidFillMode;
+    d->record.ShadowActive = c.active;
+    if (c.solidFillMode == 1) d->record.LineThickness = 2;
+    if (c.type == 2) d->record.FillColour = 4;
     const std::uint32_t background = Pixel(0, 0);
     Drag(TOOL_RECTANGLE, {{5, 5}, {20, 15}});
     // Below and right of the shape lies the shadow; above and left nothing.
@@ -276,47 +256,47 @@ TEST_F(ShapeTest, ShadowOnlyUnderAFilledOpaqueShapeOnTrueColourOrGrey) {
 
 TEST_F(ShapeTest, DragPreviewIsAnInvertedOutlineThatLeavesNoTrace) {
   CurrentTool() = TOOL_RECTANGLE;
-  doc->MouseEvent(WM_LBUTTONDOWN, 10, 8, MK_LBUTTON);
-  ASSERT_NE(doc->session(), nullptr);
-  MessageQueue::Instance().Drain();
-  EXPECT_TRUE(host.captured);
-  doc->MouseEvent(WM_MOUSEMOVE, 20, 18, MK_LBUTTON);
-  EXPECT_EQ(host.inversions, (std::vector<std::string>{"rect 10,8,20,18"}));
-  EXPECT_EQ(host.status, "(10,8) - (20,18) [ 10,10 ]");
+  d->tools.MouseEvent(WM_LBUTTONDOWN, 10, 8, MK_LBUTTON);
+  ASSERT_NE(d->tools.session(), nullptr);
+  d->Drain();
+  EXPECT_TRUE(d->host.captured);
+  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 18, MK_LBUTTON);
+  EXPECT_EQ(d->host.inversions, (std::vector<std::string>{"rect 10,8,20,18"}));
+  EXPECT_EQ(d->host.status, "(10,8) - (20,18) [ 10,10 ]");
   // The same point again: nothing. A new one: old outline off, new one on.
-  doc->MouseEvent(WM_MOUSEMOVE, 20, 18, MK_LBUTTON);
-  EXPECT_EQ(host.inversions.size(), 1u);
-  doc->MouseEvent(WM_MOUSEMOVE, 4, 3, MK_LBUTTON);
-  EXPECT_EQ(host.inversions,
+  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 18, MK_LBUTTON);
+  EXPECT_EQ(d->host.inversions.size(), 1u);
+  d->tools.MouseEvent(WM_MOUSEMOVE, 4, 3, MK_LBUTTON);
+  EXPECT_EQ(d->host.inversions,
             (std::vector<std::string>{"rect 10,8,20,18", "rect 10,8,20,18", "rect 4,3,10,8"}));
-  EXPECT_EQ(host.status, "(4,3) - (10,8) [ 6,5 ]");
+  EXPECT_EQ(d->host.status, "(4,3) - (10,8) [ 6,5 ]");
   // The image is untouched until the release.
   EXPECT_EQ(Pixel(4, 3), kWhite);
-  doc->MouseEvent(WM_LBUTTONUP, 4, 3, 0);
-  MessageQueue::Instance().Drain();
-  EXPECT_TRUE(host.ScreenClean());
-  EXPECT_FALSE(host.captured);
-  EXPECT_EQ(doc->session(), nullptr);
+  d->tools.MouseEvent(WM_LBUTTONUP, 4, 3, 0);
+  d->Drain();
+  EXPECT_TRUE(d->host.ScreenClean());
+  EXPECT_FALSE(d->host.captured);
+  EXPECT_EQ(d->tools.session(), nullptr);
   EXPECT_EQ(Pixel(4, 3), RGB(0, 0, 0));
-  EXPECT_EQ(record.Modified, 1);
+  EXPECT_EQ(d->record.Modified, 1);
   // Only the changed rectangle is redrawn: the shape and its mask margin.
-  ASSERT_EQ(host.invalidated.size(), 1u);
-  EXPECT_EQ(host.invalidated[0], (RECT{0, 0, 14, 12}));
+  ASSERT_EQ(d->host.invalidated.size(), 1u);
+  EXPECT_EQ(d->host.invalidated[0], (RECT{0, 0, 14, 12}));
   // One level of undo brings the image back.
-  ASSERT_TRUE(DoUndo(&record));
+  ASSERT_TRUE(DoUndo(&d->record));
   ExpectImage([](int, int) { return kWhite; });
 
   // The ellipse's preview and the line's.
-  host.inversions.clear();
+  d->host.inversions.clear();
   Drag(TOOL_ELLIPSE, {{10, 8}, {20, 18}});
-  EXPECT_EQ(host.inversions.front(), "ellipse 10,8,20,18");
-  EXPECT_TRUE(host.ScreenClean());
-  host.inversions.clear();
+  EXPECT_EQ(d->host.inversions.front(), "ellipse 10,8,20,18");
+  EXPECT_TRUE(d->host.ScreenClean());
+  d->host.inversions.clear();
   Drag(TOOL_LINE, {{10, 8}, {20, 18}, {5, 12}});
   // Down-right from (0, 0); then down-left, from the upper right corner.
-  EXPECT_EQ(host.inversions[0], "line 10,8 20,18");
-  EXPECT_EQ(host.inversions[2], "line 10,8 5,12");
-  EXPECT_TRUE(host.ScreenClean());
+  EXPECT_EQ(d->host.inversions[0], "line 10,8 20,18");
+  EXPECT_EQ(d->host.inversions[2], "line 10,8 5,12");
+  EXPECT_TRUE(d->host.ScreenClean());
 }
 
 TEST_F(ShapeTest, LinesRunFromPressToReleaseOnePixelWide) {
@@ -324,23 +304,23 @@ TEST_F(ShapeTest, LinesRunFromPressToReleaseOnePixelWide) {
   ExpectImage([](int x, int y) { return y == 5 && x >= 3 && x <= 12 ? RGB(0, 0, 0) : kWhite; });
   // Upwards, vertical, flat ends.
   Make(0, 40, 30, kWhite);
-  record.LineCap = LINECAP_FLAT;
+  d->record.LineCap = LINECAP_FLAT;
   Drag(TOOL_LINE, {{7, 20}, {7, 9}, {7, 2}});
   ExpectImage([](int x, int y) { return x == 7 && y >= 2 && y <= 20 ? RGB(0, 0, 0) : kWhite; });
   // A click without a drag leaves a dot of the pen's size at the press point.
   Make(0, 40, 30, kWhite);
-  record.LineThickness = 3;
+  d->record.LineThickness = 3;
   Drag(TOOL_LINE, {{9, 9}});
   EXPECT_EQ(Pixel(9, 9), RGB(0, 0, 0));
   ExpectImage([this](int x, int y) { return std::abs(x - 9) > 1 || std::abs(y - 9) > 1 ? kWhite : Pixel(x, y); });
-  record.LineThickness = 1;
+  d->record.LineThickness = 1;
   // Ctrl pulls a shallow drag onto the horizontal through the press.
   Make(0, 40, 30, kWhite);
   Drag(TOOL_LINE, {{5, 5}, {15, 7}}, MK_CONTROL);
   ExpectImage([](int x, int y) { return y == 5 && x >= 5 && x <= 15 ? RGB(0, 0, 0) : kWhite; });
   // Half opacity: half blends of black into white.
   Make(0, 40, 30, kWhite);
-  record.Opacity = 128;
+  d->record.Opacity = 128;
   Drag(TOOL_LINE, {{2, 2}, {30, 2}});
   EXPECT_EQ(Pixel(10, 2), RGB(127, 127, 127));
 }
@@ -368,53 +348,53 @@ TEST_F(ShapeTest, AngleConstraintFollowsTheStepTable) {
 
 TEST_F(ShapeTest, CtrlSquaresRectanglesInTheDirectionOfTheDrag) {
   Drag(TOOL_RECTANGLE, {{10, 20}, {16, 12}}, MK_CONTROL);  // up and right, 6 by 8
-  EXPECT_EQ(host.statuses.back(), "(10,12) - (18,20) [ 8,8 ]");
+  EXPECT_EQ(d->host.statuses.back(), "(10,12) - (18,20) [ 8,8 ]");
   EXPECT_EQ(Pixel(17, 12), RGB(0, 0, 0));
   EXPECT_EQ(Pixel(18, 12), kWhite);
   Make(0, 40, 30, kWhite);
-  host.ctrl = true;  // read from the keyboard as well as from the event
+  d->host.ctrl = true;  // read from the keyboard as well as from the event
   Drag(TOOL_ELLIPSE, {{20, 20}, {11, 16}});
-  EXPECT_EQ(host.statuses.back(), "(11,11) - (20,20) [ 9,9 ]");
+  EXPECT_EQ(d->host.statuses.back(), "(11,11) - (20,20) [ 9,9 ]");
 }
 
 TEST_F(ShapeTest, GridSnapsPressAndDragPoints) {
-  record.GridActive = 1;
-  record.GridHorizontal = 10;
-  record.GridVertical = 10;
+  d->record.GridActive = 1;
+  d->record.GridHorizontal = 10;
+  d->record.GridVertical = 10;
   // 13 goes down to 10; 17 up to 20; 26 to 30; 34 to 30; 15, half way, goes up.
   Drag(TOOL_RECTANGLE, {{13, 17}, {26, 34}});
-  EXPECT_EQ(host.statuses.back(), "(10,20) - (30,30) [ 20,10 ]");
+  EXPECT_EQ(d->host.statuses.back(), "(10,20) - (30,30) [ 20,10 ]");
   EXPECT_EQ(Pixel(10, 20), RGB(0, 0, 0));
   EXPECT_EQ(Pixel(29, 29), RGB(0, 0, 0));
   EXPECT_EQ(Pixel(11, 21), kWhite);
   Drag(TOOL_RECTANGLE, {{15, 15}, {4, 4}});
-  EXPECT_EQ(host.statuses.back(), "(0,0) - (20,20) [ 20,20 ]");
+  EXPECT_EQ(d->host.statuses.back(), "(0,0) - (20,20) [ 20,20 ]");
   // Under 100 percent the grid leaves points alone.
-  record.ViewMode = 3;
+  d->record.ViewMode = 3;
   Drag(TOOL_RECTANGLE, {{13, 13}, {17, 17}});
-  EXPECT_EQ(host.statuses.back(), "(26,26) - (34,34) [ 8,8 ]");
+  EXPECT_EQ(d->host.statuses.back(), "(26,26) - (34,34) [ 8,8 ]");
 }
 
 TEST_F(ShapeTest, ZoomedAndScrolledViewsCommitInImagePixels) {
   Make(0, 100, 80, kWhite);
-  record.ViewMode = 6;  // 200 percent
-  host.scrollX = 5;
-  host.scrollY = 3;
-  record.SolidFillMode = 0;
-  record.LineThickness = 0;
+  d->record.ViewMode = 6;  // 200 percent
+  d->host.scrollX = 5;
+  d->host.scrollY = 3;
+  d->record.SolidFillMode = 0;
+  d->record.LineThickness = 0;
   // Odd view points land on whole image pixels.
   Drag(TOOL_RECTANGLE, {{11, 11}, {31, 21}});
   ExpectImage([](int x, int y) { return x >= 10 && x < 20 && y >= 8 && y < 13 ? RGB(255, 0, 0) : kWhite; });
 }
 
 TEST_F(ShapeTest, GradientFillIsLaidOverTheShapesOwnBox) {
-  record.SolidFillMode = 0;
-  record.LineThickness = 0;
-  record.FillType = 1;
-  record.Gradient.StartColour = RGB(0, 0, 0);
-  record.Gradient.EndColour = RGB(255, 255, 0);
+  d->record.SolidFillMode = 0;
+  d->record.LineThickness = 0;
+  d->record.FillType = 1;
+  d->record.Gradient.StartColour = RGB(0, 0, 0);
+  d->record.Gradient.EndColour = RGB(255, 255, 0);
   const RECT box{6, 5, 30, 25};
-  HDIB source = GetFillImage(&record, RECT{0, 0, box.right - box.left + 8, box.bottom - box.top + 8});
+  HDIB source = GetFillImage(&d->record, RECT{0, 0, box.right - box.left + 8, box.bottom - box.top + 8});
   ASSERT_NE(source, nullptr);
   Drag(TOOL_RECTANGLE, {{6, 5}, {30, 25}});
   const BITMAPINFOHEADER* s = LockDib(source);

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "fake_tool_host.h"
 #include "frame/blockset.h"
 #include "image/crand.h"
 #include "frame/settings.h"
@@ -71,48 +73,6 @@ TEST(SprayList, DiscTemplates) {
   EXPECT_EQ(LockSprayList(CreateSpraycan(1000))->width, kMaxSprayDiameter);
 }
 
-TEST(SprayList, SpotsDrawWithoutRepetition) {
-  // Diameter 2, flow 25: one draw. After srand(1) the first number is
-  // (22695478 >> 16) & 0x7FFF = 346; 346 mod 3 = 1 takes entry 1, (1, 0), and
-  // the last entry (1, 1) moves into its place.
-  HGLOBAL list = CreateSpraycan(2);
-  srand(1);
-  HDIB spot = RenderSpraycan(list, 200, 7, 25);
-  ASSERT_TRUE(spot);
-  EXPECT_EQ(LockDib(spot)->biBitCount, 8);
-  EXPECT_EQ(Px(spot, 0, 0), 7u);
-  EXPECT_EQ(Px(spot, 1, 0), 200u);
-  EXPECT_EQ(Px(spot, 0, 1), 7u);
-  EXPECT_EQ(Px(spot, 1, 1), 7u);
-  EXPECT_EQ(LockSprayList(list)->remaining, 3);
-  EXPECT_EQ(SprayEntries(LockSprayList(list))[1], 1 | (1 << 8));
-
-  // A larger disc, spot after spot: no pixel is drawn twice, every spot takes
-  // its share until the list runs dry, and then spots are empty.
-  HGLOBAL t = CreateSpraycan(20);
-  const int total = LockSprayList(t)->total;
-  HGLOBAL work = DuplicateObject(t);
-  const int flow = 7, n = total * flow / 100;
-  ASSERT_LT(n * 14, total);
-  ASSERT_GT(n * 20, total);
-  std::set<std::pair<int, int>> all;
-  int before = total;
-  for (int spotNo = 0; spotNo < 20; ++spotNo) {
-    srand(1000 + spotNo);
-    HDIB s = RenderSpraycan(work, 255, 0, flow);
-    std::set<std::pair<int, int>> set;
-    for (int y = 0; y < 20; ++y)
-      for (int x = 0; x < 20; ++x)
-        if (Px(s, x, y) == 255) set.insert({x, y});
-    for (const auto& p : set) EXPECT_TRUE(all.insert(p).second) << "drawn twice";
-    EXPECT_EQ(static_cast<int>(set.size()), std::min(n, before));
-    const int after = LockSprayList(work)->remaining;
-    EXPECT_EQ(after, std::max(0, before - n));
-    before = after;
-  }
-  EXPECT_EQ(static_cast<int>(all.size()), total);
-}
-
 TEST(SprayList, ExactDotsForASeedAndTheFlowLimits) {
   HGLOBAL t = CreateSpraycan(12);
   auto order = Entries(t);
@@ -154,65 +114,25 @@ TEST(SprayList, ExactDotsForASeedAndTheFlowLimits) {
 
 // ---- The session ---------------------------------------------------------------------------
 
-class Host : public ToolHost {
- public:
-  int ScrollX() const override { return 0; }
-  int ScrollY() const override { return 0; }
-  int ClientWidth() const override { return 400; }
-  int ClientHeight() const override { return 300; }
-  void SetScrollBars(int, int) override {}
-  void SelectViewMode(int) override {}
-  void InvalidateImage(RECT r) override { shown.push_back(r); }
-  void InvalidateView() override {}
-  void StartTimer(ToolSession*, int id, int ms) override { log.push_back("timer " + std::to_string(id) + " " + std::to_string(ms)); }
-  void StopTimer(ToolSession*, int id) override { log.push_back("stop " + std::to_string(id)); }
-  void CaptureMouse(ToolSession*) override { log.push_back("capture"); }
-  void ReleaseMouse() override { log.push_back("release"); }
-  bool ControlDown() const override { return false; }
-  bool ShiftDown() const override { return false; }
-  bool AltDown() const override { return false; }
-  void ShowMessage(const std::string& text) override { log.push_back("message " + text); }
-  void StatusText(const std::string&) override {}
-  void SetCursor(int) override {}
-  void UpdateMenuStates() override {}
-  std::vector<std::string> log;
-  std::vector<RECT> shown;
-};
-
-class SprayToolTest : public ::testing::Test {
+// A document whose toolbox changes tools, with the spray can chosen.
+class SprayToolTest : public test::ToolTest {
  protected:
   void Start(HDIB image, int thickness, int flow, int opacity, std::uint32_t paint) {
-    CreateNewFile(&record);
-    record.Image = std::move(image);
-    SetImageType(&record);
-    record.SpraycanThickness = thickness;
-    record.SpraycanFlow = flow;
-    record.Opacity = opacity;
-    record.PaintColour = paint;
-    doc = std::make_unique<DocumentTools>(&record, &host);
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
-    DocumentTools::ToolboxCommand() = [this](int t) { ChangeTool(doc.get(), t); };
-    ASSERT_TRUE(ChangeTool(doc.get(), TOOL_SPRAYCAN));
-    MessageQueue::Instance().Drain();
+    Open(std::move(image));
+    d->record.SpraycanThickness = thickness;
+    d->record.SpraycanFlow = flow;
+    d->record.Opacity = opacity;
+    d->record.PaintColour = paint;
+    ASSERT_TRUE(Change(TOOL_SPRAYCAN));
   }
-  void TearDown() override {
-    doc.reset();
-    MessageQueue::Instance().Clear();
-    DocumentTools::ToolboxCommand() = nullptr;
-    CurrentTool() = -1;
-  }
-  SpraycanTool* Tool() { return dynamic_cast<SpraycanTool*>(doc->session()); }
+  SpraycanTool* Tool() { return dynamic_cast<SpraycanTool*>(d->tools.session()); }
   int Count(std::uint32_t value) {
     int n = 0;
-    const BITMAPINFOHEADER* h = LockDib(record.Image);
+    const BITMAPINFOHEADER* h = LockDib(d->record.Image);
     for (int y = 0; y < h->biHeight; ++y)
       for (int x = 0; x < h->biWidth; ++x) n += GetDibPixel(h, x, y) == value;
     return n;
   }
-  BLOCKSET record;
-  Host host;
-  std::unique_ptr<DocumentTools> doc;
 };
 
 HDIB White(int w, int h) {
@@ -227,54 +147,56 @@ TEST_F(SprayToolTest, HeldStillTheDiscFillsEvenlyByTheTimer) {
   const int total = static_cast<int>(order.size()), n = total * 5 / 100;
   ASSERT_GT(n, 0);
   srand(77);
-  doc->MouseEvent(WM_LBUTTONDOWN, 40, 30, MK_LBUTTON);
-  EXPECT_EQ(record.UndoAvailable, 1);
-  EXPECT_EQ(host.log, (std::vector<std::string>{"timer 3 100", "capture"}));
+  d->tools.MouseEvent(WM_LBUTTONDOWN, 40, 30, MK_LBUTTON);
+  EXPECT_EQ(d->record.UndoAvailable, 1);
+  EXPECT_EQ(d->host.timerTool, Tool());
+  EXPECT_EQ(d->host.timerMs, kSprayPeriod);
+  EXPECT_EQ(d->host.captured, Tool());
   // The press spot: exactly the drawn pixels, the disc's top left at (35, 25).
   srand(77);
   int remaining = total;
   auto drawn = Draws(order, remaining, n);
-  for (auto [x, y] : drawn) EXPECT_EQ(Px(record.Image, 35 + x, 25 + y), 0u);
+  for (auto [x, y] : drawn) EXPECT_EQ(Px(d->record.Image, 35 + x, 25 + y), 0u);
   EXPECT_EQ(Count(0), n);
   // Each tick lays another spot from the same shrinking list.
   int ticks = 0;
   while (Count(0) < total && ticks < 100) {
-    doc->TimerEvent(doc->session(), kSprayTimer);
+    d->tools.TimerEvent(d->tools.session(), kSprayTimer);
     ++ticks;
   }
   EXPECT_EQ(Count(0), total);
   EXPECT_EQ(ticks, (total + n - 1) / n - 1);
   // Full: later ticks paint nothing, nothing outside the disc was touched.
-  doc->TimerEvent(doc->session(), kSprayTimer);
+  d->tools.TimerEvent(d->tools.session(), kSprayTimer);
   EXPECT_EQ(Count(0), total);
   EXPECT_EQ(Count(RGB(255, 255, 255)), 100 * 80 - total);
-  doc->MouseEvent(WM_LBUTTONUP, 40, 30, 0);
-  EXPECT_EQ(host.log.back(), "release");
-  EXPECT_EQ(host.log[host.log.size() - 2], "stop 3");
+  d->tools.MouseEvent(WM_LBUTTONUP, 40, 30, 0);
+  EXPECT_EQ(d->host.captured, nullptr);
+  EXPECT_EQ(d->host.timerTool, nullptr);
   MessageQueue::Instance().Drain();
-  EXPECT_EQ(record.Modified, 1);
+  EXPECT_EQ(d->record.Modified, 1);
   EXPECT_FALSE(Tool()->SprayList());
 }
 
 TEST_F(SprayToolTest, HalfOpacityStaysHalfAndMovesRenewTheList) {
   Start(White(100, 80), 8, 100, 128, RGB(0, 0, 0));
   const int total = LockSprayList(Tool()->SprayTemplate())->total;
-  doc->MouseEvent(WM_LBUTTONDOWN, 50, 40, MK_LBUTTON);
+  d->tools.MouseEvent(WM_LBUTTONDOWN, 50, 40, MK_LBUTTON);
   // 255 * 127 / 255 = 127 wherever the spot reached; coverage keeps the maximum.
   EXPECT_EQ(Count(RGB(127, 127, 127)), total);
   EXPECT_EQ(LockSprayList(Tool()->SprayList())->remaining, 0);
-  doc->TimerEvent(doc->session(), kSprayTimer);
+  d->tools.TimerEvent(d->tools.session(), kSprayTimer);
   EXPECT_EQ(Count(RGB(127, 127, 127)), total);
   // A move: a spot at each pixel of the line, each from the whole disc.
-  doc->MouseEvent(WM_MOUSEMOVE, 53, 40, MK_LBUTTON);
+  d->tools.MouseEvent(WM_MOUSEMOVE, 53, 40, MK_LBUTTON);
   EXPECT_EQ(LockSprayList(Tool()->SprayList())->remaining, total);
   EXPECT_EQ(Count(RGB(127, 127, 127)), total + 3 * 8);  // three new columns of an 8-wide disc
   EXPECT_EQ(Count(0), 0);
-  doc->MouseEvent(WM_LBUTTONUP, 53, 40, 0);
+  d->tools.MouseEvent(WM_LBUTTONUP, 53, 40, 0);
   // A new stroke builds again from the image as it is.
-  doc->MouseEvent(WM_LBUTTONDOWN, 50, 40, MK_LBUTTON);
-  EXPECT_EQ(Px(record.Image, 50, 40), 127u * 127 / 255 * 0x010101u);
-  doc->MouseEvent(WM_LBUTTONUP, 50, 40, 0);
+  d->tools.MouseEvent(WM_LBUTTONDOWN, 50, 40, MK_LBUTTON);
+  EXPECT_EQ(Px(d->record.Image, 50, 40), 127u * 127 / 255 * 0x010101u);
+  d->tools.MouseEvent(WM_LBUTTONUP, 50, 40, 0);
 }
 
 TEST_F(SprayToolTest, PalettedBlendsIndicesAndSpotsAtTheEdgeClip) {
@@ -284,43 +206,43 @@ TEST_F(SprayToolTest, PalettedBlendsIndicesAndSpotsAtTheEdgeClip) {
   for (int y = 0; y < 20; ++y)
     for (int x = 0; x < 30; ++x) PutDibPixel(LockDib(image), x, y, 10);
   Start(std::move(image), 6, 100, 128, 200);
-  ASSERT_EQ(record.ImageType, IMAGE_PALETTED);
+  ASSERT_EQ(d->record.ImageType, IMAGE_PALETTED);
   // A spot over the top left corner: only the inside quarter is painted.
-  doc->MouseEvent(WM_LBUTTONDOWN, 0, 0, MK_LBUTTON);
+  d->tools.MouseEvent(WM_LBUTTONDOWN, 0, 0, MK_LBUTTON);
   const std::uint32_t blended = 10 * 127 / 255 + 200 * 128 / 255;  // 4 + 100
   int inside = 0;
   for (auto [x, y] : Entries(Tool()->SprayTemplate())) {
     const int px = x - 3, py = y - 3;
     if (px >= 0 && py >= 0) {
-      EXPECT_EQ(Px(record.Image, px, py), blended);
+      EXPECT_EQ(Px(d->record.Image, px, py), blended);
       ++inside;
     }
   }
   EXPECT_GT(inside, 0);
-  const BITMAPINFOHEADER* h = LockDib(record.Image);
+  const BITMAPINFOHEADER* h = LockDib(d->record.Image);
   int changed = 0;
   for (int y = 0; y < 20; ++y)
     for (int x = 0; x < 30; ++x) changed += GetDibPixel(h, x, y) != 10;
   EXPECT_EQ(changed, inside);
-  ASSERT_FALSE(host.shown.empty());
-  EXPECT_EQ(host.shown.front().left, 0);
-  EXPECT_EQ(host.shown.front().top, 0);
+  ASSERT_FALSE(d->host.invalidated.empty());
+  EXPECT_EQ(d->host.invalidated.front().left, 0);
+  EXPECT_EQ(d->host.invalidated.front().top, 0);
   // A line far outside the image walks only what can reach it.
-  doc->MouseEvent(WM_MOUSEMOVE, 0, 0, MK_LBUTTON);
+  d->tools.MouseEvent(WM_MOUSEMOVE, 0, 0, MK_LBUTTON);
   Tool()->DrawSpraycanLine(-30000, -30000, 32000, -30000);
-  doc->MouseEvent(WM_LBUTTONUP, 0, 0, 0);
+  d->tools.MouseEvent(WM_LBUTTONUP, 0, 0, 0);
 }
 
 TEST_F(SprayToolTest, NoDiscFailsAsAMemoryErrorAndRightPressTakesAColour) {
   Start(White(40, 30), 10, 5, 255, RGB(0, 0, 0));
-  PutDibPixel(LockDib(record.Image), 5, 6, RGB(1, 2, 3));
-  doc->MouseEvent(WM_RBUTTONDOWN, 5, 6, MK_RBUTTON);
-  EXPECT_EQ(record.PaintColour, RGB(1, 2, 3));
+  PutDibPixel(LockDib(d->record.Image), 5, 6, RGB(1, 2, 3));
+  d->tools.MouseEvent(WM_RBUTTONDOWN, 5, 6, MK_RBUTTON);
+  EXPECT_EQ(d->record.PaintColour, RGB(1, 2, 3));
   // A setting that gives no disc: "Memory error" and back to tool 0.
-  record.SpraycanThickness = 0;
-  doc->Send(UM_SETTINGCHANGED);
-  EXPECT_EQ(std::count(host.log.begin(), host.log.end(), "message Memory error"), 1);
-  EXPECT_EQ(doc->session(), nullptr);
+  d->record.SpraycanThickness = 0;
+  d->tools.Send(UM_SETTINGCHANGED);
+  EXPECT_EQ(d->host.messages, std::vector<std::string>{"Memory error"});
+  EXPECT_EQ(d->tools.session(), nullptr);
   EXPECT_EQ(CurrentTool(), TOOL_RECTSELECT);
 }
 

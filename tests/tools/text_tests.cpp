@@ -10,9 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "fake_tool_host.h"
 #include "frame/blockset.h"
 #include "frame/view.h"
 #include "frame/settings.h"
+#include "image/colourblend.h"
 #include "test_images.h"
 #include "tools/texttool.h"
 #include "tools/toolsession.h"
@@ -45,32 +47,6 @@ class FixedMetrics : public TextMetrics {
  public:
   int Advance(unsigned char c) override { return c == ' ' ? 6 : 10; }
   int Height() override { return 20; }
-};
-
-class TextHost : public ToolHost {
- public:
-  int ScrollX() const override { return 0; }
-  int ScrollY() const override { return 0; }
-  int ClientWidth() const override { return 400; }
-  int ClientHeight() const override { return 300; }
-  void SetScrollBars(int, int) override {}
-  void SelectViewMode(int) override {}
-  void InvalidateImage(RECT) override {}
-  void InvalidateView() override {}
-  void StartTimer(ToolSession*, int, int) override {}
-  void StopTimer(ToolSession*, int) override {}
-  void CaptureMouse(ToolSession*) override { captured = true; }
-  void ReleaseMouse() override { captured = false; }
-  bool ControlDown() const override { return ctrl; }
-  bool ShiftDown() const override { return false; }
-  bool AltDown() const override { return false; }
-  void ShowMessage(const std::string& text) override { messages.push_back(text); }
-  void StatusText(const std::string& text) override { status = text; }
-  void SetCursor(int) override {}
-  void UpdateMenuStates() override {}
-  bool captured = false, ctrl = false;
-  std::string status;
-  std::vector<std::string> messages;
 };
 
 BLOCKSET Settings(int charSpace = 100, int lineSpace = 100, int just = 0) {
@@ -252,15 +228,11 @@ TEST(TextEditTest, CharactersInsertAtTheCaretAndBackspaceRemovesBeforeIt) {
 
 // ---- The session and the commit -------------------------------------------------------------
 
-class TextSessionTest : public ::testing::Test {
+class TextSessionTest : public test::ToolTest {
  protected:
   void Make(int type, COLORREF paper) {
-    doc.reset();
-    record = BLOCKSET{};
-    CreateNewFile(&record);
-    record.Image = CreateNewImage(NEWFILEPARAM{120, 80, type, paper});
-    SetImageType(&record);
-    record.ViewMode = 5;
+    Open(120, 80, type, paper);
+    BLOCKSET& record = d->record;
     record.Opacity = 255;
     record.Antialias = 1;
     record.SolidFillMode = 0;
@@ -272,36 +244,27 @@ class TextSessionTest : public ::testing::Test {
     record.TextFontCharacterSpace = 100;
     record.TextFontLineSpace = 100;
     record.TextFontJust = 0;
-    doc = std::make_unique<DocumentTools>(&record, &host);
-    MessageQueue::Instance().Clear();
     CurrentTool() = TOOL_TEXT;
   }
   void SetUp() override { Make(0, RGB(255, 255, 255)); }
-  void TearDown() override {
-    doc.reset();
-    MessageQueue::Instance().Clear();
-    CurrentTool() = -1;
-  }
   // Puts the box back on an image point at 100 percent.
   void PlaceBack(TextTool* t, int x, int y) {
-    t->param.ImageX = x;
-    t->param.ImageY = y;
-    t->SetTextEditWindowSize();
+    t->PlaceAt(POINT{x, y});
   }
   TextTool* Press(int x, int y) {
-    doc->MouseEvent(WM_LBUTTONDOWN, x, y, MK_LBUTTON);
+    d->tools.MouseEvent(WM_LBUTTONDOWN, x, y, MK_LBUTTON);
     MessageQueue::Instance().Drain();
-    doc->MouseEvent(WM_LBUTTONUP, x, y, 0);
+    d->tools.MouseEvent(WM_LBUTTONUP, x, y, 0);
     MessageQueue::Instance().Drain();
-    return dynamic_cast<TextTool*>(doc->session());
+    return dynamic_cast<TextTool*>(d->tools.session());
   }
   void Type(const std::string& s) {
-    for (char c : s) doc->KeyEvent(WM_CHAR, static_cast<unsigned char>(c));
+    for (char c : s) d->tools.KeyEvent(WM_CHAR, static_cast<unsigned char>(c));
   }
   // The box of pixels that differ from the undo image.
   RECT Changed() {
-    const BITMAPINFOHEADER* a = LockDib(record.Image);
-    const BITMAPINFOHEADER* b = LockDib(record.UndoImage);
+    const BITMAPINFOHEADER* a = LockDib(d->record.Image);
+    const BITMAPINFOHEADER* b = LockDib(d->record.UndoImage);
     RECT box{1 << 20, 1 << 20, -1, -1};
     for (int y = 0; y < a->biHeight; ++y)
       for (int x = 0; x < a->biWidth; ++x)
@@ -313,22 +276,19 @@ class TextSessionTest : public ::testing::Test {
         }
     return box;
   }
-  TextHost host;
-  BLOCKSET record;
-  std::unique_ptr<DocumentTools> doc;
 };
 
 TEST_F(TextSessionTest, TypedTextCommitsInsideItsBoxWithOneLevelOfUndo) {
-  HDIB before = CropImage(record.Image, RECT{0, 0, 120, 80});
+  HDIB before = CropImage(d->record.Image, RECT{0, 0, 120, 80});
   TextTool* t = Press(20, 10);
   ASSERT_NE(t, nullptr);
-  EXPECT_FALSE(host.captured);
+  EXPECT_FALSE(d->host.captured);
   Type("Hi");
   EXPECT_EQ(t->Text(), "Hi");
   const RECT box = t->window;
   EXPECT_EQ(box.left, 20);
   EXPECT_GT(box.right - box.left, 10);
-  doc->DestroyToolParam();
+  d->tools.DestroyToolParam();
   const RECT c = Changed();
   ASSERT_GE(c.right, 0) << "nothing drawn";
   EXPECT_GE(c.left, box.left);
@@ -338,124 +298,122 @@ TEST_F(TextSessionTest, TypedTextCommitsInsideItsBoxWithOneLevelOfUndo) {
   // Black text on white: the darkest pixel is black.
   bool black = false;
   for (int y = c.top; y < c.bottom; ++y)
-    for (int x = c.left; x < c.right; ++x) black |= GetDibPixel(LockDib(record.Image), x, y) == 0;
+    for (int x = c.left; x < c.right; ++x) black |= GetDibPixel(LockDib(d->record.Image), x, y) == 0;
   EXPECT_TRUE(black);
-  ASSERT_TRUE(DoUndo(&record));
-  EXPECT_TRUE(test::SameBlock(before, record.Image));
+  ASSERT_TRUE(DoUndo(&d->record));
+  EXPECT_TRUE(test::SameBlock(before, d->record.Image));
 }
 
 TEST_F(TextSessionTest, EmptyTextCommitsNothing) {
-  HDIB before = CropImage(record.Image, RECT{0, 0, 120, 80});
+  HDIB before = CropImage(d->record.Image, RECT{0, 0, 120, 80});
   Press(10, 10);
-  doc->KeyEvent(WM_CHAR, 'a');
-  doc->KeyEvent(WM_CHAR, 8);
-  doc->DestroyToolParam();
-  EXPECT_TRUE(test::SameBlock(before, record.Image));
+  d->tools.KeyEvent(WM_CHAR, 'a');
+  d->tools.KeyEvent(WM_CHAR, 8);
+  d->tools.DestroyToolParam();
+  EXPECT_TRUE(test::SameBlock(before, d->record.Image));
 }
 
 TEST_F(TextSessionTest, DragMovesTheBoxAndCtrlArrowsNudgeIt) {
   CurrentTool() = TOOL_TEXT;
-  doc->MouseEvent(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
+  d->tools.MouseEvent(WM_LBUTTONDOWN, 10, 10, MK_LBUTTON);
   MessageQueue::Instance().Drain();
-  EXPECT_TRUE(host.captured);
-  doc->MouseEvent(WM_MOUSEMOVE, 25, 17, MK_LBUTTON);
-  doc->MouseEvent(WM_LBUTTONUP, 25, 17, 0);
-  auto* t = dynamic_cast<TextTool*>(doc->session());
+  EXPECT_TRUE(d->host.captured);
+  d->tools.MouseEvent(WM_MOUSEMOVE, 25, 17, MK_LBUTTON);
+  d->tools.MouseEvent(WM_LBUTTONUP, 25, 17, 0);
+  auto* t = dynamic_cast<TextTool*>(d->tools.session());
   ASSERT_NE(t, nullptr);
   EXPECT_EQ(t->window.left, 25);
   EXPECT_EQ(t->window.top, 17);
-  EXPECT_EQ(t->param.ImageX, 25);
-  host.ctrl = true;
-  t->param.Moved = 0;
-  doc->KeyEvent(WM_KEYDOWN, KEY_RIGHT);
-  doc->KeyEvent(WM_KEYDOWN, KEY_UP);
+  EXPECT_EQ(t->ImagePlace().x, 25);
+  d->host.ctrl = true;
+  d->tools.KeyEvent(WM_KEYDOWN, KEY_RIGHT);
+  d->tools.KeyEvent(WM_KEYDOWN, KEY_UP);
   EXPECT_EQ(t->window.left, 26);
   EXPECT_EQ(t->window.top, 16);
-  EXPECT_EQ(t->param.ImageY, 16);
-  EXPECT_EQ(t->param.Moved, 0);  // a nudge is not a drag
+  EXPECT_EQ(t->ImagePlace().y, 16);
   // The step follows the nudge size and the zoom: 3 image pixels at 200 percent.
   const int oldNudge = NudgeSize;
   NudgeSize = 3;
-  record.ViewMode = 6;
-  doc->KeyEvent(WM_KEYDOWN, KEY_LEFT);
+  d->record.ViewMode = 6;
+  d->tools.KeyEvent(WM_KEYDOWN, KEY_LEFT);
   EXPECT_EQ(t->window.left, 20);
-  EXPECT_EQ(t->param.ImageX, 10);
+  EXPECT_EQ(t->ImagePlace().x, 10);
   NudgeSize = oldNudge;
-  record.ViewMode = 5;
-  host.ctrl = false;
+  d->record.ViewMode = 5;
+  d->host.ctrl = false;
   PlaceBack(t, 26, 16);
   // Without a button the status tells the mouse point, the box and its size.
-  doc->MouseEvent(WM_MOUSEMOVE, t->window.left + 2, t->window.top + 3, 0);
+  d->tools.MouseEvent(WM_MOUSEMOVE, t->window.left + 2, t->window.top + 3, 0);
   const int w = t->window.right - t->window.left, h = t->window.bottom - t->window.top;
   char expect[128];
   std::snprintf(expect, sizeof expect, "(28,19) - (26,16) - (%d,%d) [ %d,%d ]", 26 + w, 16 + h, w, h);
-  EXPECT_EQ(host.status, expect);
+  EXPECT_EQ(d->host.status, expect);
   // The image is untouched until the commit.
   EXPECT_LT(Changed().right, 0);
   Type("ab");
-  doc->KeyEvent(WM_KEYDOWN, KEY_LEFT);
-  EXPECT_EQ(t->param.Caret, 1);
+  d->tools.KeyEvent(WM_KEYDOWN, KEY_LEFT);
+  EXPECT_EQ(t->Caret(), 1);
 }
 
 TEST_F(TextSessionTest, OpacityScalesTheCoverage) {
-  record.Antialias = 0;
-  record.Opacity = 128;
+  d->record.Antialias = 0;
+  d->record.Opacity = 128;
   Press(10, 10);
   Type("W");
-  doc->DestroyToolParam();
+  d->tools.DestroyToolParam();
   const RECT c = Changed();
   ASSERT_GE(c.right, 0);
   // Hard edges at half opacity: black over white blends to one grey level.
   const int expect = BlendChannel(255, 0, 128);
   for (int y = c.top; y < c.bottom; ++y)
     for (int x = c.left; x < c.right; ++x) {
-      const std::uint32_t p = GetDibPixel(LockDib(record.Image), x, y);
+      const std::uint32_t p = GetDibPixel(LockDib(d->record.Image), x, y);
       if (p != RGB(255, 255, 255)) EXPECT_EQ(p & 0xFFFFFF, RGB(expect, expect, expect)) << x << "," << y;
     }
 }
 
 TEST_F(TextSessionTest, PalettedImagesGetHardEdges) {
   Make(2, RGB(255, 255, 255));
-  record.Antialias = 1;
-  const BITMAPINFOHEADER* h = LockDib(record.Image);
+  d->record.Antialias = 1;
+  const BITMAPINFOHEADER* h = LockDib(d->record.Image);
   const BYTE paper = static_cast<BYTE>(GetDibPixel(h, 0, 0));
-  record.FillColour = paper == 0 ? 1 : 0;  // an index
+  d->record.FillColour = paper == 0 ? 1 : 0;  // an index
   Press(10, 10);
   Type("Os");
-  doc->DestroyToolParam();
+  d->tools.DestroyToolParam();
   ASSERT_GE(Changed().right, 0);
-  const BITMAPINFOHEADER* img = LockDib(record.Image);
+  const BITMAPINFOHEADER* img = LockDib(d->record.Image);
   for (int y = 0; y < img->biHeight; ++y)
     for (int x = 0; x < img->biWidth; ++x) {
       const std::uint32_t p = GetDibPixel(img, x, y);
-      EXPECT_TRUE(p == paper || p == record.FillColour) << x << "," << y << " " << p;
+      EXPECT_TRUE(p == paper || p == d->record.FillColour) << x << "," << y << " " << p;
     }
 }
 
 TEST_F(TextSessionTest, ShadowLiesBelowTheTextOnlyAtFullOpacity) {
-  record.Antialias = 0;
-  record.ShadowActive = 1;
-  record.Shadow.ShadowOpacity = 255;
-  record.Shadow.ShadowType = 2;
-  record.Shadow.ShadowColor = RGB(0, 0, 0);
-  record.Shadow.ShadowDirection = 7;  // down and right
-  record.Shadow.ShadowOffset = 3;
-  record.Shadow.ShadowSoft = 5;
-  record.FillColour = RGB(255, 0, 0);
+  d->record.Antialias = 0;
+  d->record.ShadowActive = 1;
+  d->record.Shadow.ShadowOpacity = 255;
+  d->record.Shadow.ShadowType = 2;
+  d->record.Shadow.ShadowColor = RGB(0, 0, 0);
+  d->record.Shadow.ShadowDirection = 7;  // down and right
+  d->record.Shadow.ShadowOffset = 3;
+  d->record.Shadow.ShadowSoft = 5;
+  d->record.FillColour = RGB(255, 0, 0);
   HDIB plain;
   {
     // The same text without a shadow, for comparison.
-    record.ShadowActive = 0;
-    ASSERT_EQ(InsetText(&record, RECT{9, 9, 60, 40}, "T"), 1);
-    plain = CropImage(record.Image, RECT{0, 0, 120, 80});
-    record.Image = CreateNewImage(NEWFILEPARAM{120, 80, 0, RGB(255, 255, 255)});
-    record.ShadowActive = 1;
+    d->record.ShadowActive = 0;
+    ASSERT_EQ(InsetText(&d->record, RECT{9, 9, 60, 40}, "T"), 1);
+    plain = CropImage(d->record.Image, RECT{0, 0, 120, 80});
+    d->record.Image = CreateNewImage(NEWFILEPARAM{120, 80, 0, RGB(255, 255, 255)});
+    d->record.ShadowActive = 1;
   }
-  ASSERT_EQ(InsetText(&record, RECT{9, 9, 60, 40}, "T"), 1);
+  ASSERT_EQ(InsetText(&d->record, RECT{9, 9, 60, 40}, "T"), 1);
   // Every red pixel of the plain text is red here too (the text lies on top),
   // and the shadow adds pixels that are neither red nor white.
   const BITMAPINFOHEADER* a = LockDib(plain);
-  const BITMAPINFOHEADER* b = LockDib(record.Image);
+  const BITMAPINFOHEADER* b = LockDib(d->record.Image);
   int shadowPixels = 0;
   for (int y = 0; y < 80; ++y)
     for (int x = 0; x < 120; ++x) {
@@ -465,13 +423,13 @@ TEST_F(TextSessionTest, ShadowLiesBelowTheTextOnlyAtFullOpacity) {
     }
   EXPECT_GT(shadowPixels, 0);
   // Below full opacity there is no shadow at all.
-  record.Image = CreateNewImage(NEWFILEPARAM{120, 80, 0, RGB(255, 255, 255)});
-  record.Opacity = 254;
-  ASSERT_EQ(InsetText(&record, RECT{9, 9, 60, 40}, "T"), 1);
+  d->record.Image = CreateNewImage(NEWFILEPARAM{120, 80, 0, RGB(255, 255, 255)});
+  d->record.Opacity = 254;
+  ASSERT_EQ(InsetText(&d->record, RECT{9, 9, 60, 40}, "T"), 1);
   int notText = 0;
   for (int y = 0; y < 80; ++y)
     for (int x = 0; x < 120; ++x) {
-      const std::uint32_t pa = GetDibPixel(a, x, y) & 0xFFFFFF, pb = GetDibPixel(LockDib(record.Image), x, y) & 0xFFFFFF;
+      const std::uint32_t pa = GetDibPixel(a, x, y) & 0xFFFFFF, pb = GetDibPixel(LockDib(d->record.Image), x, y) & 0xFFFFFF;
       notText += pa == RGB(255, 255, 255) && pb != RGB(255, 255, 255);
     }
   EXPECT_EQ(notText, 0);

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "fake_tool_host.h"
 #include "frame/blockset.h"
 #include "frame/view.h"
 #include "frame/settings.h"
@@ -11,42 +12,6 @@
 
 namespace ochrel {
 namespace {
-
-// The platform as the tests see it: a view of a fixed size and a log.
-class FakeHost : public ToolHost {
- public:
-  int scrollX = 0, scrollY = 0, width = 400, height = 300;
-  bool ctrl = false, shift = false, alt = false;
-  std::vector<std::string> log;
-  BLOCKSET* record = nullptr;
-  int ScrollX() const override { return scrollX; }
-  int ScrollY() const override { return scrollY; }
-  int ClientWidth() const override { return width; }
-  int ClientHeight() const override { return height; }
-  void SetScrollBars(int x, int y) override {
-    scrollX = std::max(0, x);
-    scrollY = std::max(0, y);
-    log.push_back("scroll " + std::to_string(scrollX) + "," + std::to_string(scrollY));
-  }
-  void SelectViewMode(int mode) override {
-    record->ViewMode = mode;
-    log.push_back("viewmode " + std::to_string(mode));
-  }
-  void InvalidateImage(RECT) override {}
-  void InvalidateView() override {}
-  void StartTimer(ToolSession*, int id, int ms) override { log.push_back("timer " + std::to_string(id)); }
-  void StopTimer(ToolSession*, int id) override { log.push_back("stop timer " + std::to_string(id)); }
-  void CaptureMouse(ToolSession*) override { log.push_back("capture"); }
-  void ReleaseMouse() override { log.push_back("release"); }
-  bool ControlDown() const override { return ctrl; }
-  bool ShiftDown() const override { return shift; }
-  bool AltDown() const override { return alt; }
-  void ShowMessage(const std::string& text) override { log.push_back("message " + text); }
-  void StatusText(const std::string& text) override { status = text; }
-  void SetCursor(int) override {}
-  void UpdateMenuStates() override {}
-  std::string status;
-};
 
 // A press tool that writes down what reaches it.
 class LoggingTool : public ToolSession {
@@ -63,31 +28,24 @@ class LoggingTool : public ToolSession {
   std::vector<std::string>* log_;
 };
 
+// A 100 by 80 white document at 100 percent whose toolbox changes tools.
 class ToolsTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    CreateNewFile(&record);
-    NEWFILEPARAM p{100, 80, 0, RGB(255, 255, 255)};
-    record.Image = CreateNewImage(p);
-    SetImageType(&record);
-    host.record = &record;
-    doc = std::make_unique<DocumentTools>(&record, &host);
-    MessageQueue::Instance().Clear();
     CurrentTool() = -1;
-    DocumentTools::ToolboxCommand() = [this](int t) { ChangeTool(doc.get(), t); };
+    DocumentTools::ToolboxCommand() = [this](int t) { ChangeTool(doc, t); };
     RevertAfterEyedropper = 1;
   }
   void TearDown() override {
-    doc.reset();
-    MessageQueue::Instance().Clear();
     DocumentTools::ToolboxCommand() = nullptr;
     CurrentTool() = -1;
   }
-  void Drain() { MessageQueue::Instance().Drain(); }
+  void Drain() { d.Drain(); }
 
-  BLOCKSET record;
-  FakeHost host;
-  std::unique_ptr<DocumentTools> doc;
+  test::FakeDocument d{CreateNewImage(NEWFILEPARAM{100, 80, 0, RGB(255, 255, 255)})};
+  BLOCKSET& record = d.record;
+  test::FakeToolHost& host = d.host;
+  DocumentTools* doc = &d.tools;
 };
 
 TEST_F(ToolsTest, PressToolOrderCreatedRefreshThenPostedPress) {
@@ -128,7 +86,7 @@ TEST_F(ToolsTest, PressToolOrderCreatedRefreshThenPostedPress) {
 }
 
 TEST_F(ToolsTest, StandingToolStartsStopsAndCoversTheLimitRect) {
-  EXPECT_TRUE(ChangeTool(doc.get(), TOOL_EYEDROPPER));
+  EXPECT_TRUE(ChangeTool(doc, TOOL_EYEDROPPER));
   ASSERT_NE(doc->session(), nullptr);
   EXPECT_EQ(doc->session()->param.Tool, TOOL_EYEDROPPER);
   // 100 by 80 at 100 percent in a 400 by 300 client.
@@ -136,18 +94,18 @@ TEST_F(ToolsTest, StandingToolStartsStopsAndCoversTheLimitRect) {
   EXPECT_EQ(CurrentTool(), TOOL_EYEDROPPER);
   EXPECT_EQ(record.Tool, TOOL_EYEDROPPER);
   // A tool change ends the standing tool and starts the next.
-  EXPECT_TRUE(ChangeTool(doc.get(), TOOL_ZOOM));
+  EXPECT_TRUE(ChangeTool(doc, TOOL_ZOOM));
   ASSERT_NE(doc->session(), nullptr);
   EXPECT_EQ(doc->session()->param.Tool, TOOL_ZOOM);
   EXPECT_EQ(record.PreviousTool, -1);  // the eyedropper is never remembered
-  EXPECT_TRUE(ChangeTool(doc.get(), TOOL_RECTSELECT));
+  EXPECT_TRUE(ChangeTool(doc, TOOL_RECTSELECT));
   EXPECT_EQ(doc->session(), nullptr);
   EXPECT_EQ(record.PreviousTool, TOOL_ZOOM);
   EXPECT_EQ(record.Cursor, 6008);
-  EXPECT_FALSE(ChangeTool(doc.get(), TOOL_RECTSELECT));  // the same tool: nothing
+  EXPECT_FALSE(ChangeTool(doc, TOOL_RECTSELECT));  // the same tool: nothing
   EXPECT_FALSE(ChangeTool(nullptr, TOOL_PEN));           // no document: nothing
   // A press beyond the image with a standing tool does nothing.
-  ChangeTool(doc.get(), TOOL_EYEDROPPER);
+  ChangeTool(doc, TOOL_EYEDROPPER);
   COLORREF paint = record.PaintColour;
   doc->MouseEvent(WM_LBUTTONDOWN, 200, 150, MK_LBUTTON);
   EXPECT_EQ(record.PaintColour, paint);
@@ -172,32 +130,10 @@ TEST_F(ToolsTest, SnapPointRules) {
   EXPECT_EQ(doc->SnapPoint(POINT{3, 5}), (POINT{3, 5}));
 }
 
-TEST(ToolRules, GetLineAngleQuadrantsAndZero) {
-  POINT a{0, 0};
-  EXPECT_EQ(GetLineAngle(a, a), 0);
-  EXPECT_EQ(GetLineAngle(a, POINT{10, -10}), 45);       // b right, above: v
-  EXPECT_EQ(GetLineAngle(a, POINT{-10, -10}), 135);     // left, above: 180 - v
-  EXPECT_EQ(GetLineAngle(a, POINT{-10, 10}), 225);      // left, below: 180 + v
-  EXPECT_EQ(GetLineAngle(a, POINT{10, 10}), 315);       // right, below: 360 - v
-  EXPECT_EQ(GetLineAngle(a, POINT{10, 0}), 360);        // on the axis: 360 - 0
-  EXPECT_EQ(GetLineAngle(a, POINT{0, -7}), 90);
-  // Not linear: r = 5 for (3, 4), v = 16 * 90 / 25 = 57.
-  EXPECT_EQ(GetLineAngle(a, POINT{3, -4}), 57);
-}
-
-TEST(ToolRules, CoverageBlend) {
-  EXPECT_EQ(CoverageBlend(RGB(200, 100, 50), RGB(0, 255, 10), 0), RGB(200, 100, 50));
-  EXPECT_EQ(CoverageBlend(RGB(200, 100, 50), RGB(0, 255, 10), 255), RGB(0, 255, 10));
-  // m = 128: 200*127/255 = 99, 0; 100*127/255 = 49, 255*128/255 = 128 -> 177; 50*127/255 = 24, 10*128/255 = 5 -> 29.
-  EXPECT_EQ(CoverageBlend(RGB(200, 100, 50), RGB(0, 255, 10), 128), RGB(99, 177, 29));
-  // Each division truncates by itself: 49 + 100, where one division would give 150.
-  EXPECT_EQ(BlendChannel(100, 200, 128), 149);
-}
-
 TEST_F(ToolsTest, EyedropperButtonsShiftOutsideAndRevert) {
   PutDibPixel(LockDib(record.Image), 10, 10, RGB(1, 2, 3));
-  ChangeTool(doc.get(), TOOL_PEN);
-  ChangeTool(doc.get(), TOOL_EYEDROPPER);
+  ChangeTool(doc, TOOL_PEN);
+  ChangeTool(doc, TOOL_EYEDROPPER);
   EXPECT_EQ(record.PreviousTool, TOOL_PEN);
   RevertAfterEyedropper = 0;
   doc->MouseEvent(WM_RBUTTONDOWN, 10, 10, MK_RBUTTON);
@@ -228,29 +164,24 @@ TEST_F(ToolsTest, EyedropperButtonsShiftOutsideAndRevert) {
 }
 
 TEST_F(ToolsTest, EyedropperFromTextRevertsToText) {
-  ChangeTool(doc.get(), TOOL_TEXT);
-  ChangeTool(doc.get(), TOOL_EYEDROPPER);
+  ChangeTool(doc, TOOL_TEXT);
+  ChangeTool(doc, TOOL_EYEDROPPER);
   doc->MouseEvent(WM_LBUTTONDOWN, 5, 5, MK_LBUTTON);
   EXPECT_EQ(CurrentTool(), TOOL_TEXT);
   EXPECT_EQ(doc->session(), nullptr);  // Text's session starts at the next press
   // A new document has no previous tool: the eyedropper stays.
-  BLOCKSET other;
-  CreateNewFile(&other);
-  other.Image = CreateNewImage(NEWFILEPARAM{10, 10, 0, 0});
-  FakeHost h2;
-  h2.record = &other;
-  DocumentTools d2(&other, &h2);
+  test::FakeDocument other(CreateNewImage(NEWFILEPARAM{10, 10, 0, 0}));
   CurrentTool() = -1;
-  ChangeTool(&d2, TOOL_EYEDROPPER);
-  other.PreviousTool = -1;
-  d2.MouseEvent(WM_LBUTTONDOWN, 1, 1, MK_LBUTTON);
+  ChangeTool(&other.tools, TOOL_EYEDROPPER);
+  other.record.PreviousTool = -1;
+  other.tools.MouseEvent(WM_LBUTTONDOWN, 1, 1, MK_LBUTTON);
   EXPECT_EQ(CurrentTool(), TOOL_EYEDROPPER);
   MessageQueue::Instance().Clear();
 }
 
 TEST_F(ToolsTest, ZoomToolStepsAndRecentres) {
   record.Image = CreateNewImage(NEWFILEPARAM{1000, 1000, 0, 0});
-  ChangeTool(doc.get(), TOOL_ZOOM);
+  ChangeTool(doc, TOOL_ZOOM);
   record.ViewMode = 5;
   doc->MouseEvent(WM_LBUTTONDOWN, 100, 100, MK_LBUTTON);
   EXPECT_EQ(record.ViewMode, 6);
@@ -268,7 +199,6 @@ TEST_F(ToolsTest, ZoomToolStepsAndRecentres) {
   // At 1600 percent the scale stays, but the view still recentres on the point.
   record.ViewMode = 10;
   host.scrollX = host.scrollY = 50;
-  host.log.clear();
   doc->MouseEvent(WM_LBUTTONDOWN, 160, 160, MK_LBUTTON);
   EXPECT_EQ(record.ViewMode, 10);
   // 160 view pixels at 1600 percent is 10 image pixels: 60 - 200/16, 60 - 150/16.
@@ -290,17 +220,6 @@ TEST_F(ToolsTest, TakeColourOutsideLeavesColourButStillTells) {
   doc->TakeColour(2, 3, true);
   EXPECT_EQ(record.PaperColour, RGB(9, 8, 7));
   MessageQueue::Instance().Clear();
-}
-
-TEST_F(ToolsTest, FailedSessionFallsBackToToolZero) {
-  ChangeTool(doc.get(), TOOL_ZOOM);
-  doc->FailSession(false);
-  EXPECT_EQ(doc->session(), nullptr);
-  EXPECT_EQ(CurrentTool(), TOOL_RECTSELECT);
-  ASSERT_FALSE(host.log.empty());
-  bool memory = false;
-  for (const auto& l : host.log) memory |= l == "message Memory error";
-  EXPECT_TRUE(memory);
 }
 
 }  // namespace

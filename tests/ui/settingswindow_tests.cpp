@@ -101,7 +101,7 @@ class SettingsTest : public ::testing::Test {
 
 std::set<int> Row(int tool) {
   std::set<int> ids;
-  for (int id : settingstable[tool]) {
+  for (int id : tooltable[tool].settings) {
     if (!id) break;
     ids.insert(id);
   }

@@ -72,11 +72,11 @@ TEST_F(TextGuiTest, TypedTextShowsWithCaretAndIsLaidInOnToolChange) {
   QTest::keyClicks(v, "Hi");
   QCoreApplication::processEvents();
   EXPECT_EQ(t->Text(), "Hi");
-  EXPECT_EQ(t->param.Caret, 2);
+  EXPECT_EQ(t->Caret(), 2);
   QTest::keyClick(v, Qt::Key_Left);
-  EXPECT_EQ(t->param.Caret, 1);
+  EXPECT_EQ(t->Caret(), 1);
   QTest::keyClick(v, Qt::Key_End);
-  EXPECT_EQ(t->param.Caret, 2);
+  EXPECT_EQ(t->Caret(), 2);
   const RECT box = t->window;
 
   // On the screen: dark text inside the box, nothing outside; the image untouched.

@@ -14,7 +14,6 @@
 #include "render/screen.h"
 #include "tools/pastetools.h"
 #include "tools/toolsession.h"
-#include "ui/document/documentwindow.h"
 
 namespace ochrel {
 
@@ -48,15 +47,15 @@ QByteArray BmpFile(const HDIB& dib) {
 
 }  // namespace
 
-int DoCopyToClipboard(DocumentWindow* window) {
-  if (window->record()->ToolWindow && window->record()->ToolWindow->param.Tool == TOOL_TEXT) {
+int DoCopyToClipboard(const BLOCKSET* record) {
+  if (record->ToolWindow && record->ToolWindow->param.Tool == TOOL_TEXT) {
     // While typing, Copy takes the text.
-    const std::string text = SelectionText(window->record());
+    const std::string text = SelectionText(record);
     if (text.empty()) return 0;
     QGuiApplication::clipboard()->setText(QString::fromStdString(text));
     return 1;
   }
-  HDIB source = SelectionImage(window->record());
+  HDIB source = SelectionImage(record);
   const BITMAPINFOHEADER* h = LockDib(source);
   if (!h) return 0;
   const QImage picture = DibToQImage(h);
@@ -73,8 +72,8 @@ int DoCopyToClipboard(DocumentWindow* window) {
   return 1;
 }
 
-int DoCopyToFile(DocumentWindow* window, const std::string& path) {
-  HDIB source = SelectionImage(window->record());
+int DoCopyToFile(const BLOCKSET* record, const std::string& path) {
+  HDIB source = SelectionImage(record);
   if (!source) return 0;
   return WriteImage(path.c_str(), source, SaveOptionsFromSettings());
 }
@@ -108,21 +107,22 @@ HDIB ClipboardPicture(const QMimeData* data, COLORREF paper) {
   return nullptr;
 }
 
-int DoPasteBlockFromClipboard(DocumentWindow* window) {
+int DoPasteBlockFromClipboard(DocumentTools* tools) {
+  const BLOCKSET* record = tools->record();
   const QMimeData* data = QGuiApplication::clipboard()->mimeData();
-  if (!data || !window->record()->Image) return 0;
-  HDIB picture = ClipboardPicture(data, window->record()->PaperColour);
-  if (picture) return DoPaste(window->tools(), picture);
+  if (!data || !record->Image) return 0;
+  HDIB picture = ClipboardPicture(data, record->PaperColour);
+  if (picture) return DoPaste(tools, picture);
   // A picture that is there but can't be taken is not pasted as its name.
   if (data->hasImage() || data->hasFormat("image/png") || data->hasFormat("image/bmp")) return 0;
   if (data->hasUrls() && !data->urls().isEmpty() && data->urls()[0].isLocalFile()) return 0;
-  if (data->hasText() && !data->text().isEmpty()) return DoPasteText(window->tools(), data->text().toStdString());
+  if (data->hasText() && !data->text().isEmpty()) return DoPasteText(tools, data->text().toStdString());
   return 0;
 }
 
-int DoPasteBlockFromFile(DocumentWindow* window, const std::string& path) {
+int DoPasteBlockFromFile(DocumentTools* tools, const std::string& path) {
   HDIB picture = LoadPicture(path);
-  return picture ? DoPaste(window->tools(), picture) : 0;
+  return picture ? DoPaste(tools, picture) : 0;
 }
 
 }  // namespace ochrel

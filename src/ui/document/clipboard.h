@@ -13,16 +13,17 @@ class QMimeData;
 
 namespace ochrel {
 
-class DocumentWindow;
+class DocumentTools;
+struct BLOCKSET;
 
 // The largest picture taken in, a side (as New allows).
 inline constexpr int kMaxPasteSide = 20000;
 
 // The selection to the clipboard as image/png, image/bmp (the packed bitmap
 // as a BMP file) and Qt's own image. 1 on success, 0 without a selection.
-int DoCopyToClipboard(DocumentWindow* window);
+int DoCopyToClipboard(const BLOCKSET* record);
 // The selection into an image file, its format by the name. 1 on success.
-int DoCopyToFile(DocumentWindow* window, const std::string& path);
+int DoCopyToFile(const BLOCKSET* record, const std::string& path);
 
 // What the clipboard holds as a picture: any image Qt reads, or one image file
 // named by a URI list; transparent pixels are laid over `paper`. Null when
@@ -34,8 +35,8 @@ HDIB PictureToDib(const QImage& picture, COLORREF paper);
 
 // A picture from the clipboard floats in the document; without one, text
 // opens the text tool. 1 on success.
-int DoPasteBlockFromClipboard(DocumentWindow* window);
+int DoPasteBlockFromClipboard(DocumentTools* tools);
 // A picture from a file floats in the document. 1 on success.
-int DoPasteBlockFromFile(DocumentWindow* window, const std::string& path);
+int DoPasteBlockFromFile(DocumentTools* tools, const std::string& path);
 
 }  // namespace ochrel

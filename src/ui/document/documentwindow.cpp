@@ -35,7 +35,7 @@
 #include "ui/dialogs/fills/filldialogs.h"
 #include "ui/dialogs/image/griddialog.h"
 #include "ui/widgets/icons.h"
-#include "ui/frame/mainframe.h"
+#include "ui/widgets/frameservices.h"
 #include "ui/widgets/messages.h"
 
 namespace ochrel {
@@ -403,8 +403,7 @@ class DocumentHost : public ToolHost {
   int ClientHeight() const override { return w_->view()->height(); }
   void SetScrollBars(int x, int y) override { w_->view()->SetScrollBars(x, y); }
   void SelectViewMode(int mode) override {
-    w_->frame()->buttonBar()->zoomList()->setCurrentIndex(mode);
-    w_->Command(CM_ZOOMLIST);
+    w_->ChangeScale(mode);
   }
   void InvalidateImage(RECT r) override { w_->view()->InvalidateImageRect(r); }
   void InvalidateView() override { w_->view()->InvalidateAll(); }
@@ -451,7 +450,7 @@ class DocumentHost : public ToolHost {
 
 // ---- Window -------------------------------------------------------------------------
 
-DocumentWindow::DocumentWindow(MainFrame* frame, const std::string& path) : frame_(frame) {
+DocumentWindow::DocumentWindow(FrameServices* frame, const std::string& path) : frame_(frame) {
   CreateNewFile(&record_);
   record_.FileName = path;
   setAttribute(Qt::WA_DeleteOnClose);
@@ -478,7 +477,7 @@ DocumentWindow::DocumentWindow(MainFrame* frame, const std::string& path) : fram
   setWindowIcon(DocumentIcon());
   connect(view_, &DocumentView::wheelZoom, this,
           [this](int steps, QPoint at) { ZoomAround(record_.ViewMode + steps, at); });
-  connect(view_, &DocumentView::imagePosition, frame_,
+  connect(view_, &DocumentView::imagePosition, this,
           [this](int x, int y) { frame_->StatusText(QString::asprintf("(%d,%d)", x, y)); });
   // The eleven scales in the window's own menu, in step with the zoom list.
   QMenu* menu = systemMenu();
@@ -488,10 +487,7 @@ DocumentWindow::DocumentWindow(MainFrame* frame, const std::string& path) : fram
       QAction* a = menu->addAction(QString::asprintf("%u percent", static_cast<unsigned>(viewmodetable[i])));
       a->setObjectName(QString::number(1600 + i));
       a->setCheckable(true);
-      connect(a, &QAction::triggered, this, [this, i] {
-        frame_->buttonBar()->zoomList()->setCurrentIndex(i);
-        frame_->Command(CM_ZOOMLIST);
-      });
+      connect(a, &QAction::triggered, this, [this, i] { ChangeScale(i); });
       scaleActions_.push_back(a);
     }
   }
@@ -573,7 +569,7 @@ void DocumentWindow::ChangeScale(int viewMode) {
   int y = positions ? RescaleScrollPosition(view_->scrollY(), oldPercent, newPercent) : 0;
   const int oldMode = record_.ViewMode;
   record_.ViewMode = viewMode;
-  frame_->buttonBar()->zoomList()->setCurrentIndex(viewMode);
+  frame_->ViewStateChanged(viewMode, record_.GridActive);
   CheckScaleEntry();
   view_->SetScrollBars(x, y);
   AdjustTaskWindow();
@@ -614,30 +610,31 @@ bool DocumentWindow::Command(int id) {
       return true;
     case CM_GRIDACTIVE:
       record_.GridActive = !record_.GridActive;
-      if (QAction* a = frame_->action(CM_GRIDACTIVE)) a->setChecked(record_.GridActive);
+      frame_->ViewStateChanged(record_.ViewMode, record_.GridActive);
       view_->InvalidateAll();
       return true;
     case CM_GRIDSETTINGS:
       if (DoSetGrid(this, &record_)) view_->InvalidateAll();
-      if (QAction* a = frame_->action(CM_GRIDACTIVE)) a->setChecked(record_.GridActive);
+      frame_->ViewStateChanged(record_.ViewMode, record_.GridActive);
       return true;
-    case CM_ATTRIBUTES:
+    case CM_ATTRIBUTES: {
       CommitSelection();
-      if (DoImageAttributes(this, &record_)) ImageReplaced();
+      if (HDIB canvas = DoImageAttributes(this, &record_)) PutNewImage(std::move(canvas));
       return true;
+    }
     case CM_SHADOWS: DoSetShadows(this, &record_); return true;
     case CM_CUT:
       // The selection goes only once it is safely on the clipboard.
-      if (DoCopyToClipboard(this)) tools_->BeginToolFunction(0, 0, record_.Tool, TF_CUT);
+      if (DoCopyToClipboard(&record_)) tools_->BeginToolFunction(0, 0, record_.Tool, TF_CUT);
       return true;
     case CM_COPY:
-      if (!DoCopyToClipboard(this)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      if (!DoCopyToClipboard(&record_)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
       return true;
     case CM_COPYTO: {
       std::string path = AddCurrentPath(GetUntitledFileName());
       if (!frame_->AskSavePath(this, path, &path)) return true;
       SetOpenPath(path);
-      if (!DoCopyToFile(this, path)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
+      if (!DoCopyToFile(&record_, path)) DoMessage(this, FetchString(IDS_MEMORY_ERROR));
       return true;
     }
     case CM_PASTE:
@@ -650,7 +647,7 @@ bool DocumentWindow::Command(int id) {
       frame_->ChooseTool(TOOL_RECTSELECT);
       if (id == CM_PASTEFROM) SetOpenPath(path);
       CreateUndo(&record_);
-      const int ok = id == CM_PASTE ? DoPasteBlockFromClipboard(this) : DoPasteBlockFromFile(this, path);
+      const int ok = id == CM_PASTE ? DoPasteBlockFromClipboard(tools_.get()) : DoPasteBlockFromFile(tools_.get(), path);
       if (!ok) DoMessage(this, FetchString(IDS_BLOCK_ERROR));
       frame_->UpdateMenuStates();
       return true;
@@ -680,13 +677,49 @@ bool DocumentWindow::Command(int id) {
         DoMessage(this, FetchString(IDS_MATRIX_ADD_ERROR));
       return true;
     }
-    case CM_ZOOMLIST: ChangeScale(frame_->buttonBar()->zoomList()->currentIndex()); return true;
     case CM_SAVE: Save(); return true;
     case CM_SAVEAS: SaveAs(); return true;
     case CM_CLOSE:
       QMetaObject::invokeMethod(this, [this] { close(); }, Qt::QueuedConnection);
       return true;
-    default: return false;
+    default:
+      if (id >= CM_FILTERS && id < FILTER_MENU_FIRST + FILTER_COUNT) {
+        RunFilter(id == CM_FILTERS ? -1 : id - FILTER_MENU_FIRST);
+        return true;
+      }
+      return false;
+  }
+}
+
+void DocumentWindow::PutNewImage(HDIB image) {
+  CreateUndo(&record_);
+  record_.Image = std::move(image);
+  record_.Modified = 1;
+  ImageReplaced();
+  view_->InvalidateAll();
+  frame_->UpdateMenuStates();
+}
+
+void DocumentWindow::RunFilter(int filterType) {
+  // A filter replaces the image: an open text box is laid in first.
+  if (record_.Tool == TOOL_TEXT && record_.ToolWindow) CommitSelection();
+  if (!record_.Image) return;
+  FilterOutcome out;
+  if (!DoMasterFilterDialog(this, &record_, filterType, &out)) return;
+  if (out.toDuplicate) {
+    // The source document stays as it was.
+    frame_->OpenAsNewDocument(out.image);
+  } else if (out.selection) {
+    // The result replaces the floating fragment; it reaches the image when
+    // the selection is laid down, so it leaves no undo step of its own.
+    if (!HasSelection(&record_)) return;
+    TOOLPARAM& tp = record_.ToolWindow->param;
+    tp.Fragment = std::move(out.image);
+    if (tp.Tool == TOOL_RECTSELECT && out.newMask) tp.SelectMask = std::move(out.newMask);
+    tools_->Send(UM_FRAGMENTCHANGED);
+  } else {
+    PutNewImage(std::move(out.image));
+    SetBrowserSize();
   }
 }
 
@@ -702,7 +735,7 @@ void DocumentWindow::CommitSelection() {
 bool DocumentWindow::Save() {
   CommitSelection();
   if (NeedsSaveAs(&record_)) return SaveAs();
-  if (frame_->WriteDocument(this, record_.FileName)) {
+  if (frame_->WriteDocument(this, record_.Image, record_.FileName)) {
     record_.Modified = 0;
     UpdateTitle();
     return true;
@@ -720,7 +753,7 @@ bool DocumentWindow::SaveAs() {
   record_.HasFile = 1;
   if (!Save()) return false;
   // Only a file that now exists can enter the recent list.
-  frame_->SetPathMenu(path);
+  frame_->AddRecentPath(path);
   return true;
 }
 

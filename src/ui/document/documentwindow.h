@@ -17,7 +17,7 @@ class QScrollBar;
 
 namespace ochrel {
 
-class MainFrame;
+class FrameServices;
 
 // What a document window shows: the visible part of its image at the
 // document's scale, scrolled by two bars whose positions are image pixels.
@@ -77,7 +77,7 @@ class DocumentView : public QWidget {
 class DocumentWindow : public QMdiSubWindow {
   Q_OBJECT
  public:
-  DocumentWindow(MainFrame* frame, const std::string& path);
+  DocumentWindow(FrameServices* frame, const std::string& path);
   ~DocumentWindow() override;
 
   BLOCKSET* record() { return &record_; }
@@ -105,8 +105,12 @@ class DocumentWindow : public QMdiSubWindow {
   void Discard();
   // Redraws after the image block was replaced.
   void ImageReplaced();
+  // Puts a new image in place of the old one, with one step of Undo.
+  void PutNewImage(HDIB image);
+  // A filter from the menu or the selection's popup: -1 for the dialog's own choice.
+  void RunFilter(int filterType);
   DocumentTools* tools() const { return tools_.get(); }
-  MainFrame* frame() const { return frame_; }
+  FrameServices* frame() const { return frame_; }
   QScrollBar* horizontalBar() const { return hbar_; }
   QScrollBar* verticalBar() const { return vbar_; }
   // Timers of tool sessions, delivered as WM_TIMER.
@@ -121,7 +125,7 @@ class DocumentWindow : public QMdiSubWindow {
  private:
   QSize FittedSize() const;
   void CheckScaleEntry();
-  MainFrame* frame_;
+  FrameServices* frame_;
   BLOCKSET record_;
   DocumentView* view_;
   QScrollBar* hbar_;

@@ -9,7 +9,7 @@
 #include "frame/commands.h"
 #include "frame/settings.h"
 #include "ui/document/documentwindow.h"
-#include "ui/frame/mainframe.h"
+#include "ui/widgets/frameservices.h"
 
 namespace ochrel {
 
@@ -33,22 +33,20 @@ void BuildFillTypeMenu(QMenu* menu, const BLOCKSET* r) {
   add("&Matrix", CM_FILLMATRIX, fill == 3, any && type == IMAGE_TRUECOLOUR);
 }
 
-void RunFillTypeMenu(MainFrame* frame, QPoint globalPos) {
-  DocumentWindow* d = frame->ActiveDocument();
-  QMenu menu(frame);
+void RunFillTypeMenu(QWidget* parent, FrameServices* frame, DocumentWindow* d, QPoint globalPos) {
+  QMenu menu(parent);
   menu.setObjectName("FillTypeMenu");
   BuildFillTypeMenu(&menu, d ? d->record() : nullptr);
   QAction* chosen = menu.exec(globalPos);
-  if (chosen) FillTypeCommand(frame, chosen->data().toInt());
+  if (chosen) FillTypeCommand(frame, d, chosen->data().toInt());
 }
 
-void FillTypeCommand(MainFrame* frame, int id) {
+void FillTypeCommand(FrameServices* frame, DocumentWindow* d, int id) {
   if (id == CM_FILLRIGHTCLICK) {
     FillTypeRightClick = !FillTypeRightClick;
     return;
   }
   if (id < CM_FILLSOLID || id > CM_FILLMATRIX) return;
-  DocumentWindow* d = frame->ActiveDocument();
   if (!d) return;
   BLOCKSET* r = d->record();
   r->FillType = id - CM_FILLSOLID;

@@ -7,10 +7,12 @@
 
 class QMenu;
 class QMdiArea;
+class QWidget;
 
 namespace ochrel {
 
-class MainFrame;
+class DocumentWindow;
+class FrameServices;
 struct BLOCKSET;
 
 enum FillMenuCommand : int {
@@ -25,11 +27,11 @@ enum FillMenuCommand : int {
 // (null: no document, every fill type grey). Each action's data is its number.
 void BuildFillTypeMenu(QMenu* menu, const BLOCKSET* record);
 // Shows the menu at `globalPos` and carries out the choice.
-void RunFillTypeMenu(MainFrame* frame, QPoint globalPos);
+void RunFillTypeMenu(QWidget* parent, FrameServices* frame, DocumentWindow* document, QPoint globalPos);
 // One choice of the menu: 2200 flips the right-click setting, 2100 to 2103 set
-// the active document's fill type and, with the right-click setting on, open
+// the document's fill type and, with the right-click setting on, open
 // the matching selector.
-void FillTypeCommand(MainFrame* frame, int id);
+void FillTypeCommand(FrameServices* frame, DocumentWindow* document, int id);
 
 // Minimised documents in rows along the bottom of the area, left to right.
 void ArrangeIcons(QMdiArea* area);

@@ -41,12 +41,13 @@
 #include "frame/strings.h"
 #include "frame/settings.h"
 #include "ui/dialogs/colour/colourdialogs.h"
+#include "ui/dialogs/fills/filldialogs.h"
 #include "ui/dialogs/image/convertdialogs.h"
 #include "ui/document/clipboard.h"
 #include "ui/document/documentwindow.h"
 #include "ui/dialogs/files/filedialogs.h"
 #include "ui/frame/fillmenu.h"
-#include "ui/dialogs/filter/filterdialog.h"
+#include "ui/frame/commandtable.h"
 #include "ui/widgets/icons.h"
 #include "render/screen.h"
 #include "ui/widgets/longwork.h"
@@ -214,6 +215,7 @@ SwatchButton* StatusBar::swatch(int id) const {
 // ---- Frame ------------------------------------------------------------------------
 
 MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
+  SetActiveFrameServices(this);
   setObjectName("VarnwickStudioPaintProfessional");
   setWindowTitle(QString::fromUtf8(FetchString(IDS_TITLE)));
   // The settings come first: the bar reads ButtonList, the documents their defaults.
@@ -258,7 +260,7 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   setCentralWidget(central);
   connect(bar_, &ButtonBar::command, this, [this](int id) { PostCommand(id); });
   connect(status_, &StatusBar::command, this, [this](int id) { PostCommand(id); });
-  connect(status_, &StatusBar::rightClicked, this, [this](int, QPoint at) { RunFillTypeMenu(this, at); });
+  connect(status_, &StatusBar::rightClicked, this, [this](int, QPoint at) { RunFillTypeMenu(this, this, ActiveDocument(), at); });
   // The toolbox stands at the left, under the button bar.
   toolbox_ = new ToolBox(this);
   addDockWidget(Qt::LeftDockWidgetArea, toolbox_);
@@ -279,8 +281,7 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   });
   connect(client_, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow* w) {
     if (auto* d = qobject_cast<DocumentWindow*>(w)) {
-      bar_->zoomList()->setCurrentIndex(std::clamp(d->record()->ViewMode, 0, 10));
-      if (QAction* grid = action(CM_GRIDACTIVE)) grid->setChecked(d->record()->GridActive);
+      ViewStateChanged(d->record()->ViewMode, d->record()->GridActive != 0);
       // The toolbox shows this document's tool, without starting or ending a session.
       SelectTool(d->tools(), d->record()->Tool);
       toolbox_->ShowCurrent(CurrentTool());
@@ -291,7 +292,6 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   });
 
   BuildMenus();
-  AddFilterMenu(this);
   BuildAccelerators();
   UpdateMenuStates();
   RefreshStatus();
@@ -320,6 +320,11 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
     return ok;
   };
   SetFileHooks(hooks);
+  // A texture or shadow for a large shape is made on a worker with the windows live.
+  SetSlowWorkRunner([this](const char* label, const std::function<void()>& work) {
+    MessageQueue::Hold hold;
+    RunLongWork(this, QString::fromUtf8(label), work, false);
+  });
   // Recovery copies: a picture comes back as a modified document under its path.
   recovery_ = new RecoveryService(this, {[this] {
                                            std::vector<DocumentWindow*> docs;
@@ -338,6 +343,7 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
 }
 
 MainFrame::~MainFrame() {
+  if (ActiveFrameServices() == this) SetActiveFrameServices(nullptr);
   // The document area outlives our members while Qt tears the children down.
   client_->disconnect(this);
   for (QMdiSubWindow* w : client_->subWindowList()) delete w;
@@ -351,6 +357,7 @@ MainFrame::~MainFrame() {
   CurrentTool() = -1;
   QGuiApplication::clipboard()->disconnect(this);
   SetFileHooks(FileHooks{});
+  SetSlowWorkRunner(nullptr);
 }
 
 QAction* MainFrame::AddItem(QMenu* menu, const char* label, int id, bool grey) {
@@ -364,53 +371,26 @@ QAction* MainFrame::AddItem(QMenu* menu, const char* label, int id, bool grey) {
 }
 
 void MainFrame::BuildMenus() {
-  QMenuBar* mb = menuBar();
-  fileMenu_ = mb->addMenu("&File");
-  AddItem(fileMenu_, "&New\tCtrl+N", CM_NEW, false);
-  AddItem(fileMenu_, "&Open\tCtrl+0", CM_OPEN, false);
-  AddItem(fileMenu_, "&Save\tCtrl+S", CM_SAVE, true);
-  AddItem(fileMenu_, "Save &as...", CM_SAVEAS, true);
-  AddItem(fileMenu_, "&Close", CM_CLOSE, true);
-  fileMenu_->addSeparator();
-  AddItem(fileMenu_, "Set&up", CM_SETUP, false);
-  AddItem(fileMenu_, "E&xit", CM_EXIT, false);
+  std::map<std::string, QMenu*> menus;
+  // A menu by its path, made where its first row stands.
+  std::function<QMenu*(const std::string&)> menuAt = [&](const std::string& path) -> QMenu* {
+    if (QMenu* m = menus[path]) return m;
+    const auto slash = path.rfind('/');
+    QMenu* m = slash == std::string::npos ? menuBar()->addMenu(QString::fromUtf8(path.c_str()))
+                                          : menuAt(path.substr(0, slash))->addMenu(QString::fromUtf8(path.substr(slash + 1).c_str()));
+    menus[path] = m;
+    return m;
+  };
+  for (const MenuRow& row : MenuRows()) {
+    QMenu* menu = menuAt(row.menu);
+    if (!row.text) menu->addSeparator();
+    else AddItem(menu, row.text, row.id, row.grey)->setCheckable(row.checkable);
+  }
+  fileMenu_ = menus["&File"];
+  windowMenu_ = menus["&Window"];
+  menus["&Image/&Filters"]->setObjectName("filterMenu");
   RebuildRecentMenu();
 
-  QMenu* edit = mb->addMenu("&Edit");
-  AddItem(edit, "&Undo\tCtrl+U (Alt+Backspace)", CM_UNDO, true);
-  AddItem(edit, "&Redo\tCtrl+Y", CM_REDO, true);
-  edit->addSeparator();
-  AddItem(edit, "Cu&t\tCtrl+X (Shift+Del)", CM_CUT, true);
-  AddItem(edit, "&Copy\tCtrl+C (Ctrl+Ins)", CM_COPY, true);
-  AddItem(edit, "&Paste\tCtrl+V (Shift+Ins)", CM_PASTE, true);
-  AddItem(edit, "Paste as &new document", CM_PASTENEW, true);
-  AddItem(edit, "C&lear", CM_CLEAR, true);
-  AddItem(edit, "&Select All", CM_SELECTALL, true);
-  edit->addSeparator();
-  QMenu* hide = edit->addMenu("&Hide");
-  AddItem(hide, "Hide &tool bar", CM_HIDETOOLBAR, true)->setCheckable(true);
-  AddItem(hide, "Hide &settings", CM_HIDESETTINGS, true)->setCheckable(true);
-  edit->addSeparator();
-  AddItem(edit, "Copy t&o", CM_COPYTO, true);
-  AddItem(edit, "P&aste from", CM_PASTEFROM, true);
-  AddItem(edit, "&Grid active", CM_GRIDACTIVE, true)->setCheckable(true);
-  AddItem(edit, "G&rid settings", CM_GRIDSETTINGS, true);
-  AddItem(edit, "Shado&ws", CM_SHADOWS, true);
-
-  QMenu* image = mb->addMenu("&Image");
-  AddItem(image, "&Attributes", CM_ATTRIBUTES, true);
-  QMenu* convert = image->addMenu("&Convert to");
-  AddItem(convert, "&True color", CM_TOTRUECOLOUR, true);
-  AddItem(convert, "&Greyscale", CM_TOGREY, true);
-  AddItem(convert, "&Paletted", CM_TOPALETTE, true);
-  AddItem(convert, "&Mono", CM_TOMONO, true);
-
-  windowMenu_ = mb->addMenu("&Window");
-  AddItem(windowMenu_, "&Cascade\tShift+F5", CM_CASCADE, true);
-  AddItem(windowMenu_, "&Tile\tShift+F4", CM_TILE, true);
-  AddItem(windowMenu_, "&Arrange Icons", CM_ARRANGE, true);
-  windowMenu_->addSeparator();
-  AddItem(windowMenu_, "&Duplicate\tCtrl+D", CM_DUPLICATE, true);
   // With a history of Undo, how far it reaches each way.
   undoInfo_ = windowMenu_->addAction(QString());
   undoInfo_->setObjectName("undoSteps");
@@ -434,34 +414,13 @@ void MainFrame::BuildMenus() {
       connect(a, &QAction::triggered, this, [this, w] { client_->setActiveSubWindow(w); });
     }
   });
-
-  QMenu* help = mb->addMenu("&Help");
-  AddItem(help, "&Contents", CM_HELP, false);
-  help->addSeparator();
-  AddItem(help, "&About...", CM_ABOUT, false);
-  AddItem(help, "&System information", CM_SYSINFO, false);
-  AddItem(help, "&Tip of the day", CM_TIPOFTHEDAY, false);
-  AddItem(help, "&Manual", CM_MANUAL, false);
 }
 
 void MainFrame::BuildAccelerators() {
-  const std::pair<QKeySequence, int> table[] = {
-      {QKeySequence(Qt::CTRL | Qt::Key_C), CM_COPY},         {QKeySequence(Qt::CTRL | Qt::Key_V), CM_PASTE},
-      {QKeySequence(Qt::CTRL | Qt::Key_X), CM_CUT},          {QKeySequence(Qt::CTRL | Qt::Key_N), CM_NEW},
-      {QKeySequence(Qt::CTRL | Qt::Key_O), CM_OPEN},         {QKeySequence(Qt::CTRL | Qt::Key_S), CM_SAVE},
-      {QKeySequence(Qt::CTRL | Qt::Key_P), CM_PRINT},        {QKeySequence(Qt::Key_Delete), CM_DELETE},
-      {QKeySequence(Qt::SHIFT | Qt::Key_Insert), CM_PASTE},  {QKeySequence(Qt::SHIFT | Qt::Key_Delete), CM_CUT},
-      {QKeySequence(Qt::CTRL | Qt::Key_Insert), CM_COPY},    {QKeySequence(Qt::ALT | Qt::Key_Backspace), CM_UNDO},
-      // What the menus print, and Ctrl+Z, which people expect of Undo.
-      {QKeySequence(Qt::CTRL | Qt::Key_U), CM_UNDO},         {QKeySequence(Qt::CTRL | Qt::Key_Z), CM_UNDO},
-      {QKeySequence(Qt::CTRL | Qt::Key_0), CM_OPEN},         {QKeySequence(Qt::SHIFT | Qt::Key_F5), CM_CASCADE},
-      {QKeySequence(Qt::SHIFT | Qt::Key_F4), CM_TILE},       {QKeySequence(Qt::CTRL | Qt::Key_D), CM_DUPLICATE},
-      {QKeySequence(Qt::CTRL | Qt::Key_Y), CM_REDO},         {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), CM_REDO},
-  };
-  for (const auto& [keys, id] : table) {
-    auto* sc = new QShortcut(keys, this);
+  for (const ShortcutRow& row : ShortcutRows()) {
+    auto* sc = new QShortcut(QKeySequence(row.keys), this);
     sc->setContext(Qt::WindowShortcut);
-    connect(sc, &QShortcut::activated, this, [this, id = id] {
+    connect(sc, &QShortcut::activated, this, [this, id = row.id] {
       // A greyed menu item's accelerator does nothing either.
       if (QAction* a = action(id); a && !a->isEnabled()) return;
       Command(id);
@@ -490,7 +449,7 @@ void MainFrame::RebuildRecentMenu() {
   }
 }
 
-void MainFrame::SetPathMenu(const std::string& path) {
+void MainFrame::AddRecentPath(const std::string& path) {
   if (RecentPathList().Add(path)) RebuildRecentMenu();
 }
 
@@ -537,7 +496,6 @@ void MainFrame::UpdateMenuStates() {
   if (d) d->UpdateTitle();
   if (QAction* a = action(CM_HIDETOOLBAR)) a->setChecked(toolbox_->isHidden());
   if (QAction* a = action(CM_HIDESETTINGS)) a->setChecked(settings_->isHidden());
-  UpdateFilterMenu(this, d ? d->record() : nullptr);
 }
 
 void MainFrame::RefreshStatus() {
@@ -628,6 +586,9 @@ void MainFrame::Command(int id) {
       break;
     }
     case CM_DUPLICATE: DoDuplicate(); break;
+    case CM_ZOOMLIST:
+      if (DocumentWindow* d = ActiveDocument()) d->ChangeScale(bar_->zoomList()->currentIndex());
+      break;
     case CM_TOTRUECOLOUR:
     case CM_TOGREY:
     case CM_TOPALETTE:
@@ -639,11 +600,6 @@ void MainFrame::Command(int id) {
         if (k < items.size()) OpenFile(items[k]);
         break;
       }
-      if (DocumentWindow* d = ActiveDocument(); d && id >= CM_FILTERS && id < FILTER_MENU_FIRST + FILTER_COUNT) {
-        // A filter replaces the image: an open text box is laid in first.
-        if (d->record()->Tool == TOOL_TEXT && d->record()->ToolWindow) d->CommitSelection();
-      }
-      if (DocumentWindow* d = ActiveDocument(); d && TrapFilterCommands(d, id)) break;
       if (DocumentWindow* d = ActiveDocument()) {
         if (!d->Command(id) && id >= CM_PAINTSWATCH && id <= CM_PAPERSWATCH) {
           BLOCKSET* r = d->record();
@@ -685,8 +641,7 @@ void MainFrame::FinishNewDocument(DocumentWindow* w) {
   w->SetBrowserSize();
   w->view()->SetScrollBars(-1, -1);
   w->UpdateTitle();
-  bar_->zoomList()->setCurrentIndex(std::clamp(r->ViewMode, 0, 10));
-  if (QAction* grid = action(CM_GRIDACTIVE)) grid->setChecked(r->GridActive);
+  ViewStateChanged(r->ViewMode, r->GridActive != 0);
   // The document's tool goes to the toolbox as a command.
   QPointer<DocumentWindow> doc(w);
   QMetaObject::invokeMethod(this, [this, doc] {
@@ -713,9 +668,8 @@ void MainFrame::DoNewCommand() {
 }
 
 void MainFrame::OpenFile(const std::string& path) {
-  loadFile_ = path;
-  hasLoadFile_ = true;
-  Command(CM_OPEN);
+  LoadDocument(CleanFileName(path));
+  UpdateMenuStates();
 }
 
 void MainFrame::OpenCommandLine(const QStringList& args) {
@@ -731,19 +685,12 @@ void MainFrame::OpenCommandLine(const QStringList& args) {
 
 void MainFrame::DoOpenCommand() {
   std::string path;
-  if (hasLoadFile_) {
-    path = CleanFileName(loadFile_);
-    hasLoadFile_ = false;
-    loadFile_.clear();
-  } else {
-    if (g_openAnswerer) {
-      if (!g_openAnswerer(&path)) return;
-    } else {
-      path = OpenPath;
-      if (!GetOpenImageFileName(this, &path)) return;
-    }
-    SetOpenPath(path);
-  }
+  if (!AskOpenPath(this, &path)) return;
+  SetOpenPath(path);
+  LoadDocument(path);
+}
+
+void MainFrame::LoadDocument(const std::string& path) {
   DocumentWindow* w = CreateNewTask(path);
   BLOCKSET* r = w->record();
   auto loaded = std::make_shared<HDIB>();
@@ -763,7 +710,7 @@ void MainFrame::DoOpenCommand() {
   }
   r->HasFile = 1;
   r->Modified = 0;
-  SetPathMenu(path);
+  AddRecentPath(path);
   FinishNewDocument(w);
 }
 
@@ -829,13 +776,16 @@ void MainFrame::DoConvert(int id) {
   FinishNewDocument(w);
 }
 
-bool MainFrame::WriteDocument(QWidget*, const std::string& path) {
-  DocumentWindow* d = nullptr;
-  for (QMdiSubWindow* w : client_->subWindowList())
-    if (auto* doc = qobject_cast<DocumentWindow*>(w); doc && doc->record()->FileName == path) d = doc;
-  if (!d) d = ActiveDocument();
-  return d && WriteGraphicFile(d->record()->Image, path.c_str(), SaveOptionsFromSettings()) != 0;
+bool MainFrame::WriteDocument(QWidget*, const HDIB& image, const std::string& path) {
+  return image && WriteGraphicFile(image, path.c_str(), SaveOptionsFromSettings()) != 0;
 }
+
+void MainFrame::ViewStateChanged(int viewMode, bool gridActive) {
+  bar_->zoomList()->setCurrentIndex(std::clamp(viewMode, 0, 10));
+  if (QAction* grid = action(CM_GRIDACTIVE)) grid->setChecked(gridActive);
+}
+
+bool MainFrame::OpenAsNewDocument(const HDIB& image) { return NewFromDib(image) != nullptr; }
 
 bool MainFrame::AskSavePath(QWidget* parent, const std::string& start, std::string* path) {
   if (g_saveAnswerer) return g_saveAnswerer(start, path);

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "image/dib.h"
+#include "ui/widgets/frameservices.h"
 
 class QMdiArea;
 class QMenu;
@@ -88,7 +89,7 @@ class StatusBar : public QWidget {
 // The frame window: menus, button bar, the multiple-document area, status bar;
 // it handles what needs no document and hands every other command to the
 // active document.
-class MainFrame : public QMainWindow {
+class MainFrame : public QMainWindow, public FrameServices {
   Q_OBJECT
  public:
   explicit MainFrame(QWidget* parent = nullptr);
@@ -97,7 +98,7 @@ class MainFrame : public QMainWindow {
   // A command from the menu, an accelerator, a bar button or the status bar.
   void Command(int id);
   // The same, run after the present handler.
-  void PostCommand(int id);
+  void PostCommand(int id) override;
 
   QMdiArea* client() const { return client_; }
   ButtonBar* buttonBar() const { return bar_; }
@@ -108,35 +109,37 @@ class MainFrame : public QMainWindow {
   // UM_FOCUSDOCUMENT: the keyboard to the active document's tool.
   void FocusDocument();
   // The toolbox's tool change, on the top document.
-  void ChooseTool(int tool);
+  void ChooseTool(int tool) override;
   // The files named on the command line, one document each; a name with
   // spaces may also come as several words.
   void OpenCommandLine(const QStringList& args);
   DocumentWindow* ActiveDocument() const;
   int CountOpenDocuments() const;
 
-  void StatusText(const QString& text);
+  void StatusText(const QString& text) override;
   void CloseStatus() { StatusText(QString()); }
   // Grey states of menu items and bar buttons for the active document.
-  void UpdateMenuStates();
-  void RefreshStatus();
+  void UpdateMenuStates() override;
+  void RefreshStatus() override;
+  void ViewStateChanged(int viewMode, bool gridActive) override;
 
   // Opens a file through the Open command, as a dropped file or the recent list does.
   void OpenFile(const std::string& path);
   // Files dropped on the document area: each with an image file name (any
   // JPEG name included) opens; others pass without a word.
   void DropFiles(const QStringList& paths);
-  void SetPathMenu(const std::string& path);
+  void AddRecentPath(const std::string& path) override;
   // A new document holding a copy of the image (the sender keeps its own).
   DocumentWindow* NewFromDib(const HDIB& image);
+  bool OpenAsNewDocument(const HDIB& image) override;
   // The recovery copies of modified documents, and the offer at start.
   RecoveryService* recovery() const { return recovery_; }
 
   // The file services a document uses; tests may replace the save dialog.
-  bool WriteDocument(QWidget* parent, const std::string& path);
-  bool AskSavePath(QWidget* parent, const std::string& start, std::string* path);
+  bool WriteDocument(QWidget* parent, const HDIB& image, const std::string& path) override;
+  bool AskSavePath(QWidget* parent, const std::string& start, std::string* path) override;
   // The open dialog for an image file (or a test's answer).
-  bool AskOpenPath(QWidget* parent, std::string* path);
+  bool AskOpenPath(QWidget* parent, std::string* path) override;
   using SavePathAnswerer = std::function<bool(const std::string& start, std::string* path)>;
   static void SetSavePathAnswerer(SavePathAnswerer answerer);
   using OpenPathAnswerer = std::function<bool(std::string* path)>;
@@ -161,6 +164,8 @@ class MainFrame : public QMainWindow {
   void FinishNewDocument(DocumentWindow* w);
   void DoNewCommand();
   void DoOpenCommand();
+  // A new document with the picture of a file; a file that can't be read says so.
+  void LoadDocument(const std::string& path);
   void DoDuplicate();
   void DoConvert(int id);
   bool CloseAllChildren();
@@ -175,8 +180,6 @@ class MainFrame : public QMainWindow {
   QMenu* windowMenu_ = nullptr;
   std::map<int, QAction*> actions_;
   std::vector<QAction*> recentActions_;
-  std::string loadFile_;
-  bool hasLoadFile_ = false;
   RecoveryService* recovery_ = nullptr;
 };
 

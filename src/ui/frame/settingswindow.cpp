@@ -31,32 +31,10 @@
 #include "tools/spraycan.h"
 #include "tools/toolparam.h"
 #include "tools/toolsession.h"
+#include "tools/tooltable.h"
 #include "ui/document/documentwindow.h"
 
 namespace ochrel {
-
-// Ranges written out in full, so that a row reads as the controls it shows.
-const int settingstable[18][kSettingsRowLength] = {
-    /* 0 */ {10, 11, 12, 13, 15, 19, 10015, 16, 20, 10016, 17, 21, 10017, 18, 22, 10018, 23, 25, 26, 27, 24, 28},
-    /* 1 */ {10, 11, 12, 13, 15, 19, 10015, 16, 20, 10016, 17, 21, 10017, 18, 22, 10018, 23, 25, 26, 27, 24, 28},
-    /* 2 */ {10, 11, 12, 13, 15, 19, 10015, 16, 20, 10016, 17, 21, 10017, 18, 22, 10018, 23, 24},
-    /* 3 */ {10, 11, 12, 13, 15, 19, 10015, 16, 20, 10016, 17, 21, 10017, 18, 22, 10018, 23, 24,
-             113, 10113, 114, 115, 116, 117, 118, 119},
-    /* 4 */ {10, 11, 12, 13, 89, 90, 91, 93, 94, 95, 96, 10096, 97, 92, 98, 99, 100},
-    /* 5 */ {9, 40},
-    /* 6 */ {9, 63},
-    /* 7 */ {10, 11, 12, 13, 101, 102, 103, 104, 105, 10105, 106, 107, 108, 109, 110, 111, 112},
-    /* 8 */ {10, 11, 12, 13, 64, 65, 66, 67, 68, 69, 70, 10070, 72, 73, 74, 75, 76},
-    /* 9 */ {10, 11, 12, 13, 120, 10120, 121, 122, 123, 124, 125},
-    /* 10 */ {10, 11, 12, 13, 80, 81, 82, 84, 10084, 85, 83, 86, 87, 88, 77, 78, 79},
-    /* 11 */ {10, 11, 12, 13, 39, 45, 10045, 46, 53, 54, 55, 56, 62},
-    /* 12 */ {10, 11, 12, 13, 39, 41, 42, 43, 44, 45, 10045, 46, 48, 60, 139},
-    /* 13 */ {10, 11, 12, 13, 39, 41, 42, 43, 44, 45, 10045, 46, 47, 61, 139},
-    /* 14 */ {10, 11, 12, 13, 39, 45, 10045, 46, 138, 41, 42, 43, 44, 62, 139},
-    /* 15 */ {10, 11, 12, 13, 39, 15, 19, 10015, 16, 20, 10016, 17, 21, 10017, 18, 22, 10018, 23, 24},
-    /* 16 */ {10, 11, 12, 13, 29, 30, 31, 10031, 32, 33, 34, 35, 36, 37, 38, 39, 49, 10049, 50, 51, 10051, 52, 139},
-    /* 17 */ {10, 11, 12, 13, 126, 127, 128, 129, 130, 131, 132, 10132, 133, 137, 134, 135, 136},
-};
 
 namespace {
 
@@ -531,28 +509,15 @@ QCheckBox* SettingsWindow::AddCheck(int id, const char* text, QRect r, int BLOCK
 
 QWidget* SettingsWindow::AddSample(int id, QRect r) {
   SampleView::Painter painter;
-  auto brush = [this](int tool) {
-    return [this, tool](QPainter& p, const QRect& r) {
-      BLOCKSET rec;
-      CopyBrushSettings(Shown(), rec, tool);
-      const COLORREF white = RGB(255, 255, 255), black = 0;
-      HDIB stamp;
-      switch (tool) {
-        case TOOL_PEN: stamp = CreateHardBrush(rec, white, black); break;
-        case TOOL_AIRBRUSH: stamp = CreateSoftBrush(rec, white, black, 0); break;
-        case TOOL_ERASER: stamp = CreateSoftBrush(rec, white, black, rec.EraserBrushType); break;
-        case TOOL_LOCALUNDO: stamp = CreateSoftBrush(rec, white, black, rec.UndoType); break;
-        default: stamp = CreateSoftBrush(rec, white, black, rec.BrushType); break;
-      }
-      PaintStamp(p, r, stamp);
-    };
-  };
-  switch (id) {
-    case 73: painter = brush(TOOL_BRUSH); break;
-    case 83: painter = brush(TOOL_AIRBRUSH); break;
-    case 92: painter = brush(TOOL_ERASER); break;
-    case 101: painter = brush(TOOL_PEN); break;
-    case 137: painter = brush(TOOL_LOCALUNDO); break;
+  // A brush page's sample shows the stamp of the tool whose row names it.
+  for (const TOOLROW& row : tooltable)
+    if (row.stamp != STAMP_NONE && row.stampSample == id)
+      painter = [this, tool = row.tool, kind = row.stamp](QPainter& p, const QRect& r) {
+        BLOCKSET rec;
+        CopyBrushSettings(Shown(), rec, tool);
+        PaintStamp(p, r, CreateToolStamp(rec, RGB(255, 255, 255), 0, kind));
+      };
+  if (!painter) switch (id) {
     case 47: painter = [this](QPainter& p, const QRect& r) { PaintShape(p, r, Shown(), true); }; break;
     case 48:
     case 138: painter = [this](QPainter& p, const QRect& r) { PaintShape(p, r, Shown(), false); }; break;
@@ -666,11 +631,11 @@ void SettingsWindow::SetIdentical(bool on) {
 void SettingsWindow::ShowTool(int tool) {
   tool_ = std::clamp(tool, 0, kToolCount - 1);
   for (auto& [id, w] : controls_) w->hide();
-  for (int id : settingstable[tool_]) {
+  for (int id : tooltable[tool_].settings) {
     if (!id) break;
     if (QWidget* w = control(id)) w->show();
   }
-  setWindowTitle(QString("Tool Settings - %1").arg(QString::fromUtf8(FetchString(3900 + tool_))));
+  setWindowTitle(QString("Tool Settings - %1").arg(QString::fromUtf8(FetchString(tooltable[tool_].name))));
   FillControls();
 }
 

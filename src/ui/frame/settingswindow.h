@@ -21,15 +21,10 @@ namespace ochrel {
 
 class DocumentWindow;
 
-// The rows of the settings window: for each tool, the ids of the controls its
-// page shows, zero-terminated. A control id n + 10000 is the spin of edit n.
-inline constexpr int kSettingsRowLength = 30;
-extern const int settingstable[18][kSettingsRowLength];
-
 // The tool settings window: one set of controls for all eighteen tools, shown
-// and hidden per tool by settingstable. Every change goes straight into the
-// record of the document on top (there is no OK) and, when UpdateDefaults is
-// on, to its Default setting; the document's tool session hears of it by a
+// and hidden per tool by the settings page of its row in the tool table. Every
+// change goes straight into the record of the document on top (there is no OK)
+// and, when UpdateDefaults is on, to its Default setting; the document's tool session hears of it by a
 // posted message. With no document the controls move but nothing is stored.
 class SettingsWindow : public QDockWidget {
   Q_OBJECT

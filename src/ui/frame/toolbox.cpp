@@ -10,7 +10,7 @@
 
 #include "frame/strings.h"
 #include "frame/settings.h"
-#include "tools/toolparam.h"
+#include "tools/tooltable.h"
 #include "ui/widgets/icons.h"
 
 namespace ochrel {
@@ -32,10 +32,10 @@ void DashedRect(QPainter& p, QRectF r) {
   p.drawRect(r);
 }
 
-void Draw(QPainter& p, int tool) {
-  switch (tool) {
-    case TOOL_RECTSELECT: DashedRect(p, QRectF(0.15, 0.2, 0.7, 0.6)); break;
-    case TOOL_LASSO: {
+void Draw(QPainter& p, ToolIconId icon) {
+  switch (icon) {
+    case ICON_RECTSELECT: DashedRect(p, QRectF(0.15, 0.2, 0.7, 0.6)); break;
+    case ICON_LASSO: {
       QPen pen = P(kInk, 0.06);
       pen.setDashPattern({1.5, 1.5});
       p.setPen(pen);
@@ -49,7 +49,7 @@ void Draw(QPainter& p, int tool) {
       p.drawLine(QPointF(0.3, 0.75), QPointF(0.25, 0.92));
       break;
     }
-    case TOOL_WAND:
+    case ICON_WAND:
       p.setPen(P(kInk, 0.1));
       p.drawLine(QPointF(0.2, 0.85), QPointF(0.62, 0.43));
       p.setPen(P(QColor(240, 180, 20), 0.06));
@@ -57,7 +57,7 @@ void Draw(QPainter& p, int tool) {
       p.drawLine(QPointF(0.75, 0.2), QPointF(0.75, 0.42));
       p.drawLine(QPointF(0.64, 0.31), QPointF(0.86, 0.31));
       break;
-    case TOOL_REPLACER:
+    case ICON_REPLACER:
       p.setPen(P(kInk, 0.05));
       p.setBrush(kRed);
       p.drawRect(QRectF(0.12, 0.2, 0.36, 0.36));
@@ -67,7 +67,7 @@ void Draw(QPainter& p, int tool) {
       p.drawLine(QPointF(0.5, 0.26), QPointF(0.7, 0.26));
       p.drawLine(QPointF(0.7, 0.26), QPointF(0.7, 0.38));
       break;
-    case TOOL_ERASER: {
+    case ICON_ERASER: {
       p.setPen(P(kInk, 0.05));
       QPolygonF body;
       body << QPointF(0.15, 0.62) << QPointF(0.5, 0.25) << QPointF(0.85, 0.5) << QPointF(0.5, 0.87);
@@ -79,7 +79,7 @@ void Draw(QPainter& p, int tool) {
       p.drawPolygon(tip);
       break;
     }
-    case TOOL_EYEDROPPER:
+    case ICON_EYEDROPPER:
       p.setPen(P(kInk, 0.05));
       p.setBrush(QColor(200, 210, 225));
       p.save();
@@ -92,13 +92,13 @@ void Draw(QPainter& p, int tool) {
       p.drawPolygon(QPolygonF({QPointF(-0.06, 0.13), QPointF(0.06, 0.13), QPointF(0, 0.4)}));
       p.restore();
       break;
-    case TOOL_ZOOM:
+    case ICON_ZOOM:
       p.setPen(P(kInk, 0.09));
       p.setBrush(QColor(210, 230, 250));
       p.drawEllipse(QPointF(0.42, 0.42), 0.26, 0.26);
       p.drawLine(QPointF(0.62, 0.62), QPointF(0.88, 0.88));
       break;
-    case TOOL_PEN:
+    case ICON_PEN:
       p.setPen(P(kInk, 0.05));
       p.save();
       p.translate(0.5, 0.5);
@@ -109,7 +109,7 @@ void Draw(QPainter& p, int tool) {
       p.drawPolygon(QPolygonF({QPointF(-0.09, 0.17), QPointF(0.09, 0.17), QPointF(0, 0.42)}));
       p.restore();
       break;
-    case TOOL_BRUSH:
+    case ICON_BRUSH:
       p.setPen(P(kWood, 0.1));
       p.drawLine(QPointF(0.85, 0.15), QPointF(0.5, 0.5));
       p.setPen(P(kInk, 0.04));
@@ -125,7 +125,7 @@ void Draw(QPainter& p, int tool) {
         p.drawPath(tuft);
       }
       break;
-    case TOOL_SPRAYCAN:
+    case ICON_SPRAYCAN:
       p.setPen(P(kInk, 0.05));
       p.setBrush(kBlue);
       p.drawRoundedRect(QRectF(0.45, 0.35, 0.3, 0.55), 0.05, 0.05);
@@ -134,7 +134,7 @@ void Draw(QPainter& p, int tool) {
       p.setPen(P(kRed, 0.06));
       for (auto [x, y] : {std::pair{0.3, 0.15}, {0.2, 0.3}, {0.32, 0.35}, {0.12, 0.18}, {0.22, 0.08}}) p.drawPoint(QPointF(x, y));
       break;
-    case TOOL_AIRBRUSH: {
+    case ICON_AIRBRUSH: {
       QRadialGradient g(QPointF(0.5, 0.5), 0.42);
       g.setColorAt(0, QColor(40, 110, 210, 255));
       g.setColorAt(1, QColor(40, 110, 210, 0));
@@ -143,15 +143,15 @@ void Draw(QPainter& p, int tool) {
       p.drawEllipse(QPointF(0.5, 0.5), 0.42, 0.42);
       break;
     }
-    case TOOL_LINE: p.setPen(P(kInk, 0.09)); p.drawLine(QPointF(0.15, 0.85), QPointF(0.85, 0.15)); break;
-    case TOOL_RECTANGLE: p.setPen(P(kInk, 0.08)); p.setBrush(Qt::NoBrush); p.drawRect(QRectF(0.15, 0.25, 0.7, 0.5)); break;
-    case TOOL_ELLIPSE: p.setPen(P(kInk, 0.08)); p.setBrush(Qt::NoBrush); p.drawEllipse(QRectF(0.12, 0.25, 0.76, 0.5)); break;
-    case TOOL_POLYGON:
+    case ICON_LINE: p.setPen(P(kInk, 0.09)); p.drawLine(QPointF(0.15, 0.85), QPointF(0.85, 0.15)); break;
+    case ICON_RECTANGLE: p.setPen(P(kInk, 0.08)); p.setBrush(Qt::NoBrush); p.drawRect(QRectF(0.15, 0.25, 0.7, 0.5)); break;
+    case ICON_ELLIPSE: p.setPen(P(kInk, 0.08)); p.setBrush(Qt::NoBrush); p.drawEllipse(QRectF(0.12, 0.25, 0.76, 0.5)); break;
+    case ICON_POLYGON:
       p.setPen(P(kInk, 0.07));
       p.setBrush(Qt::NoBrush);
       p.drawPolygon(QPolygonF({QPointF(0.15, 0.8), QPointF(0.3, 0.2), QPointF(0.7, 0.3), QPointF(0.85, 0.75), QPointF(0.5, 0.55)}));
       break;
-    case TOOL_BUCKET: {
+    case ICON_BUCKET: {
       p.setPen(P(kInk, 0.05));
       p.setBrush(QColor(200, 205, 215));
       QPolygonF bucket({QPointF(0.2, 0.35), QPointF(0.6, 0.15), QPointF(0.82, 0.55), QPointF(0.42, 0.75)});
@@ -161,7 +161,7 @@ void Draw(QPainter& p, int tool) {
       p.drawEllipse(QPointF(0.78, 0.8), 0.09, 0.12);
       break;
     }
-    case TOOL_TEXT: {
+    case ICON_TEXT: {
       QFont f("DejaVu Serif");
       f.setBold(true);
       f.setPixelSize(80);
@@ -173,7 +173,7 @@ void Draw(QPainter& p, int tool) {
       p.restore();
       break;
     }
-    case TOOL_LOCALUNDO:
+    case ICON_LOCALUNDO:
       p.setPen(P(kGreen, 0.09));
       p.setBrush(Qt::NoBrush);
       p.drawArc(QRectF(0.2, 0.25, 0.6, 0.55), 30 * 16, 240 * 16);
@@ -181,13 +181,14 @@ void Draw(QPainter& p, int tool) {
       p.setPen(Qt::NoPen);
       p.drawPolygon(QPolygonF({QPointF(0.62, 0.12), QPointF(0.86, 0.3), QPointF(0.6, 0.4)}));
       break;
-    default: break;
   }
 }
 }  // namespace
 
 QIcon ToolIcon(int tool) {
-  return DrawnIcon([tool](QPainter& p) { Draw(p, tool); });
+  const TOOLROW* row = FindTool(tool);
+  if (!row) return DrawnIcon([](QPainter&) {});
+  return DrawnIcon([icon = row->icon](QPainter& p) { Draw(p, icon); });
 }
 
 ToolBox::ToolBox(QWidget* parent) : QDockWidget(QString(), parent) {
@@ -206,7 +207,7 @@ ToolBox::ToolBox(QWidget* parent) : QDockWidget(QString(), parent) {
     b->setFixedSize(32, 32);
     b->setCheckable(true);
     b->setAutoRaise(true);
-    b->setToolTip(QString::fromUtf8(FetchString(3900 + t)));
+    b->setToolTip(QString::fromUtf8(FetchString(tooltable[t].name)));
     b->setFocusPolicy(Qt::NoFocus);
     connect(b, &QToolButton::clicked, this, [this, t] {
       // The button shows the current tool, not the click: the change decides.

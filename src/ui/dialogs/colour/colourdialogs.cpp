@@ -24,8 +24,8 @@
 #include "frame/colourtable.h"
 #include "frame/strings.h"
 #include "frame/settings.h"
+#include "image/colourspace.h"
 #include "ui/widgets/dialogrunner.h"
-#include "ui/dialogs/fills/filldialogs.h"
 #include "ui/dialogs/colour/greyselector.h"
 #include "ui/widgets/messages.h"
 
@@ -33,20 +33,7 @@ namespace ochrel {
 
 namespace {
 
-constexpr int kHlsMax = 240;
-constexpr int kRgbMax = 255;
-constexpr int kUndefinedHue = kHlsMax * 2 / 3;
-
 QColor ToQColor(COLORREF c) { return QColor(GetRValue(c), GetGValue(c), GetBValue(c)); }
-
-int HueToRgb(int n1, int n2, int hue) {
-  if (hue < 0) hue += kHlsMax;
-  if (hue > kHlsMax) hue -= kHlsMax;
-  if (hue < kHlsMax / 6) return n1 + ((n2 - n1) * hue + kHlsMax / 12) / (kHlsMax / 6);
-  if (hue < kHlsMax / 2) return n2;
-  if (hue < kHlsMax * 2 / 3) return n1 + ((n2 - n1) * (kHlsMax * 2 / 3 - hue) + kHlsMax / 12) / (kHlsMax / 6);
-  return n1;
-}
 
 QString Fill309(const std::string& name) {
   QString text = QString::fromLatin1(FetchString(309));
@@ -54,52 +41,6 @@ QString Fill309(const std::string& name) {
 }
 
 }  // namespace
-
-// ---- Hue, luminosity, saturation --------------------------------------------------
-
-HLSCOLOUR RgbToHls(COLORREF c) {
-  const int r = GetRValue(c), g = GetGValue(c), b = GetBValue(c);
-  const int mx = std::max({r, g, b}), mn = std::min({r, g, b});
-  HLSCOLOUR out;
-  out.Luminosity = ((mx + mn) * kHlsMax + kRgbMax) / (2 * kRgbMax);
-  if (mx == mn) {
-    out.Saturation = 0;
-    out.Hue = kUndefinedHue;
-    return out;
-  }
-  const int sum = mx + mn, diff = mx - mn;
-  if (out.Luminosity <= kHlsMax / 2) out.Saturation = (diff * kHlsMax + sum / 2) / sum;
-  else out.Saturation = (diff * kHlsMax + (2 * kRgbMax - sum) / 2) / (2 * kRgbMax - sum);
-  const int rd = ((mx - r) * (kHlsMax / 6) + diff / 2) / diff;
-  const int gd = ((mx - g) * (kHlsMax / 6) + diff / 2) / diff;
-  const int bd = ((mx - b) * (kHlsMax / 6) + diff / 2) / diff;
-  int hue;
-  if (r == mx) hue = bd - gd;
-  else if (g == mx) hue = kHlsMax / 3 + rd - bd;
-  else hue = kHlsMax * 2 / 3 + gd - rd;
-  if (hue < 0) hue += kHlsMax;
-  if (hue >= kHlsMax) hue -= kHlsMax;
-  out.Hue = hue;
-  out.Saturation = std::clamp(out.Saturation, 0, kHlsMax);
-  return out;
-}
-
-COLORREF HlsToRgb(const HLSCOLOUR& in) {
-  const int hue = std::clamp(in.Hue, 0, kHlsMax - 1);
-  const int lum = std::clamp(in.Luminosity, 0, kHlsMax);
-  const int sat = std::clamp(in.Saturation, 0, kHlsMax);
-  if (sat == 0) {
-    int v = lum * kRgbMax / kHlsMax;
-    return RGB(v, v, v);
-  }
-  const int m2 = lum <= kHlsMax / 2 ? (lum * (kHlsMax + sat) + kHlsMax / 2) / kHlsMax
-                                    : lum + sat - (lum * sat + kHlsMax / 2) / kHlsMax;
-  const int m1 = 2 * lum - m2;
-  auto channel = [&](int h) {
-    return std::clamp((HueToRgb(m1, m2, h) * kRgbMax + kHlsMax / 2) / kHlsMax, 0, 255);
-  };
-  return RGB(channel(hue + kHlsMax / 3), channel(hue), channel(hue - kHlsMax / 3));
-}
 
 // ---- The colour map ---------------------------------------------------------------
 
@@ -690,58 +631,6 @@ int DoColourSelectGrey(QWidget* window, COLORREF* colour) {
   if (!RunDialog(box)) return 0;
   *colour = box.colour();
   return 1;
-}
-
-// ---- The entry ---------------------------------------------------------------------
-
-int DoColourSelect(QWidget* window, BLOCKSET* record, COLORREF* colour, int* setting, int code) {
-  const int type = record->Image ? record->ImageType : IMAGE_TRUECOLOUR;
-  // A fill that isn't solid opens its own editor, whose result touches
-  // neither the colour nor the setting.
-  if (code == 2 && (type == IMAGE_TRUECOLOUR || type == IMAGE_GREY)) {
-    switch (record->FillType) {
-      case 1: return DoGradientSelect(window, record);
-      case 2: return type == IMAGE_TRUECOLOUR ? DoTextureSelect(window, record) : 0;
-      case 3: return type == IMAGE_TRUECOLOUR ? DoMatrixSelect(window, record) : 0;
-      default: break;
-    }
-  }
-  int result = 0;
-  COLORREF chosen = 0;
-  switch (type) {
-    case IMAGE_TRUECOLOUR:
-      result = DoColourSelectRGB(window, colour);
-      chosen = *colour;
-      break;
-    case IMAGE_GREY:
-      result = DoColourSelectGrey(window, colour);
-      chosen = *colour;
-      break;
-    case IMAGE_PALETTED:
-    case IMAGE_MONO: {
-      BITMAPINFOHEADER* h = LockDib(record->Image);
-      if (!h || h->biBitCount > 8) {
-        DoMessage(window, FetchString(6));
-        return 0;
-      }
-      BYTE palette[768];
-      GetDibPalette(h, palette);
-      result = DoColourSelectPalette(window, colour, palette, h->biBitCount);
-      if (result) {
-        // Edited entries take effect at once.
-        PutDibPalette(h, palette);
-        const int i = static_cast<int>(*colour & 0xFF);
-        chosen = RGB(palette[3 * i], palette[3 * i + 1], palette[3 * i + 2]);
-        if (window) window->update();
-      }
-      break;
-    }
-    default:
-      DoMessage(window, "There has been an error determining the type of the current image.");
-      return 0;
-  }
-  if (result && UpdateDefaults && setting) *setting = static_cast<int>(chosen);
-  return result;
 }
 
 }  // namespace ochrel

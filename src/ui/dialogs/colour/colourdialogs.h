@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "image/colourspace.h"
 #include "image/dib.h"
 
 class QDialogButtonBox;
@@ -24,12 +25,6 @@ namespace ochrel {
 struct BLOCKSET;
 class GreyLevelSelector;
 
-// The paint (code 1), fill (2) or paper (4) colour of a document. `colour`
-// points to the record's field, `setting` to the matching stored default or
-// is null; with UpdateDefaults set the default takes the chosen colour (the
-// palette entry's COLORREF on a paletted image, not the index). Non-zero if
-// something was chosen.
-int DoColourSelect(QWidget* window, BLOCKSET* record, COLORREF* colour, int* setting, int code);
 // "ColourSelectBox": *colour takes the dialog's colour (unchanged on Cancel).
 int DoColourSelectRGB(QWidget* window, COLORREF* colour);
 // "PaletteColourSelectBox": on OK *colour takes the chosen index. Shift+click
@@ -38,12 +33,6 @@ int DoColourSelectPalette(QWidget* window, COLORREF* colour, BYTE* palette, int 
 // "GreySelectBox": *colour takes the grey of the chosen level.
 int DoColourSelectGrey(QWidget* window, COLORREF* colour);
 
-// The colour fields' hue (0..239), luminosity and saturation (0..240).
-struct HLSCOLOUR {
-  int Hue = 0, Luminosity = 0, Saturation = 0;
-};
-HLSCOLOUR RgbToHls(COLORREF colour);
-COLORREF HlsToRgb(const HLSCOLOUR& hls);
 
 // Ids of ColourSelectBox's controls.
 enum ColourSelectIds : int {

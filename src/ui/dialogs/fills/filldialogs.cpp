@@ -5,6 +5,8 @@
 #include <QWidget>
 
 #include "frame/blockset.h"
+#include "frame/settings.h"
+#include "ui/dialogs/colour/colourdialogs.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/dialogs/fills/gradientdialog.h"
 #include "ui/widgets/messages.h"
@@ -76,6 +78,58 @@ int DoSetShadows(QWidget* owner, BLOCKSET* record) {
   const int result = RunDialog(box) ? 1 : 0;
   if (result) record->Shadow = working;
   Refresh(owner);
+  return result;
+}
+
+// ---- The entry ---------------------------------------------------------------------
+
+int DoColourSelect(QWidget* window, BLOCKSET* record, COLORREF* colour, int* setting, int code) {
+  const int type = record->Image ? record->ImageType : IMAGE_TRUECOLOUR;
+  // A fill that isn't solid opens its own editor, whose result touches
+  // neither the colour nor the setting.
+  if (code == 2 && (type == IMAGE_TRUECOLOUR || type == IMAGE_GREY)) {
+    switch (record->FillType) {
+      case 1: return DoGradientSelect(window, record);
+      case 2: return type == IMAGE_TRUECOLOUR ? DoTextureSelect(window, record) : 0;
+      case 3: return type == IMAGE_TRUECOLOUR ? DoMatrixSelect(window, record) : 0;
+      default: break;
+    }
+  }
+  int result = 0;
+  COLORREF chosen = 0;
+  switch (type) {
+    case IMAGE_TRUECOLOUR:
+      result = DoColourSelectRGB(window, colour);
+      chosen = *colour;
+      break;
+    case IMAGE_GREY:
+      result = DoColourSelectGrey(window, colour);
+      chosen = *colour;
+      break;
+    case IMAGE_PALETTED:
+    case IMAGE_MONO: {
+      BITMAPINFOHEADER* h = LockDib(record->Image);
+      if (!h || h->biBitCount > 8) {
+        DoMessage(window, FetchString(6));
+        return 0;
+      }
+      BYTE palette[768];
+      GetDibPalette(h, palette);
+      result = DoColourSelectPalette(window, colour, palette, h->biBitCount);
+      if (result) {
+        // Edited entries take effect at once.
+        PutDibPalette(h, palette);
+        const int i = static_cast<int>(*colour & 0xFF);
+        chosen = RGB(palette[3 * i], palette[3 * i + 1], palette[3 * i + 2]);
+        if (window) window->update();
+      }
+      break;
+    }
+    default:
+      DoMessage(window, "There has been an error determining the type of the current image.");
+      return 0;
+  }
+  if (result && UpdateDefaults && setting) *setting = static_cast<int>(chosen);
   return result;
 }
 

@@ -13,8 +13,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "image/lineangle.h"
 #include "render/screen.h"
-#include "tools/toolparam.h"
 #include "ui/dialogs/colour/colourdialogs.h"
 #include "ui/widgets/dialogrunner.h"
 

@@ -30,7 +30,7 @@
 #include "ui/dialogs/files/filedialogs.h"
 #include "ui/dialogs/fills/gradientdialog.h"
 #include "ui/dialogs/fills/librarygroups.h"
-#include "ui/frame/mainframe.h"
+#include "ui/widgets/frameservices.h"
 #include "ui/widgets/messages.h"
 #include "ui/dialogs/fills/texturedialog.h"
 
@@ -334,11 +334,7 @@ void MatrixBox::ExportTile() {
 void MatrixBox::EditTile() {
   const int row = list_->currentRow();
   if (row < 0 || row >= static_cast<int>(entries_.size())) return;
-  for (QWidget* w : QApplication::topLevelWidgets())
-    if (auto* frame = qobject_cast<MainFrame*>(w)) {
-      frame->NewFromDib(entries_[row]);
-      return;
-    }
+  if (FrameServices* frame = ActiveFrameServices()) frame->OpenAsNewDocument(entries_[row]);
 }
 
 void MatrixBox::ChooseGroup(int index) {

@@ -38,8 +38,6 @@
 #include "frame/settings.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/widgets/longwork.h"
-#include "ui/document/documentwindow.h"
-#include "ui/frame/mainframe.h"
 #include "ui/widgets/messages.h"
 
 namespace ochrel {
@@ -847,7 +845,8 @@ HDIB OneBitMask(const HDIB& mask) {
 }
 }  // namespace
 
-int DoMasterFilterDialog(QWidget* window, BLOCKSET* record, int filterType) {
+int DoMasterFilterDialog(QWidget* window, BLOCKSET* record, int filterType, FilterOutcome* out) {
+  *out = FilterOutcome{};
   if (!record) {
     DoMessage(window, FetchString(IDS_BLOCK_ERROR));
     return 0;
@@ -880,34 +879,11 @@ int DoMasterFilterDialog(QWidget* window, BLOCKSET* record, int filterType) {
     else box.WaitForPreview();
     result = ok ? 1 : 0;
   }
-  auto* document = qobject_cast<DocumentWindow*>(window);
   if (result) {
-    if (FilterApplyToDuplicate) {
-      // The source document stays as it was.
-      if (document && document->frame()) document->frame()->NewFromDib(param.AfterImage);
-    } else if (param.HasSelection) {
-      // The result replaces the floating fragment; it reaches the image when
-      // the selection is laid down, so it leaves no undo step of its own.
-      if (HasSelection(record)) {
-        TOOLPARAM& tp = record->ToolWindow->param;
-        tp.Fragment = std::move(param.AfterImage);
-        if (tp.Tool == TOOL_RECTSELECT && param.NewMask) tp.SelectMask = OneBitMask(param.NewMask);
-        if (document) document->tools()->Send(UM_FRAGMENTCHANGED);
-      }
-    } else {
-      // No selection: the whole image is replaced, with one step of undo.
-      CreateUndo(record);
-      record->Image = std::move(param.AfterImage);
-      record->Modified = 1;
-      if (document) {
-        document->ImageReplaced();
-        document->SetBrowserSize();
-        document->view()->InvalidateAll();
-        document->frame()->UpdateMenuStates();
-      } else {
-        SetImageType(record);
-      }
-    }
+    out->image = std::move(param.AfterImage);
+    out->toDuplicate = FilterApplyToDuplicate != 0;
+    out->selection = param.HasSelection != 0;
+    if (param.NewMask) out->newMask = OneBitMask(param.NewMask);
   }
   DeposeFilterParams(&param);
   param.AfterImage.reset();
@@ -916,49 +892,6 @@ int DoMasterFilterDialog(QWidget* window, BLOCKSET* record, int filterType) {
 }
 
 // ---- The menu -------------------------------------------------------------------------------
-
-namespace {
-QMenu* FilterMenu(QMainWindow* frame) {
-  return frame ? frame->menuBar()->findChild<QMenu*>("filterMenu") : nullptr;
-}
-}  // namespace
-
-void AddFilterMenu(QMainWindow* frame) {
-  if (!frame) return;
-  const QList<QAction*> menus = frame->menuBar()->actions();
-  if (menus.size() < 3 || !menus[2]->menu()) return;
-  QMenu* image = menus[2]->menu();
-  QMenu* filters = image->addMenu("&Filters");
-  filters->setObjectName("filterMenu");
-  auto add = [&](const QString& text, int id) {
-    QAction* a = filters->addAction(text);
-    a->setData(id);
-    a->setObjectName(QString::number(id));
-    a->setEnabled(false);
-    QPointer<QMainWindow> target(frame);
-    QObject::connect(a, &QAction::triggered, frame, [target, id] {
-      if (auto* f = qobject_cast<MainFrame*>(target.data())) f->Command(id);
-    });
-  };
-  add("&Filters", CM_FILTERS);
-  filters->addSeparator();
-  for (int f = 0; f < FILTER_COUNT; ++f) add(QString::fromLatin1(filtertype[f].name), FILTER_MENU_FIRST + f);
-}
-
-void UpdateFilterMenu(QMainWindow* frame, const BLOCKSET* record) {
-  QMenu* filters = FilterMenu(frame);
-  if (!filters) return;
-  const bool image = record && record->Image;
-  const int type = image ? GetImageType(record->Image) : IMAGE_NONE;
-  bool mask = false;
-  const bool selection = image && HasSelection(record, &mask);
-  for (QAction* a : filters->actions()) {
-    const int id = a->data().toInt();
-    if (id == CM_FILTERS) a->setEnabled(image);
-    else if (id >= FILTER_MENU_FIRST && id < FILTER_MENU_FIRST + FILTER_COUNT)
-      a->setEnabled(image && FilterIsValidFilter(type, selection, mask, id - FILTER_MENU_FIRST));
-  }
-}
 
 QMenu* CreateFilterPopupMenu(const BLOCKSET* record, QWidget* parent) {
   if (!record || !record->Image) return nullptr;
@@ -971,18 +904,6 @@ QMenu* CreateFilterPopupMenu(const BLOCKSET* record, QWidget* parent) {
     if (FilterIsValidFilter(type, selection, mask, f))
       menu->addAction(QString::fromLatin1(filtertype[f].name))->setData(FILTER_MENU_FIRST + f);
   return menu;
-}
-
-bool TrapFilterCommands(QWidget* window, int command) {
-  if (command < CM_FILTERS || command >= FILTER_MENU_FIRST + FILTER_COUNT) return false;
-  auto* document = qobject_cast<DocumentWindow*>(window);
-  if (!document) {
-    DoMessage(window, FetchString(IDS_BLOCK_ERROR));
-    return true;
-  }
-  BLOCKSET* record = document->record();
-  if (record->Image) DoMasterFilterDialog(window, record, command == CM_FILTERS ? -1 : command - FILTER_MENU_FIRST);
-  return true;
 }
 
 }  // namespace ochrel

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "filters/filterparam.h"
+#include "frame/commands.h"
 
 class QCheckBox;
 class QComboBox;
@@ -28,7 +29,6 @@ class LongWorkSigns;
 
 struct BLOCKSET;
 
-inline constexpr int CM_FILTERS = 2048;  // "&Filters": the dialog with the remembered filter
 
 // What the dialog shows, apart from the filter's record: each pane's zoom (in
 // percent), pan and mode (0 zoom, 1 pan), and the pan drag under way.
@@ -156,23 +156,20 @@ class MasterFilterBox : public QDialog {
   std::unique_ptr<LongWorkSigns> signs_;  // while OK's filter runs
 };
 
-// The whole operation from a document window (null for a bare record): opens
-// the dialog on the document's image with the filter preselected (-1 for the
-// remembered one) and on OK puts the result in place, with one step of undo,
-// or into a new document. 1 for OK, 0 for Cancel or when there is no image.
-int DoMasterFilterDialog(QWidget* window, BLOCKSET* blockset, int filterType);
+// What the dialog's OK leaves for the document to put in place.
+struct FilterOutcome {
+  HDIB image;            // the filtered picture (or fragment)
+  HDIB newMask;          // a fragment's new 1-bit mask, when a free rotation made one
+  bool selection = false;   // the image is the floating fragment's
+  bool toDuplicate = false; // the result goes into a new document
+};
 
-// "&Filters" appended to the frame's third menu (&Image): an entry 2048, a
-// separator and the seventeen filters, 2049 onwards; each calls the frame's
-// Command with its number.
-void AddFilterMenu(QMainWindow* frame);
-// Greys or enables those entries for a document (null for none).
-void UpdateFilterMenu(QMainWindow* frame, const BLOCKSET* blockset);
+// Opens the dialog on the record's image (or its floating fragment) with the
+// filter preselected (-1 for the remembered one). 1 for OK with the result in
+// `out`, 0 for Cancel or when there is no image; the record is left as it was.
+int DoMasterFilterDialog(QWidget* window, BLOCKSET* blockset, int filterType, FilterOutcome* out);
+
 // The selection's popup: the filters valid for the document (and its
 // selection), each carrying its command number. Null without a record.
 QMenu* CreateFilterPopupMenu(const BLOCKSET* blockset, QWidget* parent);
-// Commands 2048 to 2065 from a document window open the dialog; true for
-// these, false for any other number.
-bool TrapFilterCommands(QWidget* window, int command);
-
 }  // namespace ochrel

@@ -88,16 +88,17 @@ ImageAttributesBox::ImageAttributesBox(const BLOCKSET* r, QWidget* parent)
   connect(buttons, &QDialogButtonBox::helpRequested, this, [this] { DoHelp(this, "ATTRIBUTES"); });
 }
 
-bool DoImageAttributes(QWidget* parent, BLOCKSET* r) {
-  if (!r->Image) return false;
+HDIB DoImageAttributes(QWidget* parent, const BLOCKSET* r) {
+  if (!r->Image) return nullptr;
   ImageAttributesBox box(r, parent);
-  if (!RunDialog(box)) return false;
-  if (!ApplyImageAttributes(r, box.widthField()->value(), box.heightField()->value(), box.anchor())) {
+  if (!RunDialog(box)) return nullptr;
+  HDIB canvas = AttributesCanvas(r, box.widthField()->value(), box.heightField()->value(), box.anchor());
+  if (!canvas) {
     DoMessage(parent, FetchString(IDS_MEMORY_ERROR));
-    return false;
+    return nullptr;
   }
   if (UpdateDefaults) ImageAttributesDirection = box.anchor();
-  return true;
+  return canvas;
 }
 
 }  // namespace ochrel

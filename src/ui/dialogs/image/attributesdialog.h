@@ -4,6 +4,8 @@
 
 #include <map>
 
+#include "image/dib.h"
+
 class QSpinBox;
 class QLabel;
 class QToolButton;
@@ -31,8 +33,8 @@ class ImageAttributesBox : public QDialog {
   int anchor_;
 };
 
-// Runs the dialog and, on OK, changes the canvas ("Memory error" if it cannot).
-// Returns whether the image was replaced.
-bool DoImageAttributes(QWidget* parent, BLOCKSET* record);
+// Runs the dialog and, on OK, returns the new canvas for the document to put
+// in place; null for Cancel or, after "Memory error", when it can't be made.
+HDIB DoImageAttributes(QWidget* parent, const BLOCKSET* record);
 
 }  // namespace ochrel
