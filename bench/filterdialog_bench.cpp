@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "filters/filterparam.h"
+#include "frame/options.h"
 #include "image/dib.h"
 #include "ui/dialogs/filter/filterdialog.h"
 
@@ -67,7 +68,7 @@ void BM_PaneRedraw24MP(benchmark::State& state) {
   Prepare(&p);
   MasterFilterBox box(&p);
   box.resize(box.sizeHint());
-  p.BeforeZoom = static_cast<int>(state.range(0));
+  box.view().BeforeZoom = static_cast<int>(state.range(0));
   FilterPane* pane = box.pane(101);
   QImage target(pane->size(), QImage::Format_RGB32);
   for (auto _ : state) {

@@ -4,7 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include "frame/blockset.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace {
 

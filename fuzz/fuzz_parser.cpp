@@ -23,7 +23,7 @@
 #include "frame/tips.h"
 #endif
 #include "files/codec.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace {
 int g_input = -1;

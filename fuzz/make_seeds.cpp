@@ -1,5 +1,6 @@
 // Writes the seed corpus of the fuzz targets: for each image format a folder of
-// small files of every depth its writer takes, at odd sizes; a settings file as
+// small files of every depth its writer takes, at odd sizes, and the list of
+// those folders in image-formats; a settings file as
 // the program writes it and a small tile library. (The stock texture library,
 // tiles, colour table and tips are copied in by the fuzz script.)
 #include <cstdio>
@@ -7,7 +8,7 @@
 #include <random>
 #include <string>
 
-#include "files/codec.h"
+#include "files/imagefile.h"
 #include "fills/matrix.h"
 #include "frame/config.h"
 #include "frame/recentpaths.h"
@@ -40,8 +41,16 @@ int main(int argc, char** argv) {
     return 2;
   }
   std::filesystem::path root(argv[1]);
-  const char* formats[] = {"bmp", "pcx", "tga", "png", "jpg"};
-  for (const char* f : formats) std::filesystem::create_directories(root / f);
+  // One folder per format, and their names for the fuzz script.
+  std::string formats;
+  for (const IMAGEPROC& row : imageproc) {
+    std::filesystem::create_directories(root / row.extension);
+    formats += std::string(row.extension) + "\n";
+  }
+  if (std::FILE* f = std::fopen((root / "image-formats").c_str(), "wb")) {
+    std::fwrite(formats.data(), 1, formats.size(), f);
+    std::fclose(f);
+  }
   int n = 0;
   for (int bits : {1, 4, 8, 24})
     for (bool grey : {false, true}) {
@@ -50,12 +59,11 @@ int main(int argc, char** argv) {
         HDIB dib = Picture(w, h, bits, static_cast<unsigned>(++n), grey);
         const BITMAPINFOHEADER* hd = LockDib(dib);
         std::string name = std::to_string(bits) + (grey ? "g_" : "_") + std::to_string(w) + "x" + std::to_string(h);
-        VectorSink b, p, t, g, j;
-        if (BmpEncode(hd, b)) Save(root / "bmp", name + ".bmp", b);
-        if (PcxEncode(hd, p)) Save(root / "pcx", name + ".pcx", p);
-        if (TgaEncode(hd, t)) Save(root / "tga", name + ".tga", t);
-        if (PngEncode(hd, g)) Save(root / "png", name + ".png", g);
-        if (JpgEncode(hd, 50, j)) Save(root / "jpg", name + ".jpg", j);
+        for (const IMAGEPROC& row : imageproc) {
+          VectorSink out;
+          if (row.encode(hd, SaveOptions{.jpegQuality = 50}, out))
+            Save(root / row.extension, name + "." + row.extension, out);
+        }
       }
     }
   std::filesystem::create_directories(root / "settings");

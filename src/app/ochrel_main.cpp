@@ -15,7 +15,7 @@
 #include "frame/strings.h"
 #include "frame/version.h"
 #include "image/crand.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "render/wrapper.h"
 #include "ui/frame/mainframe.h"
 #include "ui/frame/recoveryservice.h"

@@ -1,5 +1,5 @@
-// The image format layer: five formats, each with a reader that turns a file
-// into a packed DIB and a writer that turns a DIB back into a file. A file is
+// The image format layer: a table of formats, each with a reader that turns a
+// file into a packed DIB and a writer that turns a DIB back into a file. A file is
 // read by what its first bytes say it is (TGA, which has no signature, by its
 // name); a file is written in the format its name asks for.
 #pragma once
@@ -7,8 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 
+#include "files/codec.h"
+#include "files/saveoptions.h"
 #include "image/dib.h"
 
 namespace ochrel {
@@ -35,33 +38,26 @@ enum FileError : int {
 // The text of an entry, or "" outside 0..15.
 const char* FileErrorText(int code);
 
-// One row per format: the extension without its dot and three operations on a path.
+// One row per format. A format is a pair of byte codecs (files/codec.h) and the
+// names its files go by; reading and writing files is the same for every row
+// (ReadImageFile, WriteImageFile), so a new format is one row here.
 struct IMAGEPROC {
-  const char* extension;
-  HDIB (*information)(const char* path);  // header and palette only
-  HDIB (*read)(const char* path);         // the complete DIB
-  std::uint16_t (*write)(const char* path, const HDIB& dib);  // non-zero on success
+  const char* extension;     // the row's own extension, without its dot
+  const char* const* names;  // every extension that names its files, the row's own first; null-terminated
+  // Whether a file's first bytes (up to 128) are this format's; null for a
+  // format without a signature, which takes the files no other row claims.
+  bool (*sniff)(ByteSpan head);
+  HDIB (*decode)(ByteSpan data, bool infoOnly);
+  bool (*encode)(const BITMAPINFOHEADER* image, const SaveOptions& options, ByteSink& out);
 };
-extern const IMAGEPROC imageproc[5];
+extern const std::span<const IMAGEPROC> imageproc;
 
-// The path-level operations of each format.
-HDIB JPGGetFileInformation(const char* path);
-HDIB JPGReadGraphicFile(const char* path);
-// The quality may ride on the path as a "/Q:n" suffix; it is stripped before
-// the file is made. Without it the quality is 75.
-std::uint16_t JPGWriteGraphicFile(const char* path, const HDIB& dib);
-HDIB BMPGetFileInformation(const char* path);
-HDIB BMPReadGraphicFile(const char* path);
-std::uint16_t BMPWriteGraphicFile(const char* path, const HDIB& dib);
-HDIB PCXGetFileInformation(const char* path);
-HDIB PCXReadGraphicFile(const char* path);
-std::uint16_t PCXWriteGraphicFile(const char* path, const HDIB& dib);
-HDIB TGAGetFileInformation(const char* path);
-HDIB TGAReadGraphicFile(const char* path);
-std::uint16_t TGAWriteGraphicFile(const char* path, const HDIB& dib);
-HDIB PNGGetFileInformation(const char* path);
-HDIB PNGReadGraphicFile(const char* path);
-std::uint16_t PNGWriteGraphicFile(const char* path, const HDIB& dib);
+// The header and palette (infoOnly) or the complete DIB of a file, read with
+// row `format`; null for a bad row or a file the row can't read.
+HDIB ReadImageFile(int format, const char* path, bool infoOnly = false);
+// Writes a file with row `format` through a temporary file that replaces the
+// old one only on success. 1 on success, 0 otherwise.
+int WriteImageFile(int format, const char* path, const HDIB& dib, const SaveOptions& options);
 
 int GetImageTypeCount();
 // The row whose extension is the path's (ignoring case), or -1. Besides the
@@ -88,11 +84,10 @@ HDIB LoadImage(const char* path);
 // Loads into image (replacing it only on success); non-zero on success.
 int LoadGraphicFile(HDIB& image, const char* path);
 
-// The path the write function of row `format` gets: a JPEG name in any case
-// carries the JPEG quality as "/Q:n" when the path is short enough.
-std::string WriteImagePath(const char* path, int format);
-// 1 on success, 0 for an unknown extension or a failed write.
-int WriteImage(const char* path, const HDIB& dib);
+// Writes by the path's extension (1 on success, 0 for an unknown extension or
+// a failed write). A JPEG path of 252 characters or more is written at the
+// default quality, whatever the options say, as it always has been.
+int WriteImage(const char* path, const HDIB& dib, const SaveOptions& options = {});
 
 // What the user interface lends to a save: a wait cursor while it runs, the
 // question when no backup could be made, and the status field's reset. The
@@ -111,9 +106,9 @@ void SetFileHooks(FileHooks hooks);
 std::string BackupFileName(const std::string& path);
 // The question asked when the backup copy fails.
 extern const char* const kBackupQuestion;
-// Saves image to path: backup first when CreateBackups is set and the file
+// Saves image to path: backup first when options.backups is set and the file
 // exists, then the write. 1 on success, 0 otherwise (also when the user
 // declines to save without a backup).
-int WriteGraphicFile(const HDIB& image, const char* path);
+int WriteGraphicFile(const HDIB& image, const char* path, const SaveOptions& options);
 
 }  // namespace ochrel

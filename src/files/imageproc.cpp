@@ -7,7 +7,6 @@
 
 #include "files/codec.h"
 #include "files/imagefile.h"
-#include "image/settings.h"
 
 namespace ochrel {
 
@@ -32,19 +31,6 @@ const char* const kErrorTexts[16] = {
     "Library error",
 };
 
-HDIB DecodePath(const char* path, HDIB (*decode)(ByteSpan, bool), bool infoOnly) {
-  FileBytes file(path);
-  if (!file.ok()) return nullptr;
-  return decode(file.span(), infoOnly);
-}
-
-template <typename Encode>
-std::uint16_t EncodePath(const std::string& path, const HDIB& dib, Encode encode) {
-  const BITMAPINFOHEADER* h = LockDib(dib);
-  if (!h) return 0;
-  return WriteFileAtomically(path, [&](ByteSink& sink) { return encode(h, sink); }) ? 1 : 0;
-}
-
 FileHooks g_hooks;
 
 // The extension of the file name part of a path, without its dot ("" if none).
@@ -59,56 +45,7 @@ const char* ExtensionOf(const char* path) {
 
 const char* FileErrorText(int code) { return code >= 0 && code < 16 ? kErrorTexts[code] : ""; }
 
-// ---- Path wrappers of the codecs ----------------------------------------------------
-HDIB BMPGetFileInformation(const char* path) { return DecodePath(path, BmpDecode, true); }
-HDIB BMPReadGraphicFile(const char* path) { return DecodePath(path, BmpDecode, false); }
-std::uint16_t BMPWriteGraphicFile(const char* path, const HDIB& dib) {
-  return path ? EncodePath(path, dib, [](const BITMAPINFOHEADER* h, ByteSink& s) { return BmpEncode(h, s); }) : 0;
-}
-HDIB PCXGetFileInformation(const char* path) { return DecodePath(path, PcxDecode, true); }
-HDIB PCXReadGraphicFile(const char* path) { return DecodePath(path, PcxDecode, false); }
-std::uint16_t PCXWriteGraphicFile(const char* path, const HDIB& dib) {
-  return path ? EncodePath(path, dib, [](const BITMAPINFOHEADER* h, ByteSink& s) { return PcxEncode(h, s); }) : 0;
-}
-HDIB TGAGetFileInformation(const char* path) { return DecodePath(path, TgaDecode, true); }
-HDIB TGAReadGraphicFile(const char* path) { return DecodePath(path, TgaDecode, false); }
-std::uint16_t TGAWriteGraphicFile(const char* path, const HDIB& dib) {
-  return path ? EncodePath(path, dib, [](const BITMAPINFOHEADER* h, ByteSink& s) { return TgaEncode(h, s); }) : 0;
-}
-HDIB PNGGetFileInformation(const char* path) { return DecodePath(path, PngDecode, true); }
-HDIB PNGReadGraphicFile(const char* path) { return DecodePath(path, PngDecode, false); }
-std::uint16_t PNGWriteGraphicFile(const char* path, const HDIB& dib) {
-  return path ? EncodePath(path, dib, [](const BITMAPINFOHEADER* h, ByteSink& s) { return PngEncode(h, s); }) : 0;
-}
-HDIB JPGGetFileInformation(const char* path) { return DecodePath(path, JpgDecode, true); }
-HDIB JPGReadGraphicFile(const char* path) { return DecodePath(path, JpgDecode, false); }
-std::uint16_t JPGWriteGraphicFile(const char* path, const HDIB& dib) {
-  if (!path) return 0;
-  std::string target(path);
-  int quality = 75;
-  // A trailing "/Q:n" is the quality, not part of the name.
-  std::string::size_type q = target.rfind("/Q:");
-  if (q != std::string::npos && q + 3 < target.size() &&
-      target.find_first_not_of("0123456789", q + 3) == std::string::npos && target.size() - q - 3 <= 6) {
-    quality = std::stoi(target.substr(q + 3));
-    target.resize(q);
-  }
-  quality = quality < 1 ? 1 : (quality > 100 ? 100 : quality);
-  return EncodePath(target, dib,
-                    [quality](const BITMAPINFOHEADER* h, ByteSink& s) { return JpgEncode(h, quality, s); });
-}
-
-const IMAGEPROC imageproc[5] = {
-    {"jpg", JPGGetFileInformation, JPGReadGraphicFile, JPGWriteGraphicFile},
-    {"bmp", BMPGetFileInformation, BMPReadGraphicFile, BMPWriteGraphicFile},
-    {"pcx", PCXGetFileInformation, PCXReadGraphicFile, PCXWriteGraphicFile},
-    {"tga", TGAGetFileInformation, TGAReadGraphicFile, TGAWriteGraphicFile},
-    {"png", PNGGetFileInformation, PNGReadGraphicFile, PNGWriteGraphicFile},
-};
-
-// ---- The layer -----------------------------------------------------------------------
-int GetImageTypeCount() { return 5; }
-
+// ---- The rows -------------------------------------------------------------------------
 namespace {
 // Cameras, browsers and phones write JPEG files under all of these names.
 const char* const kJpgNames[] = {"jpg", "jpeg", "jpe", "jfif", nullptr};
@@ -116,12 +53,61 @@ const char* const kBmpNames[] = {"bmp", nullptr};
 const char* const kPcxNames[] = {"pcx", nullptr};
 const char* const kTgaNames[] = {"tga", nullptr};
 const char* const kPngNames[] = {"png", nullptr};
-const char* const* const kFormatNames[5] = {kJpgNames, kBmpNames, kPcxNames, kTgaNames, kPngNames};
 const char* const kNoNames[] = {nullptr};
+
+bool IsJpg(ByteSpan p) { return p.size() >= 3 && p[0] == 0xFF && p[1] == 0xD8 && p[2] == 0xFF; }
+bool IsBmp(ByteSpan p) { return p.size() >= 2 && p[0] == 'B' && p[1] == 'M'; }
+// PCX has only a weak mark, so more of its header must agree. A TGA header
+// that looked like this would have to be a map type 0 with image type 0 or 1,
+// neither of which is a readable TGA file.
+bool IsPcx(ByteSpan p) {
+  return p.size() >= 128 && p[0] == 0x0A && (p[1] == 0 || (p[1] >= 2 && p[1] <= 5)) && p[2] <= 1 &&
+         (p[3] == 1 || p[3] == 2 || p[3] == 4 || p[3] == 8) && p[65] >= 1 && p[65] <= 4;
+}
+bool IsPng(ByteSpan p) {
+  static const std::uint8_t kPng[8] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
+  return p.size() >= 8 && std::memcmp(p.data(), kPng, 8) == 0;
+}
+
+bool EncodeJpg(const BITMAPINFOHEADER* h, const SaveOptions& o, ByteSink& s) {
+  return JpgEncode(h, o.jpegQuality < 1 ? 1 : (o.jpegQuality > 100 ? 100 : o.jpegQuality), s);
+}
+bool EncodeBmp(const BITMAPINFOHEADER* h, const SaveOptions&, ByteSink& s) { return BmpEncode(h, s); }
+bool EncodePcx(const BITMAPINFOHEADER* h, const SaveOptions&, ByteSink& s) { return PcxEncode(h, s); }
+bool EncodeTga(const BITMAPINFOHEADER* h, const SaveOptions&, ByteSink& s) { return TgaEncode(h, s); }
+bool EncodePng(const BITMAPINFOHEADER* h, const SaveOptions&, ByteSink& s) { return PngEncode(h, s); }
+
+const IMAGEPROC kRows[] = {
+    {"jpg", kJpgNames, IsJpg, JpgDecode, EncodeJpg},
+    {"bmp", kBmpNames, IsBmp, BmpDecode, EncodeBmp},
+    {"pcx", kPcxNames, IsPcx, PcxDecode, EncodePcx},
+    {"tga", kTgaNames, nullptr, TgaDecode, EncodeTga},
+    {"png", kPngNames, IsPng, PngDecode, EncodePng},
+};
 }  // namespace
 
+constinit const std::span<const IMAGEPROC> imageproc{kRows};
+
+HDIB ReadImageFile(int format, const char* path, bool infoOnly) {
+  if (format < 0 || format >= GetImageTypeCount() || !path) return nullptr;
+  FileBytes file(path);
+  if (!file.ok()) return nullptr;
+  return imageproc[format].decode(file.span(), infoOnly);
+}
+
+int WriteImageFile(int format, const char* path, const HDIB& dib, const SaveOptions& options) {
+  if (format < 0 || format >= GetImageTypeCount() || !path) return 0;
+  const BITMAPINFOHEADER* h = LockDib(dib);
+  if (!h) return 0;
+  const IMAGEPROC& row = imageproc[format];
+  return WriteFileAtomically(path, [&](ByteSink& sink) { return row.encode(h, options, sink); }) ? 1 : 0;
+}
+
+// ---- The layer -----------------------------------------------------------------------
+int GetImageTypeCount() { return static_cast<int>(imageproc.size()); }
+
 const char* const* FormatExtensions(int index) {
-  return index >= 0 && index < GetImageTypeCount() ? kFormatNames[index] : kNoNames;
+  return index >= 0 && index < GetImageTypeCount() ? imageproc[index].names : kNoNames;
 }
 
 int FindImageFormat(const char* path) {
@@ -135,18 +121,19 @@ int FindImageFormat(const char* path) {
 
 int SniffImageFormat(const std::uint8_t* p, std::size_t n) {
   if (!p) return -1;
-  static const std::uint8_t kPng[8] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
-  if (n >= 8 && std::memcmp(p, kPng, 8) == 0) return 4;
-  if (n >= 3 && p[0] == 0xFF && p[1] == 0xD8 && p[2] == 0xFF) return 0;
-  if (n >= 2 && p[0] == 'B' && p[1] == 'M') return 1;
-  // PCX has only a weak mark, so more of its header must agree. A TGA header
-  // that looked like this would have to be a map type 0 with image type 0 or 1,
-  // neither of which is a readable TGA file.
-  if (n >= 128 && p[0] == 0x0A && (p[1] == 0 || (p[1] >= 2 && p[1] <= 5)) && p[2] <= 1 &&
-      (p[3] == 1 || p[3] == 2 || p[3] == 4 || p[3] == 8) && p[65] >= 1 && p[65] <= 4)
-    return 2;
+  for (int i = 0; i < GetImageTypeCount(); ++i)
+    if (imageproc[i].sniff && imageproc[i].sniff(ByteSpan(p, n))) return i;
   return -1;
 }
+
+namespace {
+// The row that takes an image file without a signature, or -1.
+int UnsignedFormat() {
+  for (int i = 0; i < GetImageTypeCount(); ++i)
+    if (!imageproc[i].sniff) return i;
+  return -1;
+}
+}  // namespace
 
 int FindImageFormatOfFile(const char* path) {
   if (!path || !*path) return -1;
@@ -161,7 +148,7 @@ int FindImageFormatOfFile(const char* path) {
   }
   int bySignature = SniffImageFormat(head, got);
   if (bySignature >= 0) return bySignature;
-  return byName >= 0 ? 3 : -1;
+  return byName >= 0 ? UnsignedFormat() : -1;
 }
 
 int GetFormatExtension(char* text, int index, int size) {
@@ -176,7 +163,7 @@ int GetFormatExtension(char* text, int index, int size) {
 int GetImageInfo(const char* path, int* width, int* height, int* bits, BYTE* palette) {
   int row = FindImageFormatOfFile(path);
   if (row < 0) return 0;
-  HDIB info = imageproc[row].information(path);
+  HDIB info = ReadImageFile(row, path, true);
   const BITMAPINFOHEADER* h = LockDib(info);
   if (!h) return 0;
   if (width) *width = h->biWidth;
@@ -192,7 +179,7 @@ int GetImageInfo(const char* path, int* width, int* height, int* bits, BYTE* pal
 HDIB LoadImage(const char* path) {
   int row = FindImageFormatOfFile(path);
   if (row < 0) return nullptr;
-  return imageproc[row].read(path);
+  return ReadImageFile(row, path);
 }
 
 int LoadGraphicFile(HDIB& image, const char* path) {
@@ -202,21 +189,14 @@ int LoadGraphicFile(HDIB& image, const char* path) {
   return 1;
 }
 
-std::string WriteImagePath(const char* path, int format) {
-  std::string out = path ? path : "";
-  if (format == 0 && FindImageFormat(out.c_str()) == 0 && out.size() + 8 < 260) {
-    char suffix[32];
-    std::snprintf(suffix, sizeof suffix, "/Q:%u", static_cast<unsigned>(JPEGQualityFactor));
-    out += suffix;
-  }
-  return out;
-}
-
-int WriteImage(const char* path, const HDIB& dib) {
+int WriteImage(const char* path, const HDIB& dib, const SaveOptions& options) {
   int row = FindImageFormat(path);
   if (row < 0) return 0;
-  std::string target = WriteImagePath(path, row);
-  return (imageproc[row].write(target.c_str(), dib) & 0xFFFF) ? 1 : 0;
+  // Long paths once left no room to pass the quality along, and so were
+  // written at the default quality; the files stay the same.
+  SaveOptions used = options;
+  if (std::strlen(path) + 8 >= 260) used.jpegQuality = SaveOptions{}.jpegQuality;
+  return WriteImageFile(row, path, dib, used);
 }
 
 void SetFileHooks(FileHooks hooks) { g_hooks = std::move(hooks); }
@@ -233,13 +213,13 @@ std::string BackupFileName(const std::string& path) {
   return path.substr(0, dot) + ".bak" + path.substr(dot);
 }
 
-int WriteGraphicFile(const HDIB& image, const char* path) {
+int WriteGraphicFile(const HDIB& image, const char* path, const SaveOptions& options) {
   if (!path || !*path) return 0;
   if (g_hooks.beginWait) g_hooks.beginWait();
   int result = 0;
   bool proceed = true;
   std::error_code ec;
-  if (CreateBackups && std::filesystem::is_regular_file(path, ec)) {
+  if (options.backups && std::filesystem::is_regular_file(path, ec)) {
     std::string backup = BackupFileName(path);
     std::filesystem::remove(backup, ec);
     ec.clear();
@@ -247,7 +227,7 @@ int WriteGraphicFile(const HDIB& image, const char* path) {
     if (!copied || ec) proceed = g_hooks.askYesNo && g_hooks.askYesNo(kBackupQuestion);
   }
   if (proceed) {
-    auto write = [&image, path] { return WriteImage(path, image); };
+    auto write = [&image, path, &options] { return WriteImage(path, image, options); };
     result = g_hooks.runWrite ? g_hooks.runWrite(write) : write();
   }
   if (g_hooks.endWait) g_hooks.endWait();

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include "files/imagefile.h"
-#include "image/settings.h"
 
 namespace ochrel::fills {
 
@@ -37,20 +36,6 @@ bool AtomicWriter::Commit() {
   bool ok = std::fflush(file_.get()) == 0 && !std::ferror(file_.get());
   ok = (std::fclose(file_.release()) == 0) && ok;
   return ok && out_.Commit();
-}
-
-std::string DataFolder() {
-  if (ApplicationPath[0]) return ApplicationPath;
-#ifdef OCHREL_INSTALL_DATA_DIR
-  return std::string(OCHREL_INSTALL_DATA_DIR) + "/";
-#else
-  return "data/";
-#endif
-}
-
-HDIB LoadDataFolderImage(const char* name) {
-  if (!name || !name[0]) return nullptr;
-  return LoadImage((DataFolder() + name).c_str());
 }
 
 HDIB ToTrueColour(const HDIB& image) {

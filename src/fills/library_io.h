@@ -1,5 +1,5 @@
 // File plumbing shared by the texture and tile libraries: owned stdio files,
-// the ".bak" copy, writes through a temporary file, the data folder.
+// the ".bak" copy, writes through a temporary file.
 #pragma once
 
 #include <cstdio>
@@ -39,10 +39,6 @@ class AtomicWriter {
   File file_;
 };
 
-// The folder that holds the libraries and the stock data, with a trailing separator.
-std::string DataFolder();
-// An image file of the data folder, or null.
-HDIB LoadDataFolderImage(const char* name);
 // A 24-bit copy of a DIB of any depth (palette applied), or null.
 HDIB ToTrueColour(const HDIB& image);
 

@@ -7,7 +7,7 @@
 
 #include "fills/fill_util.h"
 #include "fills/library_io.h"
-#include "image/settings.h"
+#include "files/imagefile.h"
 
 namespace ochrel {
 
@@ -75,12 +75,12 @@ HDIB CreateMatrix(const MATRIX* m) {
   return dib;
 }
 
-int CreateDefaultMatrix(MATRIX* m) {
+int CreateDefaultMatrix(MATRIX* m, const std::string& tileFile) {
   if (!m) return 0;
   DestroyMatrix(m);
   m->Rect = RECT{};
-  if (MatrixDefaultTile[0]) {
-    HDIB image = fills::LoadDataFolderImage(MatrixDefaultTile);
+  if (!tileFile.empty()) {
+    HDIB image = LoadImage(tileFile.c_str());
     if (image) {
       const BITMAPINFOHEADER* h = LockDib(image);
       if (h && (h->biWidth > 256 || h->biHeight > 256 || h->biBitCount == 24)) {
@@ -188,8 +188,9 @@ int LoadMatrixFile(const std::string& path, std::vector<HDIB>* list, int* writea
   return 1;
 }
 
-int SaveMatrixFile(const std::string& path, const std::vector<HDIB>& list, int writeable, std::time_t stamp) {
-  if (CreateBackups) fills::MakeBackup(path);
+int SaveMatrixFile(const std::string& path, const std::vector<HDIB>& list, int writeable, std::time_t stamp,
+                   const SaveOptions& options) {
+  if (options.backups) fills::MakeBackup(path);
   fills::AtomicWriter out(path, "wb");
   if (!out) return 0;
   BYTE header[kMatrixHeaderSize];

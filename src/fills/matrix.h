@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "files/saveoptions.h"
 #include "image/dib.h"
 
 namespace ochrel {
@@ -17,10 +18,9 @@ struct MATRIX {
 
 // A 24-bit DIB of Rect's size tiled from the top left. Null without a usable tile.
 HDIB CreateMatrix(const MATRIX* matrix);
-// Empties the record and gives it a tile: the image named by MatrixDefaultTile
-// in the data folder when that loads, else the built-in tile. 0 with an empty
-// record on failure.
-int CreateDefaultMatrix(MATRIX* matrix);
+// Empties the record and gives it a tile: the image file tileFile when one is
+// named and loads, else the built-in tile. 0 with an empty record on failure.
+int CreateDefaultMatrix(MATRIX* matrix, const std::string& tileFile = {});
 int DuplicateMatrix(MATRIX* to, const MATRIX* from);
 void DestroyMatrix(MATRIX* matrix);
 
@@ -39,10 +39,10 @@ inline constexpr char kMatrixMagic[9] = "VRNWMTXf";
 // unchanged); 0 for a damaged file, keeping the items read before the damage.
 int LoadMatrixFile(const std::string& path, std::vector<HDIB>* list, int* writeable);
 // Writes every non-null entry. `writeable` 0 protects the file from changes.
-// Makes the ".bak" copy first when CreateBackups is on; writes through a
+// Makes the ".bak" copy first when options.backups is on; writes through a
 // temporary file. 0 on failure, the old file untouched.
 int SaveMatrixFile(const std::string& path, const std::vector<HDIB>& list, int writeable,
-                   std::time_t stamp = std::time(nullptr));
+                   std::time_t stamp = std::time(nullptr), const SaveOptions& options = {});
 // Appends one tile to the library. 1 also when the file cannot be opened (then
 // nothing happens); 0 for a damaged or protected library, which stays as it was.
 int AddMatrixElement(const std::string& path, const HDIB& dib);

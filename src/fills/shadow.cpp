@@ -24,7 +24,6 @@ COLORREF ShadowColourFor(const SHADOW& s, const SHADOWCOLOURS& c) {
 HDIB BlurShadowMask(const HDIB& mask, int imageType, int soft, COLORREF paper) {
   FILTERPARAM param;
   param.BeforeImage = &mask;
-  param.BeforeZoom = param.AfterZoom = 100;
   param.PaperColour = paper;
   param.ImageType = imageType;
   param.FilterGaussianRadius = 100;

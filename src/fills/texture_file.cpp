@@ -8,7 +8,6 @@
 #include <strings.h>
 
 #include "fills/library_io.h"
-#include "image/settings.h"
 
 namespace ochrel {
 
@@ -151,8 +150,9 @@ int LoadTextureFile(const std::string& path, TextureList* list, int* writeable) 
   return 1;
 }
 
-int SaveTextureFile(const std::string& path, const TextureList& list, int writeable, const char* stamp) {
-  if (CreateBackups) fills::MakeBackup(path);
+int SaveTextureFile(const std::string& path, const TextureList& list, int writeable, const char* stamp,
+                    const SaveOptions& options) {
+  if (options.backups) fills::MakeBackup(path);
   fills::AtomicWriter out(path, "w");
   if (!out) return 0;
   std::FILE* f = out.get();

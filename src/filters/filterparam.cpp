@@ -3,8 +3,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "image/settings.h"
-
 namespace ochrel {
 
 namespace {
@@ -74,7 +72,7 @@ int FindFilterType(const char* name) {
   return -1;
 }
 
-#define OCHREL_FS(name, lo, hi, def, tenths) {#name, &FILTERPARAM::name, &name, lo, hi, def, tenths}
+#define OCHREL_FS(name, lo, hi, def, tenths) {#name, &FILTERPARAM::name, true, lo, hi, def, tenths}
 const FilterSetting filtersettings[] = {
     OCHREL_FS(FilterContrast, 0, 255, 128, false),
     OCHREL_FS(FilterBrightness, 0, 255, 128, false),
@@ -97,8 +95,8 @@ const FilterSetting filtersettings[] = {
     OCHREL_FS(FilterSharpenWidth, 3, 15, 5, false),
     OCHREL_FS(FilterSharpenSigma, 15, 50, 25, true),
     OCHREL_FS(FilterResizeInterpolate, 0, 1, 1, false),
-    {"ResizeHorizontal", &FILTERPARAM::ResizeHorizontal, nullptr, 5, 5000, 100, false},
-    {"ResizeVertical", &FILTERPARAM::ResizeVertical, nullptr, 5, 5000, 100, false},
+    {"ResizeHorizontal", &FILTERPARAM::ResizeHorizontal, false, 5, 5000, 100, false},
+    {"ResizeVertical", &FILTERPARAM::ResizeVertical, false, 5, 5000, 100, false},
     OCHREL_FS(FilterResizeConstant, 0, 1, 1, false),
     OCHREL_FS(FilterRotateAngle, 0, 359, 0, false),
     OCHREL_FS(FilterRotateDirection, 0, 1, 0, false),
@@ -136,18 +134,6 @@ bool FilterIsValidFilter(int imageType, int hasSelection, int hasMask, int filte
   if (flags & FILTER_NOSELECTION) return false;
   if ((imageType == IMAGE_PALETTED || imageType == IMAGE_MONO) && (flags & FILTER_NOPALETTESEL)) return false;
   return !(hasMask && (flags & FILTER_NOMASK));
-}
-
-void ImposeFilterParams(FILTERPARAM* param) {
-  if (!param) return;
-  for (const FilterSetting& s : filtersettings)
-    param->*s.field = s.stored ? *s.stored : s.defaultValue;
-}
-
-void DeposeFilterParams(const FILTERPARAM* param) {
-  if (!param || !FilterRemember) return;
-  for (const FilterSetting& s : filtersettings)
-    if (s.stored) *s.stored = param->*s.field;
 }
 
 void RestoreFilterDefaults(FILTERPARAM* param) {

@@ -11,26 +11,23 @@
 
 namespace ochrel {
 
-// One filter invocation. The dialog zeroes it, fills the image fields and then
-// calls ImposeFilterParams; code that runs a filter by itself can just call
-// RestoreFilterDefaults (or ImposeFilterParams) and set ImageType.
+// One filter invocation. The dialog fills the image fields and takes the
+// values from the stored settings (ImposeFilterParams, frame/options.h); code
+// that runs a filter by itself can just call RestoreFilterDefaults and set
+// ImageType.
 struct FILTERPARAM {
-  void* Window = nullptr;  // the document window, opaque to the engine
   int FilterType = -1;
 
   // The image the filters read. Not owned, unless it is the masked copy of an
   // irregular selection, which then lives in MaskedBefore.
   const HDIB* BeforeImage = nullptr;
   HDIB MaskedBefore;
-  int BeforeZoom = 100, BeforeX = 0, BeforeY = 0, BeforeMode = 0;
   int ImageType = IMAGE_TRUECOLOUR;
   int BeforeWidth = 0, BeforeDepth = 0;
 
   HDIB AfterImage;
-  int AfterZoom = 100, AfterX = 0, AfterY = 0, AfterMode = 0;
   int AfterWidth = 0, AfterDepth = 0;
 
-  int DragX = 0, DragY = 0, Dragging = 0, DragPaint = 0;
   int Changed = 0;
   COLORREF PaperColour = RGB(255, 255, 255);
   int HasSelection = 0, HasMask = 0;
@@ -76,13 +73,13 @@ extern const FilterType filtertype[FILTER_COUNT];
 // Index of the filter of that name, or -1.
 int FindFilterType(const char* name);
 
-// One adjustable value of the record: its field, the stored setting it mirrors
-// (null for the two resize percentages, which are never stored), range, default
+// One adjustable value of the record: its field, whether a setting of the same
+// name keeps it between runs (not the two resize percentages), range, default
 // and whether it is shown in tenths.
 struct FilterSetting {
   const char* name;
   int FILTERPARAM::*field;
-  int* stored;
+  bool stored;
   int minimum, maximum, defaultValue;
   bool tenths;
 };
@@ -95,8 +92,6 @@ void FormatFilterValue(const FilterSetting& setting, int value, char* text, int 
 
 bool FilterIsValidFilter(int imageType, int hasSelection, int hasMask, int filter);
 
-void ImposeFilterParams(FILTERPARAM* param);
-void DeposeFilterParams(const FILTERPARAM* param);
 void RestoreFilterDefaults(FILTERPARAM* param);
 void FilterFreeMasks(FILTERPARAM* param);
 

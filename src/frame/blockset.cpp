@@ -4,9 +4,10 @@
 #include <cctype>
 #include <cstdio>
 
+#include "frame/options.h"
 #include "frame/services.h"
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 
@@ -69,7 +70,7 @@ int CreateNewFile(BLOCKSET* r) {
   r->Gradient.Midpoint = GradientMidpoint;
   r->Gradient.Angle = GradientAngle;
   CreateDefaultTexture(&r->Texture);
-  CreateDefaultMatrix(&r->Matrix);
+  CreateDefaultMatrix(&r->Matrix, DefaultTileFile());
   r->Shadow.ShadowType = ShadowType;
   r->Shadow.ShadowColor = static_cast<COLORREF>(ShadowColor);
   r->Shadow.ShadowDirection = ShadowDirection;

@@ -10,7 +10,7 @@
 
 #include "frame/paths.h"
 #include "frame/services.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 

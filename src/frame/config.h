@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 

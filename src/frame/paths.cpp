@@ -6,7 +6,7 @@
 #include <string>
 #include <system_error>
 
-#include "image/settings.h"
+#include "frame/settings.h"
 
 #ifndef OCHREL_INSTALL_DATA_DIR
 #define OCHREL_INSTALL_DATA_DIR "/usr/local/share/ochrel"

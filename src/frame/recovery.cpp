@@ -77,7 +77,7 @@ bool WriteRecovery(const fs::path& folder, const RecoveryEntry& entry, const HDI
   std::error_code ec;
   fs::create_directories(folder, ec);
   const std::string picture = (folder / (entry.id + kImageExtension)).string();
-  if (!PNGWriteGraphicFile(picture.c_str(), image)) return false;
+  if (!WriteImage(picture.c_str(), image)) return false;
   std::string side = "Pid=" + std::to_string(::getpid()) + "\n";
   side += "HasFile=" + std::string(entry.hasFile ? "1" : "0") + "\n";
   side += "Name=" + Escape(entry.name) + "\n";
@@ -125,7 +125,8 @@ std::vector<RecoveryEntry> FindRecoveries(const fs::path& folder) {
 
 HDIB LoadRecovery(const fs::path& folder, const RecoveryEntry& entry) {
   if (folder.empty() || entry.id.empty()) return nullptr;
-  return PNGReadGraphicFile((folder / (entry.id + kImageExtension)).c_str());
+  const std::string picture = (folder / (entry.id + kImageExtension)).string();
+  return ReadImageFile(FindImageFormat(picture.c_str()), picture.c_str());
 }
 
 }  // namespace ochrel

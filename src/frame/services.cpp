@@ -8,7 +8,7 @@
 #include <fstream>
 #include <system_error>
 
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 

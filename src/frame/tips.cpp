@@ -4,7 +4,7 @@
 #include <ctime>
 
 #include "frame/paths.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 

@@ -136,13 +136,13 @@ HDIB ConvertToEightBit(const HDIB& image, const BYTE* palette) { return ConvertO
 HDIB ConvertToFourBit(const HDIB& image, const BYTE* palette) { return ConvertOntoPalette(image, palette, 4); }
 HDIB ConvertToMono(const HDIB& image, const BYTE* palette) { return ConvertOntoPalette(image, palette, 1); }
 
-HDIB ConvertToMonoStrategy(const HDIB& image, int option) {
+HDIB ConvertToMonoStrategy(const HDIB& image, int option, const DitherOptions& dither) {
   BYTE mono[768];
   GetDefaultPalette(mono, nullptr, 0);
   switch (option) {
     case IDC_MONO_REMAP: return RemapDib(image, mono, 1, 0);
     case IDC_MONO_BAYER: return ConvertToBayerDither2(image);
-    default: return DitherDib(image, mono, 1, 0);
+    default: return DitherDib(image, mono, 1, 0, dither);
   }
 }
 
@@ -219,9 +219,10 @@ HDIB ReducedPreviewImage(const HDIB& image, int boxWidth, int boxHeight, int* of
   return reduced;
 }
 
-HDIB MonoPreviewImage(const HDIB& image, int option, int boxWidth, int boxHeight, int* offsetX, int* offsetY) {
+HDIB MonoPreviewImage(const HDIB& image, int option, int boxWidth, int boxHeight, int* offsetX, int* offsetY,
+                      const DitherOptions& dither) {
   HDIB reduced = ReducedPreviewImage(image, boxWidth, boxHeight, offsetX, offsetY);
-  return reduced ? ConvertToMonoStrategy(reduced, option) : nullptr;
+  return reduced ? ConvertToMonoStrategy(reduced, option, dither) : nullptr;
 }
 
 HDIB PalettePreviewImage(const HDIB& image, int option, int boxWidth, int boxHeight, int* offsetX, int* offsetY) {

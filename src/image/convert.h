@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "image/dib.h"
+#include "image/dither.h"
 
 namespace ochrel {
 
@@ -33,8 +34,8 @@ enum ConvertOption : int {
 };
 
 // The mono strategies: 103 remaps, 102 takes the Bayer dither, anything else
-// error-diffuses (reading DitherBrightness and DitherContrast).
-HDIB ConvertToMonoStrategy(const HDIB& image, int option);
+// error-diffuses at the levels in `dither`.
+HDIB ConvertToMonoStrategy(const HDIB& image, int option, const DitherOptions& dither = {});
 
 // The paletted strategies, 101 to 109; an unknown id runs 101. `preview`
 // leaves out SortPalette, as the live preview does.
@@ -58,7 +59,8 @@ int PreviewPercentage(int imageWidth, int imageHeight, int boxWidth, int boxHeig
 HDIB ReducedPreviewImage(const HDIB& image, int boxWidth, int boxHeight, int* offsetX, int* offsetY);
 
 // The whole preview: the reduced image with the strategy run on it.
-HDIB MonoPreviewImage(const HDIB& image, int option, int boxWidth, int boxHeight, int* offsetX, int* offsetY);
+HDIB MonoPreviewImage(const HDIB& image, int option, int boxWidth, int boxHeight, int* offsetX, int* offsetY,
+                      const DitherOptions& dither = {});
 HDIB PalettePreviewImage(const HDIB& image, int option, int boxWidth, int boxHeight, int* offsetX, int* offsetY);
 
 }  // namespace ochrel

@@ -10,7 +10,6 @@
 #include "image/nearest.h"
 #include "image/parallel.h"
 #include "image/resample.h"
-#include "image/settings.h"
 
 namespace ochrel {
 
@@ -80,10 +79,10 @@ bool Resize(std::vector<T>& v, std::size_t n) {
   }
 }
 
-HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* palette) {
+HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* palette, const DitherOptions& options) {
   const int w = s->biWidth, h = s->biHeight;
   BYTE table[256];
-  BuildDitherTable(DitherContrast, DitherBrightness, table);
+  BuildDitherTable(options.contrast, options.brightness, table);
   std::vector<BYTE> work;
   if (!Resize(work, static_cast<std::size_t>(w) * h)) return nullptr;
   HDIB out = CreateDib(w, h, palette, 1);
@@ -192,13 +191,13 @@ void BuildDitherTable(int contrast, int brightness, BYTE table[256]) {
   }
 }
 
-HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/) {
+HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/, const DitherOptions& options) {
   const BITMAPINFOHEADER* s = LockDib(image);
   if (!s || !palette || s->biBitCount == 1) return nullptr;
   if (bits != 1 && bits != 4 && bits != 8) return nullptr;
   BYTE srcPalette[768];
   GetDibPalette(s, srcPalette);
-  return bits == 1 ? DitherMono(s, srcPalette, palette) : DitherColour(s, srcPalette, palette, bits);
+  return bits == 1 ? DitherMono(s, srcPalette, palette, options) : DitherColour(s, srcPalette, palette, bits);
 }
 
 namespace {

@@ -9,12 +9,19 @@ namespace ochrel {
 
 extern const BYTE bayerPattern[8][8];
 
-// The 1-bit path's tone table from DitherContrast and DitherBrightness.
+// The two levels of the error-diffused mono conversion, 1 to 128 each.
+struct DitherOptions {
+  int brightness = 25;
+  int contrast = 25;
+};
+
+// The 1-bit path's tone table from the contrast and brightness levels.
 void BuildDitherTable(int contrast, int brightness, BYTE table[256]);
 
-// Error diffusion onto `palette` (768 bytes) at `bits` 1, 4 or 8. A 1-bit
-// source gives null: mono images aren't dithered. `reserved` isn't read.
-HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int reserved);
+// Error diffusion onto `palette` (768 bytes) at `bits` 1, 4 or 8; the 1-bit
+// path tones the image by `options` first. A 1-bit source gives null: mono
+// images aren't dithered. `reserved` isn't read.
+HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int reserved, const DitherOptions& options = {});
 
 // Nearest colour of `palette` at `bits` 1, 4 or 8, without diffusion. Any depth.
 HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int reserved);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "image/settings.h"
 #include "render/wrapper.h"
 
 namespace ochrel {
@@ -94,8 +93,8 @@ HDIB CreateShadowPolygonSampleBitmap(const RECT& shape, int grey, int back, int 
 }
 
 HDIB CreateShadowTextSampleBitmap(const char* font, int size, int bold, int italic, int underline, int grey,
-                                  int back, int padX, int padY) {
-  const std::string text = TextFontExampleString[0] ? TextFontExampleString : "AaBbCc";
+                                  int back, int padX, int padY, const char* sampleText) {
+  const std::string text = sampleText && sampleText[0] ? sampleText : "AaBbCc";
   WRAPPERBLOCK b;
   b.Operation = WRAPPER_CHARACTER;
   b.Antialias = 1;
@@ -217,9 +216,9 @@ HDIB CreateSampleShadow(const SHADOW& s, const SHADOWSAMPLE& sample, const RECT&
     case 16: {
       const char* font = sample.TextFontName.empty() ? nullptr : sample.TextFontName.c_str();
       solid = CreateShadowTextSampleBitmap(font, sample.TextFontSize, sample.TextFontBold, sample.TextFontItal,
-                                           sample.TextFontUnder, 255, 0, d, d);
+                                           sample.TextFontUnder, 255, 0, d, d, sample.Text.c_str());
       shade = CreateShadowTextSampleBitmap(font, sample.TextFontSize, sample.TextFontBold, sample.TextFontItal,
-                                           sample.TextFontUnder, opacity, 0, 2 * d, 2 * d);
+                                           sample.TextFontUnder, opacity, 0, 2 * d, 2 * d, sample.Text.c_str());
       break;
     }
     default:

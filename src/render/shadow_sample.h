@@ -16,10 +16,10 @@ HDIB CreateShadowRectangleSampleBitmap(const RECT& shape, int grey, int back, in
 HDIB CreateShadowEllipseSampleBitmap(const RECT& shape, int grey, int back, int padX, int padY);
 // The six-point sample figure inside the shape's rectangle.
 HDIB CreateShadowPolygonSampleBitmap(const RECT& shape, int grey, int back, int padX, int padY);
-// TextFontExampleString in the given font, on one line. Needs the font database
-// (a GUI application object); null without it.
+// `text` ("AaBbCc" when null or empty) in the given font, on one line. Needs
+// the font database (a GUI application object); null without it.
 HDIB CreateShadowTextSampleBitmap(const char* font, int size, int bold, int italic, int underline, int grey,
-                                  int back, int padX, int padY);
+                                  int back, int padX, int padY, const char* text = nullptr);
 
 // What of the document the sample shows.
 struct SHADOWSAMPLE {
@@ -28,6 +28,7 @@ struct SHADOWSAMPLE {
   int Tool = 0;  // 13 ellipse, 14 polygon, 16 text, anything else a rectangle
   std::string TextFontName;
   int TextFontSize = 24, TextFontBold = 0, TextFontItal = 0, TextFontUnder = 0;
+  std::string Text;  // the text sample's line (TextFontExampleString)
 };
 
 // A 24-bit picture of the rectangle's size, or null.

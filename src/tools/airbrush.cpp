@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "tools/brushstamp.h"
 
 namespace ochrel {

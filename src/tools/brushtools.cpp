@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "tools/brushstamp.h"
 
 namespace ochrel {

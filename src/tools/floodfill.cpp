@@ -11,7 +11,7 @@
 #include "frame/strings.h"
 #include "image/kernel.h"
 #include "image/parallel.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 

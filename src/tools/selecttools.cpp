@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 

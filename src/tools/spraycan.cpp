@@ -10,7 +10,7 @@
 #include "image/colourblend.h"
 #include "frame/view.h"
 #include "image/crand.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "tools/brushstroke.h"
 
 namespace ochrel {

@@ -5,7 +5,7 @@
 #include <new>
 
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "render/wrapper.h"
 #include "tools/shapecomposite.h"
 

@@ -7,7 +7,7 @@
 
 #include "frame/strings.h"
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 

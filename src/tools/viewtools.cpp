@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 

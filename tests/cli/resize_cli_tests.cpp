@@ -9,7 +9,7 @@
 #include "frame/recentpaths.h"
 #include "image/convert.h"
 #include "image/resample.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "cli_run.h"
 #include "test_images.h"
 
@@ -72,11 +72,7 @@ TEST(CliConvertTo, BrightnessAndContrastFromTheCommandOrTheStoredSettings) {
   Scratch dir;
   HDIB in = Store(test::RandomDib(40, 30, 24, 5), dir / "in.bmp");
   auto engine = [&](int b, int c) {
-    int sb = DitherBrightness, sc = DitherContrast;
-    DitherBrightness = b, DitherContrast = c;
-    HDIB r = ConvertToMonoStrategy(in, 101);
-    DitherBrightness = sb, DitherContrast = sc;
-    return r;
+    return ConvertToMonoStrategy(in, 101, DitherOptions{b, c});
   };
   auto run = [&](const std::string& extra) {
     CliRun r = Cli(dir, "convert " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " --to mono:101" + extra);

@@ -28,7 +28,7 @@
 #include "frame/commands.h"
 #include "frame/paths.h"
 #include "frame/recentpaths.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "qt_app.h"
 #include "temp_dir.h"
 #include "ui/dialogs/image/newfiledialog.h"
@@ -102,7 +102,7 @@ class QtFixture : public ::testing::Test {
   // File ▸ Open on a file holding `image`: the document, unmodified.
   DocumentWindow* Open(const HDIB& image, const char* name = "picture.bmp") {
     const std::string path = dir / name;
-    EXPECT_TRUE(WriteGraphicFile(image, path.c_str()));
+    EXPECT_TRUE(WriteGraphicFile(image, path.c_str(), SaveOptions{}));
     MainFrame::SetOpenPathAnswerer([path](std::string* p) { return *p = path, true; });
     Choose(CM_OPEN);
     MainFrame::SetOpenPathAnswerer({});

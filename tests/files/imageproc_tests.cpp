@@ -1,5 +1,5 @@
 // The format layer: the extension table, loading and saving by path, the JPEG
-// quality suffix, backups and the safe replacement of a file.
+// quality, backups and the safe replacement of a file.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -7,7 +7,6 @@
 
 #include "file_test_util.h"
 #include "files/imagefile.h"
-#include "image/settings.h"
 #include "test_images.h"
 
 namespace ochrel {
@@ -17,13 +16,10 @@ namespace fs = std::filesystem;
 using test::ReadBytes;
 using test::ScratchDir;
 
+// The options the saves of a test use; the hooks are put back afterwards.
 struct SettingsGuard {
-  int backups = CreateBackups, quality = JPEGQualityFactor;
-  ~SettingsGuard() {
-    CreateBackups = backups;
-    JPEGQualityFactor = quality;
-    SetFileHooks({});
-  }
+  SaveOptions options;
+  ~SettingsGuard() { SetFileHooks({}); }
 };
 
 std::vector<std::string> Listing(const ScratchDir& dir) {
@@ -35,6 +31,7 @@ std::vector<std::string> Listing(const ScratchDir& dir) {
 
 TEST(ImageProc, TableAndExtensionRules) {
   EXPECT_EQ(GetImageTypeCount(), 5);
+  EXPECT_EQ(imageproc.size(), 5u);
   const char* order[] = {"jpg", "bmp", "pcx", "tga", "png"};
   char text[8];
   for (int i = 0; i < 5; ++i) {
@@ -64,11 +61,11 @@ TEST(ImageProc, TableAndExtensionRules) {
 TEST(ImageProc, EveryFormatSavesLoadsAndInformsByPath) {
   ScratchDir dir;
   SettingsGuard guard;
-  CreateBackups = 0;
+  guard.options.backups = 0;
   HDIB src = test::RandomDib(23, 11, 8, 4);
   for (const char* ext : {"bmp", "pcx", "tga", "png", "JPG"}) {
     std::string path = dir / (std::string("pic.") + ext);
-    ASSERT_EQ(WriteGraphicFile(src, path.c_str()), 1) << ext;
+    ASSERT_EQ(WriteGraphicFile(src, path.c_str(), guard.options), 1) << ext;
     int w = 0, h = 0, bits = 0;
     BYTE pal[768];
     ASSERT_EQ(GetImageInfo(path.c_str(), &w, &h, &bits, pal), 1) << ext;
@@ -112,10 +109,9 @@ TEST(ImageProc, FilesOpenByContentWhateverTheirName) {
   }
   // Saving still goes by the name: a .jpeg name makes a JPEG file at the set quality.
   SettingsGuard guard;
-  JPEGQualityFactor = 5;
-  EXPECT_EQ(WriteImagePath("a.jpeg", 0), "a.jpeg/Q:5");
+  guard.options.jpegQuality = 5;
   std::string jpeg = dir / "out.JPE";
-  ASSERT_EQ(WriteImage(jpeg.c_str(), src), 1);
+  ASSERT_EQ(WriteImage(jpeg.c_str(), src, guard.options), 1);
   EXPECT_EQ(SniffImageFormat(ReadBytes(jpeg).data(), ReadBytes(jpeg).size()), 0);
 }
 
@@ -143,20 +139,9 @@ TEST(ImageProc, FailedLoadsLeaveTheImageAlone) {
   EXPECT_EQ(LockDib(keep)->biWidth, 8);
 }
 
-TEST(ImageProc, JpegQualityRidesOnShortPathsOnly) {
+TEST(ImageProc, JpegQualityHoldsOnShortPathsOnly) {
   SettingsGuard guard;
-  JPEGQualityFactor = 5;
-  EXPECT_EQ(WriteImagePath("a.jpg", 0), "a.jpg/Q:5");
-  EXPECT_EQ(WriteImagePath("a.JPG", 0), "a.JPG/Q:5");
-  EXPECT_EQ(WriteImagePath("a.bmp", 1), "a.bmp");
-  // The boundary: length plus 8 must be under 260.
-  std::string p251(247, 'x'), p252(248, 'x');
-  p251 += ".jpg";
-  p252 += ".jpg";
-  ASSERT_EQ(p251.size(), 251u);
-  EXPECT_EQ(WriteImagePath(p251.c_str(), 0), p251 + "/Q:5");
-  EXPECT_EQ(WriteImagePath(p252.c_str(), 0), p252);
-
+  guard.options.jpegQuality = 5;
   // On disk: a 252-character path is written at the writer's own quality (75),
   // a 251-character one at the setting.
   ScratchDir dir;
@@ -170,8 +155,8 @@ TEST(ImageProc, JpegQualityRidesOnShortPathsOnly) {
   };
   std::string longPath = pathOfLength(252), shortPath = pathOfLength(251);
   ASSERT_EQ(longPath.size(), 252u);
-  ASSERT_EQ(WriteImage(longPath.c_str(), pic), 1);
-  ASSERT_EQ(WriteImage(shortPath.c_str(), pic), 1);
+  ASSERT_EQ(WriteImage(longPath.c_str(), pic, guard.options), 1);
+  ASSERT_EQ(WriteImage(shortPath.c_str(), pic, guard.options), 1);
   VectorSink q75, q5;
   ASSERT_TRUE(JpgEncode(LockDib(pic), 75, q75));
   ASSERT_TRUE(JpgEncode(LockDib(pic), 5, q5));
@@ -190,22 +175,22 @@ TEST(ImageProc, BackupRules) {
   EXPECT_EQ(BackupFileName("a.b/name"), "a.b/name.bak");
   EXPECT_EQ(BackupFileName("x.tar.png"), "x.tar.bak.png");
 
-  CreateBackups = 1;
-  ASSERT_EQ(WriteGraphicFile(first, path.c_str()), 1);
+  guard.options.backups = 1;
+  ASSERT_EQ(WriteGraphicFile(first, path.c_str(), guard.options), 1);
   EXPECT_EQ(Listing(dir), std::vector<std::string>{"photo.bmp"});  // a first save makes none
   auto firstBytes = ReadBytes(path);
-  ASSERT_EQ(WriteGraphicFile(second, path.c_str()), 1);
+  ASSERT_EQ(WriteGraphicFile(second, path.c_str(), guard.options), 1);
   EXPECT_EQ(ReadBytes(dir / "photo.bak.bmp"), firstBytes);
   auto secondBytes = ReadBytes(path);
-  ASSERT_EQ(WriteGraphicFile(third, path.c_str()), 1);
+  ASSERT_EQ(WriteGraphicFile(third, path.c_str(), guard.options), 1);
   EXPECT_EQ(ReadBytes(dir / "photo.bak.bmp"), secondBytes);  // replaced, not kept
   EXPECT_EQ(Listing(dir), (std::vector<std::string>{"photo.bak.bmp", "photo.bmp"}));
 
-  CreateBackups = 0;
+  guard.options.backups = 0;
   std::string other = dir / "other.png";
-  ASSERT_EQ(WriteGraphicFile(first, other.c_str()), 1);
-  ASSERT_EQ(WriteGraphicFile(second, other.c_str()), 1);
-  ASSERT_EQ(WriteGraphicFile(third, path.c_str()), 1);
+  ASSERT_EQ(WriteGraphicFile(first, other.c_str(), guard.options), 1);
+  ASSERT_EQ(WriteGraphicFile(second, other.c_str(), guard.options), 1);
+  ASSERT_EQ(WriteGraphicFile(third, path.c_str(), guard.options), 1);
   EXPECT_EQ(ReadBytes(dir / "photo.bak.bmp"), secondBytes);  // untouched
   EXPECT_EQ(Listing(dir), (std::vector<std::string>{"other.png", "photo.bak.bmp", "photo.bmp"}));
 }
@@ -213,10 +198,10 @@ TEST(ImageProc, BackupRules) {
 TEST(ImageProc, FailedBackupAsksAndNoKeepsTheOldFile) {
   ScratchDir dir;
   SettingsGuard guard;
-  CreateBackups = 1;
+  guard.options.backups = 1;
   HDIB first = test::RandomDib(6, 6, 8, 1), second = test::RandomDib(6, 6, 8, 2);
   std::string path = dir / "pic.pcx";
-  ASSERT_EQ(WriteGraphicFile(first, path.c_str()), 1);
+  ASSERT_EQ(WriteGraphicFile(first, path.c_str(), guard.options), 1);
   auto old = ReadBytes(path);
   // A folder with content where the backup should go: it can't be replaced.
   fs::create_directories(dir / "pic.bak.pcx/inner");
@@ -232,7 +217,7 @@ TEST(ImageProc, FailedBackupAsksAndNoKeepsTheOldFile) {
     return false;
   };
   SetFileHooks(hooks);
-  EXPECT_EQ(WriteGraphicFile(second, path.c_str()), 0);
+  EXPECT_EQ(WriteGraphicFile(second, path.c_str(), guard.options), 0);
   EXPECT_EQ(asked, 1);
   EXPECT_EQ(question, kBackupQuestion);
   EXPECT_EQ(question.substr(0, 73), "Warning: there has been an error creating a backup file for your image.\r\n");
@@ -241,32 +226,32 @@ TEST(ImageProc, FailedBackupAsksAndNoKeepsTheOldFile) {
   EXPECT_EQ(closes, 1);
   hooks.askYesNo = [&](const char*) { return ++asked, true; };
   SetFileHooks(hooks);
-  EXPECT_EQ(WriteGraphicFile(second, path.c_str()), 1);
+  EXPECT_EQ(WriteGraphicFile(second, path.c_str(), guard.options), 1);
   EXPECT_EQ(asked, 2);
   EXPECT_NE(ReadBytes(path), old);
   // Without hooks the answer is No.
   SetFileHooks({});
-  EXPECT_EQ(WriteGraphicFile(first, path.c_str()), 0);
+  EXPECT_EQ(WriteGraphicFile(first, path.c_str(), guard.options), 0);
 }
 
 TEST(ImageProc, FailedWritesNeverDamageTheOldFile) {
   ScratchDir dir;
   SettingsGuard guard;
-  CreateBackups = 0;
+  guard.options.backups = 0;
   HDIB good = test::RandomDib(9, 9, 24, 1);
   HDIB deep = CreateDib(9, 9, nullptr, 32);  // no writer stores 32 bits
   for (const char* ext : {"bmp", "pcx", "tga", "png", "jpg"}) {
     std::string path = dir / (std::string("keep.") + ext);
     ASSERT_EQ(WriteImage(path.c_str(), good), 1) << ext;
     auto before = ReadBytes(path);
-    EXPECT_EQ(WriteGraphicFile(deep, path.c_str()), 0) << ext;
+    EXPECT_EQ(WriteGraphicFile(deep, path.c_str(), guard.options), 0) << ext;
     EXPECT_EQ(WriteImage(path.c_str(), HDIB{}), 0) << ext;
     EXPECT_EQ(ReadBytes(path), before) << ext;
   }
   EXPECT_EQ(Listing(dir).size(), 5u);
   EXPECT_EQ(WriteImage((dir / "x.gif").c_str(), good), 0);
   EXPECT_EQ(WriteImage((dir / "no/such/folder/x.bmp").c_str(), good), 0);
-  EXPECT_EQ(WriteGraphicFile(good, ""), 0);
+  EXPECT_EQ(WriteGraphicFile(good, "", guard.options), 0);
   EXPECT_EQ(Listing(dir).size(), 5u);
 }
 

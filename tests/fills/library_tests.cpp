@@ -8,7 +8,6 @@
 #include "temp_dir.h"
 #include "fills/stock.h"
 #include "fills/texture_file.h"
-#include "image/settings.h"
 
 using namespace ochrel;
 namespace fs = std::filesystem;
@@ -47,16 +46,9 @@ bool SameTexture(const TEXTURE& a, const TEXTURE& b) {
          a.BubbleCount == b.BubbleCount && a.ColorRed1 == b.ColorRed1 && a.Power5 == b.Power5;
 }
 
-struct BackupsOff {
-  int saved = CreateBackups;
-  BackupsOff() { CreateBackups = 0; }
-  ~BackupsOff() { CreateBackups = saved; }
-};
-
 }  // namespace
 
 TEST(TextureLibrary, WrittenFormExactly) {
-  BackupsOff guard;
   TempDir dir;
   TextureList list;
   TEXTURE t;
@@ -86,7 +78,6 @@ TEST(TextureLibrary, WrittenFormExactly) {
 }
 
 TEST(TextureLibrary, RoundTripKeepsSortedItemsAndValues) {
-  BackupsOff guard;
   TempDir dir;
   TextureList list;
   const char* names[] = {"zebra", "Apple", "mango", "apple", "Untitled (double-click to edit)"};
@@ -180,7 +171,6 @@ TEST(TextureLibrary, LenientReader) {
 }
 
 TEST(TextureLibrary, StockTexturesAreInRangeAndSurviveTheFile) {
-  BackupsOff guard;
   TempDir dir;
   const TextureList stock = StockTextures();
   ASSERT_FALSE(stock.empty());
@@ -201,7 +191,6 @@ TEST(TextureLibrary, StockTexturesAreInRangeAndSurviveTheFile) {
 }
 
 TEST(TextureLibrary, RefusedFilesLeaveTheListAlone) {
-  BackupsOff guard;
   TempDir dir;
   TextureList list;
   list.push_back({"keep", TEXTURE{}});
@@ -222,21 +211,17 @@ TEST(TextureLibrary, RefusedFilesLeaveTheListAlone) {
 
 TEST(TextureLibrary, BackupCopyWhenAskedFor) {
   TempDir dir;
-  const int saved = CreateBackups;
   TextureList list;
   AddTextureItem(&list, "one", Sample(1));
-  CreateBackups = 1;
   ASSERT_EQ(SaveTextureFile(dir / "g.FFT", list), 1);
   EXPECT_FALSE(fs::exists(dir / "g.FFT.bak"));  // nothing to back up yet
   const std::string first = Slurp(dir / "g.FFT");
   AddTextureItem(&list, "two", Sample(2));
   ASSERT_EQ(SaveTextureFile(dir / "g.FFT", list), 1);
   EXPECT_EQ(Slurp(dir / "g.FFT.bak"), first);
-  CreateBackups = 0;
   fs::remove(dir / "g.FFT.bak");
-  ASSERT_EQ(SaveTextureFile(dir / "g.FFT", list), 1);
+  ASSERT_EQ(SaveTextureFile(dir / "g.FFT", list, 1, nullptr, SaveOptions{.backups = false}), 1);
   EXPECT_FALSE(fs::exists(dir / "g.FFT.bak"));
-  CreateBackups = saved;
   // No temporary files are left behind.
   int files = 0;
   for (auto& e : fs::directory_iterator(dir.path)) files += e.is_regular_file();

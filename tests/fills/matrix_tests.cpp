@@ -7,7 +7,7 @@
 
 #include "temp_dir.h"
 #include "fills/matrix.h"
-#include "image/settings.h"
+#include "fills/stock.h"
 #include "test_images.h"
 
 using namespace ochrel;
@@ -22,11 +22,6 @@ void Le32(std::string& s, std::size_t at, std::uint32_t v) {
   for (int k = 0; k < 4; ++k) s[at + k] = static_cast<char>((v >> (8 * k)) & 255);
 }
 
-struct BackupsOff {
-  int saved = CreateBackups;
-  BackupsOff() { CreateBackups = 0; }
-  ~BackupsOff() { CreateBackups = saved; }
-};
 
 }  // namespace
 
@@ -82,8 +77,6 @@ TEST(Matrix, PalettedTilesKeepTheirColoursAndBadTilesGiveNothing) {
 }
 
 TEST(Matrix, DefaultDuplicateDestroy) {
-  const std::string saved = MatrixDefaultTile;
-  MatrixDefaultTile[0] = 0;
   MATRIX m;
   m.Rect = RECT{1, 1, 9, 9};
   ASSERT_EQ(CreateDefaultMatrix(&m), 1);
@@ -94,11 +87,9 @@ TEST(Matrix, DefaultDuplicateDestroy) {
   EXPECT_EQ(h->biHeight, 120);
   EXPECT_EQ(h->biBitCount, 24);
   // A named tile that isn't there falls back to the built-in one.
-  std::snprintf(MatrixDefaultTile, kSettingTextSize, "%s", "no-such-tile.bmp");
   MATRIX fallback;
-  ASSERT_EQ(CreateDefaultMatrix(&fallback), 1);
+  ASSERT_EQ(CreateDefaultMatrix(&fallback, "no-such-tile.bmp"), 1);
   EXPECT_TRUE(test::SameBlock(fallback.Tile, m.Tile));
-  std::snprintf(MatrixDefaultTile, kSettingTextSize, "%s", saved.c_str());
 
   MATRIX copy;
   m.Rect = RECT{0, 0, 3, 3};
@@ -113,7 +104,6 @@ TEST(Matrix, DefaultDuplicateDestroy) {
 }
 
 TEST(MatrixLibrary, RoundTripAndHeader) {
-  BackupsOff guard;
   TempDir dir;
   std::vector<HDIB> tiles;
   tiles.push_back(test::RandomDib(7, 5, 24, 1));
@@ -152,7 +142,6 @@ TEST(MatrixLibrary, RoundTripAndHeader) {
 }
 
 TEST(MatrixLibrary, MissingDamagedAndUnknownChunks) {
-  BackupsOff guard;
   TempDir dir;
   std::vector<HDIB> list;
   list.push_back(test::RandomDib(2, 2, 24, 4));
@@ -201,7 +190,6 @@ TEST(MatrixLibrary, MissingDamagedAndUnknownChunks) {
 }
 
 TEST(MatrixLibrary, AddElementAppendsOrRefusesAProtectedFile) {
-  BackupsOff guard;
   TempDir dir;
   std::vector<HDIB> tiles;
   tiles.push_back(test::RandomDib(3, 3, 24, 7));
@@ -231,8 +219,6 @@ TEST(MatrixLibrary, AddElementAppendsOrRefusesAProtectedFile) {
 
 TEST(MatrixLibrary, BackupAndDamagedItemsStayInTheirBlock) {
   TempDir dir;
-  const int saved = CreateBackups;
-  CreateBackups = 1;
   std::vector<HDIB> tiles;
   tiles.push_back(test::RandomDib(3, 3, 24, 1));
   ASSERT_EQ(SaveMatrixFile(dir / "b.MTX", tiles, 1), 1);
@@ -240,7 +226,6 @@ TEST(MatrixLibrary, BackupAndDamagedItemsStayInTheirBlock) {
   tiles.push_back(test::RandomDib(2, 2, 24, 2));
   ASSERT_EQ(SaveMatrixFile(dir / "b.MTX", tiles, 1), 1);
   EXPECT_EQ(Slurp(dir / "b.MTX.bak"), first);
-  CreateBackups = saved;
 
   // An item of 50 bytes whose header claims a 1000 x 1000 image.
   std::string bytes = Slurp(dir / "b.MTX");
@@ -270,14 +255,11 @@ TEST(MatrixLibrary, BackupAndDamagedItemsStayInTheirBlock) {
 
 TEST(Matrix, DefaultTileFromTheDataFolder) {
   TempDir dir;
-  const std::string savedPath = ApplicationPath, savedTile = MatrixDefaultTile;
-  std::snprintf(ApplicationPath, kSettingTextSize, "%s/", dir.path.c_str());
   // A small paletted image is converted to true colour.
   HDIB small = test::RandomDib(20, 10, 8, 3);
   ASSERT_EQ(WriteImage((dir / "small.bmp").c_str(), small), 1);
-  std::snprintf(MatrixDefaultTile, kSettingTextSize, "%s", "small.bmp");
   MATRIX m;
-  ASSERT_EQ(CreateDefaultMatrix(&m), 1);
+  ASSERT_EQ(CreateDefaultMatrix(&m, dir / "small.bmp"), 1);
   const BITMAPINFOHEADER* h = LockDib(m.Tile);
   EXPECT_EQ(h->biBitCount, 24);
   EXPECT_EQ(h->biWidth, 20);
@@ -288,10 +270,7 @@ TEST(Matrix, DefaultTileFromTheDataFolder) {
   // A large one is taken as it is, whatever its depth.
   HDIB large = test::RandomDib(300, 4, 8, 4);
   ASSERT_EQ(WriteImage((dir / "large.bmp").c_str(), large), 1);
-  std::snprintf(MatrixDefaultTile, kSettingTextSize, "%s", "large.bmp");
-  ASSERT_EQ(CreateDefaultMatrix(&m), 1);
+  ASSERT_EQ(CreateDefaultMatrix(&m, dir / "large.bmp"), 1);
   EXPECT_EQ(LockDib(m.Tile)->biBitCount, 8);
   EXPECT_EQ(LockDib(m.Tile)->biWidth, 300);
-  std::snprintf(ApplicationPath, kSettingTextSize, "%s", savedPath.c_str());
-  std::snprintf(MatrixDefaultTile, kSettingTextSize, "%s", savedTile.c_str());
 }

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "frame/colourtable.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "temp_dir.h"
 
 namespace ochrel {

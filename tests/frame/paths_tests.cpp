@@ -10,7 +10,7 @@
 #include <string>
 
 #include "frame/paths.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "temp_dir.h"
 
 namespace fs = std::filesystem;

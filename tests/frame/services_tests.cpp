@@ -8,7 +8,7 @@
 #include "frame/blockset.h"
 #include "frame/services.h"
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel {
 namespace {

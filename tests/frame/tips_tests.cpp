@@ -4,7 +4,7 @@
 
 #include <fstream>
 
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "temp_dir.h"
 
 namespace ochrel {

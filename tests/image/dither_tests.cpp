@@ -7,7 +7,6 @@
 
 #include "image/dither.h"
 #include "image/resample.h"
-#include "image/settings.h"
 #include "test_images.h"
 
 namespace ochrel {
@@ -16,16 +15,12 @@ namespace {
 using test::RandomDib;
 using test::SameBlock;
 
+// The levels the mono calls and the oracle below use.
+DitherOptions g_levels;
 struct DitherSettings {
-  int b = DitherBrightness, c = DitherContrast;
-  DitherSettings(int brightness, int contrast) {
-    DitherBrightness = brightness;
-    DitherContrast = contrast;
-  }
-  ~DitherSettings() {
-    DitherBrightness = b;
-    DitherContrast = c;
-  }
+  DitherOptions saved = g_levels;
+  DitherSettings(int brightness, int contrast) { g_levels = {brightness, contrast}; }
+  ~DitherSettings() { g_levels = saved; }
 };
 
 COLORREF ColourAt(const BITMAPINFOHEADER* h, const BYTE* pal, int x, int y) {
@@ -47,9 +42,9 @@ HDIB OracleDither(const HDIB& image, const BYTE* palette, int bits) {
   // Stored row sy is picture row h - 1 - sy.
   if (bits == 1) {
     BYTE table[256];
-    double d = 256 - 2 * DitherContrast;
+    double d = 256 - 2 * g_levels.contrast;
     if (d < 1) d = 1;
-    double step = 256 / d, value = DitherBrightness - DitherContrast;
+    double step = 256 / d, value = g_levels.brightness - g_levels.contrast;
     for (int i = 0; i < 256; ++i, value += step) table[i] = BYTE(value > 254 ? 254 : value >= 1 ? int(value) : 1);
     std::vector<std::vector<int>> work(h, std::vector<int>(w));
     int lo = 255, hi = 0;
@@ -152,14 +147,14 @@ TEST(DitherMono, MatchesTheLiteralRuleOnRandomImages) {
     for (int bits : {4, 8, 24})
       for (int w : {1, 2, 3, 17, 64}) {
         HDIB img = RandomDib(w, 13, bits, 300u + w + bits);
-        ASSERT_TRUE(SameBlock(DitherDib(img, Mono, 1, 0), OracleDither(img, Mono, 1))) << b << " " << c << " " << bits << " " << w;
+        ASSERT_TRUE(SameBlock(DitherDib(img, Mono, 1, 0, g_levels), OracleDither(img, Mono, 1))) << b << " " << c << " " << bits << " " << w;
       }
   }
 }
 
 TEST(DitherDib, OneBitSourcesAndBadDepthsAreRefused) {
   HDIB mono = RandomDib(8, 8, 1, 4);
-  EXPECT_FALSE(DitherDib(mono, Mono, 1, 0));
+  EXPECT_FALSE(DitherDib(mono, Mono, 1, 0, g_levels));
   EXPECT_FALSE(DitherDib(mono, Ortho, 8, 0));
   EXPECT_FALSE(DitherDib(RandomDib(8, 8, 24, 4), Ortho, 24, 0));
   EXPECT_FALSE(DitherDib(HDIB{}, Ortho, 8, 0));

@@ -2,7 +2,6 @@
 // environment in wrapper_tests.cpp makes.
 #include <gtest/gtest.h>
 
-#include "image/settings.h"
 #include "render/shadow_sample.h"
 
 namespace ochrel {
@@ -45,7 +44,6 @@ TEST(ShadowSampleMasks, RectangleEllipsePolygonSizesAndPlaces) {
 }
 
 TEST(ShadowSampleMasks, TextLineInTheFont) {
-  const std::string saved = TextFontExampleString;
   HDIB text = CreateShadowTextSampleBitmap(nullptr, 30, 0, 0, 0, 255, 0, 4, 6);
   ASSERT_TRUE(text);
   const BITMAPINFOHEADER* h = LockDib(text);
@@ -66,11 +64,9 @@ TEST(ShadowSampleMasks, TextLineInTheFont) {
   for (int y = 0; y < LockDib(bold)->biHeight; ++y)
     for (int x = 0; x < LockDib(bold)->biWidth; ++x) boldInk += Grey(bold, x, y);
   EXPECT_GT(boldInk, ink);
-  std::snprintf(TextFontExampleString, kSettingTextSize, "%s", "W");
-  HDIB one = CreateShadowTextSampleBitmap(nullptr, 30, 0, 0, 0, 255, 0, 0, 0);
+  HDIB one = CreateShadowTextSampleBitmap(nullptr, 30, 0, 0, 0, 255, 0, 0, 0, "W");
   ASSERT_TRUE(one);
   EXPECT_LT(LockDib(one)->biWidth, h->biWidth / 3);
-  std::snprintf(TextFontExampleString, kSettingTextSize, "%s", saved.c_str());
 }
 
 TEST(ShadowSample, ObjectShadowAndColoursByDocumentKind) {

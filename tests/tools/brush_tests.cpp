@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "frame/blockset.h"
+#include "frame/settings.h"
 #include "image/colourblend.h"
-#include "image/settings.h"
 #include "test_images.h"
 #include "tools/airbrush.h"
 #include "tools/brushsettings.h"

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "frame/blockset.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "tools/brushtools.h"
 #include "tools/toolsession.h"
 

@@ -9,7 +9,7 @@
 #include "fills/gradient.h"
 #include "frame/blockset.h"
 #include "image/kernel.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "test_images.h"
 #include "tools/floodfill.h"
 #include "tools/toolsession.h"

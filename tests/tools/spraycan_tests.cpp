@@ -10,7 +10,7 @@
 #include "fake_tool_host.h"
 #include "frame/blockset.h"
 #include "image/crand.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "test_images.h"
 #include "tools/spraycan.h"
 #include "tools/toolsession.h"

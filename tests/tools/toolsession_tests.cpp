@@ -6,7 +6,7 @@
 #include "fake_tool_host.h"
 #include "frame/blockset.h"
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "tools/toolsession.h"
 #include "tools/viewtools.h"
 

@@ -403,7 +403,7 @@ TEST_F(FilterDialogTest, PanesDrawTheImageCentredAndZoomAndPanWithTheMouse) {
   EXPECT_EQ(ClampFilterPan(-5, 280, 280), 0);
   DocumentWindow* d = Photo(200, 100);
   Filters([&](MasterFilterBox& box) {
-    FILTERPARAM* p = box.param();
+    FilterView* p = &box.view();
     box.resize(960, 560);
     box.show();
     QCoreApplication::processEvents();

@@ -243,7 +243,7 @@ TEST_F(FrameTest, SeveralFilesOnTheCommandLineOpenOneDocumentEach) {
   HDIB image = test::RandomDib(20, 10, 24, 3);
   QStringList args;
   for (const char* name : {"a.bmp", "b.pcx", "c.tga"}) {
-    ASSERT_NE(WriteGraphicFile(image, (dir / name).c_str()), 0) << name;
+    ASSERT_NE(WriteGraphicFile(image, (dir / name).c_str(), SaveOptions{}), 0) << name;
     args << QString::fromStdString(dir / name);
   }
   args.insert(1, QString::fromStdString(dir / "missing.bmp"));

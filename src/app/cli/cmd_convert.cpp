@@ -3,7 +3,8 @@
 #include "cli.h"
 #include "convert_options.h"
 #include "files/imagefile.h"
-#include "image/settings.h"
+#include "frame/options.h"
+#include "frame/settings.h"
 
 namespace ochrel::cli {
 namespace {
@@ -30,11 +31,9 @@ int RunConvert(const Args& given) {
   std::string error;
   if (!ApplyConvertOptions(rest, image, &error)) return Fail(error);
   if (!rest.empty()) return Usage(kConvert);
-  int saved = JPEGQualityFactor;
-  JPEGQualityFactor = static_cast<int>(quality);
-  int ok = WriteImage(out.c_str(), image);
-  JPEGQualityFactor = saved;
-  if (!ok) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
+  SaveOptions options = SaveOptionsFromSettings();
+  options.jpegQuality = static_cast<int>(quality);
+  if (!WriteImage(out.c_str(), image, options)) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
   return 0;
 }
 

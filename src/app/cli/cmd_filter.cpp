@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli.h"
+#include "frame/options.h"
 #include "files/imagefile.h"
 #include "filters/filterparam.h"
 #include "image/crand.h"
@@ -86,7 +87,7 @@ int RunFilter(const Args& given) {
   if (haveSeed) srand(static_cast<unsigned>(seed));
   HDIB result = filtertype[filter].function(image, &param);
   if (!result) return Fail("Memory error");
-  if (!WriteImage(out.c_str(), result)) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
+  if (!WriteImage(out.c_str(), result, SaveOptionsFromSettings())) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
   return 0;
 }
 

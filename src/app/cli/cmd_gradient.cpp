@@ -1,9 +1,10 @@
 #include <string>
 
 #include "cli.h"
+#include "frame/options.h"
 #include "cmd_fills_common.h"
 #include "fills/gradient.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel::cli {
 namespace {
@@ -59,7 +60,7 @@ int RunGradient(const Args& input) {
   g.Rect = RECT{0, 0, w, h};
   HDIB dib = CreateGradient(&g);
   if (!dib) return Fail("Memory error");
-  if (!WriteImage(out.c_str(), dib)) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
+  if (!WriteImage(out.c_str(), dib, SaveOptionsFromSettings())) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
   return 0;
 }
 

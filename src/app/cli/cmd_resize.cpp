@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "cli.h"
+#include "frame/options.h"
 #include "files/imagefile.h"
 #include "image/resample.h"
 
@@ -29,7 +30,7 @@ int RunResize(const Args& args) {
   if (nw < 1 || nh < 1) return Fail("resizing " + std::to_string(width) + "x" + std::to_string(height) + " by " + args[2] + "% leaves no pixels");
   HDIB result = ResizeDib(image, static_cast<int>(percentage));
   if (!result) return Fail("resizing to " + std::to_string(nw) + "x" + std::to_string(nh) + ": Memory error");
-  if (!WriteImage(out.c_str(), result)) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
+  if (!WriteImage(out.c_str(), result, SaveOptionsFromSettings())) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
   return 0;
 }
 

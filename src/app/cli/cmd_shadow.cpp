@@ -2,9 +2,10 @@
 #include <string>
 
 #include "cli.h"
+#include "frame/options.h"
 #include "cmd_fills_common.h"
 #include "fills/shadow.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel::cli {
 namespace {
@@ -72,7 +73,7 @@ int RunShadow(const Args& input) {
   int x = 0, y = 0;
   COLORREF colour = 0;
   if (!HandleShadowImage(&mask, &x, &y, &colour, &s, colours)) return Fail("Memory error");
-  if (!WriteImage(out.c_str(), mask)) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
+  if (!WriteImage(out.c_str(), mask, SaveOptionsFromSettings())) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
   std::printf("x=%d y=%d colour=%u\n", x, y, static_cast<unsigned>(colour));
   return 0;
 }

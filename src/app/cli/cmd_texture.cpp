@@ -2,6 +2,7 @@
 #include <string>
 
 #include "cli.h"
+#include "frame/options.h"
 #include "cmd_fills_common.h"
 #include "fills/texture.h"
 #include "fills/texture_file.h"
@@ -84,7 +85,7 @@ int RunTexture(const Args& input) {
   texture.Rect = RECT{0, 0, w, h};
   HDIB dib = CreateTexture(&texture);
   if (!dib) return Fail("Memory error");
-  if (!WriteImage(out.c_str(), dib)) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
+  if (!WriteImage(out.c_str(), dib, SaveOptionsFromSettings())) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
   return 0;
 }
 

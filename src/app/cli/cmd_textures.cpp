@@ -4,7 +4,6 @@
 #include "cli.h"
 #include "fills/stock.h"
 #include "fills/texture_file.h"
-#include "image/settings.h"
 
 namespace ochrel::cli {
 namespace {
@@ -19,10 +18,7 @@ int RunTextures(const Args& input) {
   if (TakeOption(args, "--make-stock", &stock, &missing)) {
     if (!args.empty()) return Usage(self);
     // The shipped library: fixed contents and time stamp, protected from changes.
-    const int backups = CreateBackups;
-    CreateBackups = 0;
-    const int ok = SaveTextureFile(stock, StockTextures(), 0, kStockStampText);
-    CreateBackups = backups;
+    const int ok = SaveTextureFile(stock, StockTextures(), 0, kStockStampText, SaveOptions{.backups = false});
     if (!ok) return Fail(stock + ": Error writing file");
     return 0;
   }

@@ -1,6 +1,7 @@
 #include <string>
 
 #include "cli.h"
+#include "frame/options.h"
 #include "cmd_fills_common.h"
 #include "fills/matrix.h"
 
@@ -36,7 +37,7 @@ int RunTile(const Args& input) {
   m.Rect = RECT{0, 0, w, h};
   HDIB dib = CreateMatrix(&m);
   if (!dib) return Fail("Memory error");
-  if (!WriteImage(out.c_str(), dib)) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
+  if (!WriteImage(out.c_str(), dib, SaveOptionsFromSettings())) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
   return 0;
 }
 

@@ -4,7 +4,6 @@
 #include "cli.h"
 #include "fills/matrix.h"
 #include "fills/stock.h"
-#include "image/settings.h"
 
 namespace ochrel::cli {
 namespace {
@@ -18,10 +17,7 @@ int RunTiles(const Args& input) {
   bool missing = false;
   if (TakeOption(args, "--make-stock", &stock, &missing)) {
     if (!args.empty()) return Usage(self);
-    const int backups = CreateBackups;
-    CreateBackups = 0;
-    const int ok = SaveMatrixFile(stock, StockMatrixTiles(), 0, kStockStamp);
-    CreateBackups = backups;
+    const int ok = SaveMatrixFile(stock, StockMatrixTiles(), 0, kStockStamp, SaveOptions{.backups = false});
     if (!ok) return Fail(stock + ": Error writing file");
     return 0;
   }

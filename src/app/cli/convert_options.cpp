@@ -1,8 +1,9 @@
 #include "convert_options.h"
 
 #include "frame/config.h"
+#include "frame/options.h"
 #include "image/convert.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 
 namespace ochrel::cli {
 
@@ -26,15 +27,6 @@ bool ParseLevel(const std::string& name, const std::string& text, int* value, st
   *value = static_cast<int>(v);
   return true;
 }
-
-// Keeps the two dither settings for one run and puts them back afterwards.
-struct DitherSettingsScope {
-  int brightness = DitherBrightness, contrast = DitherContrast;
-  ~DitherSettingsScope() {
-    DitherBrightness = brightness;
-    DitherContrast = contrast;
-  }
-};
 
 }  // namespace
 
@@ -70,16 +62,12 @@ bool ApplyConvertOptions(Args& args, HDIB& image, std::string* error) {
     return false;
   }
 
-  DitherSettingsScope keep;
-  // Only the error-diffused mono conversion reads the two settings; the
-  // stored ones count unless given here.
-  if (kind == kMono && id == IDC_MONO_DITHER && !(hasB && hasC)) {
-    LoadConfig();
-    keep.brightness = DitherBrightness;
-    keep.contrast = DitherContrast;
-  }
-  if (hasB) DitherBrightness = brightness;
-  if (hasC) DitherContrast = contrast;
+  // Only the error-diffused mono conversion reads the two levels; the stored
+  // ones count unless given here.
+  if (kind == kMono && id == IDC_MONO_DITHER && !(hasB && hasC)) LoadConfig();
+  DitherOptions dither = DitherOptionsFromSettings();
+  if (hasB) dither.brightness = brightness;
+  if (hasC) dither.contrast = contrast;
 
   const int sourceBits = LockDib(image) ? LockDib(image)->biBitCount : 0;
   HDIB result;
@@ -87,7 +75,7 @@ bool ApplyConvertOptions(Args& args, HDIB& image, std::string* error) {
     case kTrue: result = ConvertToTrueColour(image); break;
     case kGrey: result = ConvertToGrey(image); break;
     case kPaletted: result = ConvertToPaletteStrategy(image, id); break;
-    case kMono: result = ConvertToMonoStrategy(image, id); break;
+    case kMono: result = ConvertToMonoStrategy(image, id, dither); break;
   }
   if (!result) {
     const bool dithered = (kind == kPaletted && (id == 101 || id == 102 || id == 105)) || (kind == kMono && id == 101);

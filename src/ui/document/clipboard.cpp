@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "files/imagefile.h"
+#include "frame/options.h"
 #include "render/screen.h"
 #include "tools/pastetools.h"
 #include "tools/toolsession.h"
@@ -74,7 +75,7 @@ int DoCopyToClipboard(const BLOCKSET* record) {
 int DoCopyToFile(const BLOCKSET* record, const std::string& path) {
   HDIB source = SelectionImage(record);
   if (!source) return 0;
-  return WriteImage(path.c_str(), source);
+  return WriteImage(path.c_str(), source, SaveOptionsFromSettings());
 }
 
 HDIB PictureToDib(const QImage& picture, COLORREF paper) {

@@ -24,7 +24,7 @@
 #include "frame/strings.h"
 #include "fills/matrix.h"
 #include "frame/paths.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "render/screen.h"
 #include "tools/selection.h"
 #include "ui/dialogs/image/attributesdialog.h"

@@ -7,7 +7,7 @@
 
 #include "frame/blockset.h"
 #include "frame/commands.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/document/documentwindow.h"
 #include "ui/widgets/frameservices.h"
 

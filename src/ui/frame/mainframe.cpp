@@ -33,12 +33,13 @@
 #include "frame/commands.h"
 #include "frame/config.h"
 #include "frame/menustate.h"
+#include "frame/options.h"
 #include "frame/view.h"
 #include "frame/paths.h"
 #include "frame/recentpaths.h"
 #include "frame/services.h"
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/dialogs/colour/colourdialogs.h"
 #include "ui/dialogs/fills/filldialogs.h"
 #include "ui/dialogs/image/convertdialogs.h"
@@ -776,7 +777,7 @@ void MainFrame::DoConvert(int id) {
 }
 
 bool MainFrame::WriteDocument(QWidget*, const HDIB& image, const std::string& path) {
-  return image && WriteGraphicFile(image, path.c_str()) != 0;
+  return image && WriteGraphicFile(image, path.c_str(), SaveOptionsFromSettings()) != 0;
 }
 
 void MainFrame::ViewStateChanged(int viewMode, bool gridActive) {

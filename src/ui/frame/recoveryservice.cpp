@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "frame/blockset.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/document/documentwindow.h"
 #include "ui/widgets/messages.h"
 

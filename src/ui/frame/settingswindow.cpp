@@ -26,7 +26,7 @@
 
 #include "frame/config.h"
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "tools/brushstamp.h"
 #include "tools/spraycan.h"
 #include "tools/toolparam.h"

@@ -38,7 +38,7 @@
 #include "frame/strings.h"
 #include "frame/tips.h"
 #include "frame/version.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/widgets/messages.h"
 

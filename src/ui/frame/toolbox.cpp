@@ -9,7 +9,7 @@
 #include <QToolButton>
 
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "tools/tooltable.h"
 #include "ui/widgets/icons.h"
 

@@ -19,7 +19,7 @@
 #include "files/imagefile.h"
 #include "frame/services.h"
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/widgets/messages.h"
 

@@ -5,7 +5,7 @@
 #include <QWidget>
 
 #include "frame/blockset.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/dialogs/colour/colourdialogs.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/dialogs/fills/gradientdialog.h"

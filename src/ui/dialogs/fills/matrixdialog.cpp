@@ -21,10 +21,11 @@
 
 #include "files/imagefile.h"
 #include "frame/blockset.h"
+#include "frame/options.h"
 #include "frame/paths.h"
 #include "frame/strings.h"
 #include "image/convert.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/dialogs/files/filedialogs.h"
 #include "ui/dialogs/fills/gradientdialog.h"
@@ -259,7 +260,7 @@ void MatrixBox::AddTile() {
     std::snprintf(MatrixLibrary, kSettingTextSize, "%s", file.c_str());
     // Shift is down as the file is written, so the new group carries the
     // protecting flag, as the library's rules have it.
-    if (!SaveMatrixFile(GroupPath(), entries_, FillShiftHeld() ? 0 : 1)) {
+    if (!SaveMatrixFile(GroupPath(), entries_, FillShiftHeld() ? 0 : 1, std::time(nullptr), SaveOptionsFromSettings())) {
       DoMessage(this, "Error writing file");
       return;
     }
@@ -327,7 +328,7 @@ void MatrixBox::ExportTile() {
   if (row < 0 || row >= static_cast<int>(entries_.size())) return;
   std::string path;
   if (!GetWriteImageFileName(this, GetUntitledFileName(), &path)) return;
-  if (!WriteImage(path.c_str(), entries_[row])) DoMessage(this, "Error writing file");
+  if (!WriteImage(path.c_str(), entries_[row], SaveOptionsFromSettings())) DoMessage(this, "Error writing file");
 }
 
 void MatrixBox::EditTile() {
@@ -349,7 +350,7 @@ void MatrixBox::Accept() {
   if (modified_ || shift) {
     QApplication::setOverrideCursor(Qt::WaitCursor);
     // Shift held here writes the protecting flag; the dialog closes whatever the result.
-    SaveMatrixFile(GroupPath(), entries_, shift ? 0 : 1);
+    SaveMatrixFile(GroupPath(), entries_, shift ? 0 : 1, std::time(nullptr), SaveOptionsFromSettings());
     QApplication::restoreOverrideCursor();
   }
   accept();

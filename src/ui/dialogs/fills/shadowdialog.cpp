@@ -18,6 +18,7 @@
 #include <cmath>
 
 #include "frame/blockset.h"
+#include "frame/settings.h"
 #include "render/shadow_sample.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/dialogs/fills/gradientdialog.h"
@@ -76,6 +77,7 @@ ShadowSample::ShadowSample(ShadowBox* box) : QWidget(box), box_(box) {
 HDIB ShadowBox::MakeSample() const {
   const QRect inner = sample_->rect().adjusted(2, 2, -2, -2);
   SHADOWSAMPLE s;
+  s.Text = TextFontExampleString;
   if (const auto* r = static_cast<const BLOCKSET*>(working_->Owner)) {
     s.ImageType = r->ImageType;
     s.PaintColour = GetPaintColour(r);

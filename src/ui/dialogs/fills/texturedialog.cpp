@@ -20,8 +20,9 @@
 #include <cstring>
 #include <filesystem>
 
+#include "frame/options.h"
 #include "frame/paths.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/dialogs/fills/gradientdialog.h"
 #include "ui/dialogs/fills/librarygroups.h"
@@ -550,7 +551,7 @@ void TextureBox::AddTexture() {
     name = name.substr(0, kTextureNameLength - 4);
     const std::string file = name + ".FFT";
     std::snprintf(DefaultTextureFileName, kSettingTextSize, "%s", file.c_str());
-    if (!SaveTextureFile(GroupPath(), items_)) {
+    if (!SaveTextureFile(GroupPath(), items_, 1, nullptr, SaveOptionsFromSettings())) {
       DoMessage(this, "Error writing file");
       return;
     }
@@ -614,7 +615,7 @@ void TextureBox::PickNodeColour(int k) {
 }
 
 void TextureBox::Accept() {
-  if (modified_ && TextureLibraryWriteable() && !SaveTextureFile(GroupPath(), items_))
+  if (modified_ && TextureLibraryWriteable() && !SaveTextureFile(GroupPath(), items_, 1, nullptr, SaveOptionsFromSettings()))
     DoMessage(this, "Error writing file");
   accept();
 }

@@ -32,9 +32,10 @@
 #include <cstdio>
 
 #include "frame/blockset.h"
+#include "frame/options.h"
 #include "frame/strings.h"
 #include "frame/view.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/widgets/longwork.h"
 #include "ui/widgets/messages.h"
@@ -114,7 +115,6 @@ const char kNoiseTypes[] = "Gaussian Noise;Multiplicative Noise;Impulse Noise;La
 // but no images of the dialog's own.
 void CopySettings(const FILTERPARAM& from, FILTERPARAM* to) {
   for (int k = 0; k < FILTER_SETTING_COUNT; ++k) to->*filtersettings[k].field = from.*filtersettings[k].field;
-  to->Window = from.Window;
   to->FilterType = from.FilterType;
   to->BeforeImage = from.BeforeImage;
   to->BeforeWidth = from.BeforeWidth;
@@ -218,8 +218,8 @@ int ClampFilterPan(int offset, int inner, int scaled) {
 
 // ---- Panes ----------------------------------------------------------------------------
 
-FilterPane::FilterPane(int id, FILTERPARAM* param, QWidget* parent)
-    : QFrame(parent), param_(param), after_(id == 102) {
+FilterPane::FilterPane(int id, FILTERPARAM* param, FilterView* view, QWidget* parent)
+    : QFrame(parent), param_(param), view_(view), after_(id == 102) {
   setObjectName(QString::number(id));
   setMouseTracking(true);
   setAttribute(Qt::WA_OpaquePaintEvent);
@@ -229,14 +229,14 @@ FilterPane::FilterPane(int id, FILTERPARAM* param, QWidget* parent)
 }
 
 const HDIB* FilterPane::Image() const { return after_ ? &param_->AfterImage : param_->BeforeImage; }
-int& FilterPane::Zoom() const { return after_ ? param_->AfterZoom : param_->BeforeZoom; }
-int& FilterPane::PanX() const { return after_ ? param_->AfterX : param_->BeforeX; }
-int& FilterPane::PanY() const { return after_ ? param_->AfterY : param_->BeforeY; }
-int FilterPane::Mode() const { return after_ ? param_->AfterMode : param_->BeforeMode; }
+int& FilterPane::Zoom() const { return after_ ? view_->AfterZoom : view_->BeforeZoom; }
+int& FilterPane::PanX() const { return after_ ? view_->AfterX : view_->BeforeX; }
+int& FilterPane::PanY() const { return after_ ? view_->AfterY : view_->BeforeY; }
+int FilterPane::Mode() const { return after_ ? view_->AfterMode : view_->BeforeMode; }
 
 void FilterPane::UpdateCursor() {
   if (Mode() == 0) setCursor(ZoomCursor());
-  else setCursor(param_->Dragging ? Qt::ClosedHandCursor : Qt::OpenHandCursor);
+  else setCursor(view_->Dragging ? Qt::ClosedHandCursor : Qt::OpenHandCursor);
 }
 
 QRect FilterPane::ImageRect(int panX, int panY) const {
@@ -283,10 +283,10 @@ void FilterPane::paintEvent(QPaintEvent*) {
 void FilterPane::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || Mode() != 1) return;
   const QPoint at = event->position().toPoint();
-  param_->DragX = at.x();
-  param_->DragY = at.y();
-  param_->Dragging = 1;
-  param_->DragPaint = 0;
+  view_->DragX = at.x();
+  view_->DragY = at.y();
+  view_->Dragging = 1;
+  view_->DragPaint = 0;
   dragging_ = true;
   UpdateCursor();
 }
@@ -297,12 +297,12 @@ void FilterPane::mouseMoveEvent(QMouseEvent* event) {
   // The image follows the hand; only the button-up keeps the place.
   const QPoint at = event->position().toPoint();
   const int keepX = PanX(), keepY = PanY();
-  const QPoint candidate = ClampedPan(keepX + at.x() - param_->DragX, keepY + at.y() - param_->DragY);
+  const QPoint candidate = ClampedPan(keepX + at.x() - view_->DragX, keepY + at.y() - view_->DragY);
   PanX() = candidate.x();
   PanY() = candidate.y();
-  param_->DragPaint = 1;
+  view_->DragPaint = 1;
   repaint();
-  param_->DragPaint = 0;
+  view_->DragPaint = 0;
   PanX() = keepX;
   PanY() = keepY;
 }
@@ -314,8 +314,8 @@ void FilterPane::mouseReleaseEvent(QMouseEvent* event) {
       emit zoomIn();
     } else if (dragging_) {
       dragging_ = false;
-      param_->Dragging = 0;
-      const QPoint pan = ClampedPan(PanX() + at.x() - param_->DragX, PanY() + at.y() - param_->DragY);
+      view_->Dragging = 0;
+      const QPoint pan = ClampedPan(PanX() + at.x() - view_->DragX, PanY() + at.y() - view_->DragY);
       PanX() = pan.x();
       PanY() = pan.y();
       update();
@@ -400,7 +400,7 @@ void MasterFilterBox::Build() {
   auto* panes = new QHBoxLayout;
   for (int k = 0; k < 2; ++k) {
     auto* column = new QVBoxLayout;
-    auto* pane = new FilterPane(101 + k, param_, this);
+    auto* pane = new FilterPane(101 + k, param_, &view_, this);
     (k == 0 ? before_ : after_) = pane;
     column->addWidget(pane, 1);
     auto* under = new QHBoxLayout;
@@ -659,26 +659,26 @@ void MasterFilterBox::FilterCheckSelect() {
 }
 
 void MasterFilterBox::UpdateLabels() {
-  magnification_[0]->setText(QString::asprintf(FetchString(323), param_->BeforeZoom));
-  magnification_[1]->setText(QString::asprintf(FetchString(323), param_->AfterZoom));
+  magnification_[0]->setText(QString::asprintf(FetchString(323), view_.BeforeZoom));
+  magnification_[1]->setText(QString::asprintf(FetchString(323), view_.AfterZoom));
   for (int k = 0; k < 2; ++k) {
     QPixmap pm = CrispPixmap(QSize(20, 20));
     QPainter p(&pm);
-    DrawModePicture(p, QRect(0, 0, 20, 20), k == 0 ? param_->BeforeMode : param_->AfterMode);
+    DrawModePicture(p, QRect(0, 0, 20, 20), k == 0 ? view_.BeforeMode : view_.AfterMode);
     p.end();
     modes_[k]->setIcon(QIcon(pm));
-    modes_[k]->setToolTip((k == 0 ? param_->BeforeMode : param_->AfterMode) ? "Pan" : "Zoom");
+    modes_[k]->setToolTip((k == 0 ? view_.BeforeMode : view_.AfterMode) ? "Pan" : "Zoom");
   }
 }
 
 void MasterFilterBox::PaneCommand(int id) {
   switch (id) {
-    case 103: param_->BeforeMode = !param_->BeforeMode; before_->UpdateCursor(); break;
-    case 104: param_->AfterMode = !param_->AfterMode; after_->UpdateCursor(); break;
-    case 108: if (param_->BeforeZoom * 2 <= 1600) param_->BeforeZoom *= 2; before_->update(); break;
-    case 109: if (param_->BeforeZoom / 2 >= 25) param_->BeforeZoom /= 2; before_->update(); break;
-    case 110: if (param_->AfterZoom * 2 <= 1600) param_->AfterZoom *= 2; after_->update(); break;
-    case 111: if (param_->AfterZoom / 2 >= 25) param_->AfterZoom /= 2; after_->update(); break;
+    case 103: view_.BeforeMode = !view_.BeforeMode; before_->UpdateCursor(); break;
+    case 104: view_.AfterMode = !view_.AfterMode; after_->UpdateCursor(); break;
+    case 108: if (view_.BeforeZoom * 2 <= 1600) view_.BeforeZoom *= 2; before_->update(); break;
+    case 109: if (view_.BeforeZoom / 2 >= 25) view_.BeforeZoom /= 2; before_->update(); break;
+    case 110: if (view_.AfterZoom * 2 <= 1600) view_.AfterZoom *= 2; after_->update(); break;
+    case 111: if (view_.AfterZoom / 2 >= 25) view_.AfterZoom /= 2; after_->update(); break;
     default: return;
   }
   UpdateLabels();
@@ -868,7 +868,6 @@ int DoMasterFilterDialog(QWidget* window, BLOCKSET* record, int filterType, Filt
   param.AfterDepth = after->biHeight;
   param.ImageType = GetImageType(*param.BeforeImage);
   param.PaperColour = record->PaperColour;
-  param.Window = window;
   param.FilterType = filterType;
   ImposeFilterParams(&param);
 

@@ -30,6 +30,14 @@ class LongWorkSigns;
 struct BLOCKSET;
 
 
+// What the dialog shows, apart from the filter's record: each pane's zoom (in
+// percent), pan and mode (0 zoom, 1 pan), and the pan drag under way.
+struct FilterView {
+  int BeforeZoom = 100, BeforeX = 0, BeforeY = 0, BeforeMode = 0;
+  int AfterZoom = 100, AfterX = 0, AfterY = 0, AfterMode = 0;
+  int DragX = 0, DragY = 0, Dragging = 0, DragPaint = 0;
+};
+
 // The pan offset of a pane on one axis, held where the image can't leave the
 // pane: inner is the pane's inner size, scaled the image's zoomed size.
 int ClampFilterPan(int offset, int inner, int scaled);
@@ -39,7 +47,7 @@ int ClampFilterPan(int offset, int inner, int scaled);
 class FilterPane : public QFrame {
   Q_OBJECT
  public:
-  FilterPane(int id, FILTERPARAM* param, QWidget* parent);
+  FilterPane(int id, FILTERPARAM* param, FilterView* view, QWidget* parent);
   bool isAfter() const { return after_; }
   // Where the image stands in the pane for a given pan, in widget pixels.
   QRect ImageRect(int panX, int panY) const;
@@ -68,6 +76,7 @@ class FilterPane : public QFrame {
   int Mode() const;
   void UpdateCursor();
   FILTERPARAM* param_;
+  FilterView* view_;
   bool after_;
   QRect lastImage_;
   QImage canvas_;
@@ -83,6 +92,7 @@ class MasterFilterBox : public QDialog {
   ~MasterFilterBox() override;
 
   FILTERPARAM* param() const { return param_; }
+  FilterView& view() { return view_; }
   QComboBox* filterList() const { return list_; }
   FilterPane* pane(int id) const { return id == 101 ? before_ : after_; }
   QScrollBar* scrollBar(int id) const;
@@ -128,6 +138,7 @@ class MasterFilterBox : public QDialog {
   void RememberFilterName();
 
   FILTERPARAM* param_;
+  FilterView view_;
   FilterPane* before_ = nullptr;
   FilterPane* after_ = nullptr;
   QComboBox* list_ = nullptr;

@@ -13,7 +13,7 @@
 #include "frame/blockset.h"
 #include "frame/services.h"
 #include "frame/strings.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/widgets/icons.h"
 #include "ui/widgets/messages.h"

@@ -12,9 +12,10 @@
 #include <QSpinBox>
 #include <QVBoxLayout>
 
+#include "frame/options.h"
 #include "frame/strings.h"
 #include "image/convert.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "render/screen.h"
 #include "ui/widgets/dialogrunner.h"
 #include "ui/widgets/longwork.h"
@@ -191,7 +192,7 @@ ConvertToMonoBox::ConvertToMonoBox(const HDIB& source, QWidget* parent) : Conver
            "intended target application. See Help for more about what these options do."),
         options, 3, 104, &ToMonoType,
         [this](int w, int h, int* ox, int* oy) -> HDIB {
-          return image() ? MonoPreviewImage(*image(), previewOption(), w, h, ox, oy) : nullptr;
+          return image() ? MonoPreviewImage(*image(), previewOption(), w, h, ox, oy, DitherOptionsFromSettings()) : nullptr;
         },
         numbers);
 
@@ -250,7 +251,7 @@ HDIB ConvertToMono(QWidget* parent, const HDIB& image) {
   bool cancelled = false;
   const int type = ToMonoType;
   HDIB result = RunLongImageWork(
-      parent, "Converting", image, [type](const HDIB& copy) { return ConvertToMonoStrategy(copy, type); }, &cancelled);
+      parent, "Converting", image, [type, dither = DitherOptionsFromSettings()](const HDIB& copy) { return ConvertToMonoStrategy(copy, type, dither); }, &cancelled);
   if (cancelled) return nullptr;
   if (!result) DoMessage(parent, QString::fromUtf8(FetchString(IDS_MEMORY_ERROR)));
   return result;

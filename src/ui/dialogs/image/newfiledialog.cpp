@@ -12,7 +12,7 @@
 #include <algorithm>
 
 #include "frame/blockset.h"
-#include "image/settings.h"
+#include "frame/settings.h"
 #include "ui/dialogs/colour/colourdialogs.h"
 
 namespace ochrel {

@@ -1,6 +1,8 @@
 // The program-wide settings: plain variables with their compiled-in defaults.
-// The configuration store binds each to its name in the settings file; engine
-// code reads them directly, as every other layer does.
+// The configuration store (frame/config.h) binds each to its name in the
+// settings file. They belong to the program, not to the engine: engine
+// functions take what they need as arguments, and frame/options.h builds those
+// values from these variables.
 #pragma once
 
 namespace ochrel {

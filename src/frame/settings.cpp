@@ -1,6 +1,6 @@
 // The compiled-in values of the program-wide settings. One list gives both the
 // variables and the reset, so that the two can never drift apart.
-#include "image/settings.h"
+#include "frame/settings.h"
 
 #include <cstring>
 
