@@ -11,6 +11,7 @@
 #include <QTextBrowser>
 #include <QUrl>
 
+#include "frame/options.h"
 #include "frame/strings.h"
 #include "image/convert.h"
 #include "qt_fixture.h"
@@ -123,7 +124,7 @@ TEST_F(ConvertDialogTest, PreviewIsTheEngineResultForTheCheckedButtonAndIsMadeOn
   ConvertPreview* preview = mono.preview();
   for (int id : {103, 102, 101}) {
     mono.option(id)->click();
-    EXPECT_TRUE(test::SameBlock(preview->previewDib(), MonoPreviewImage(image, id, box.width(), box.height(), nullptr, nullptr))) << id;
+    EXPECT_TRUE(test::SameBlock(preview->previewDib(), MonoPreviewImage(image, id, box.width(), box.height(), nullptr, nullptr, DitherOptionsFromSettings()))) << id;
   }
   int made = preview->makeCount();
   preview->previewDib();
@@ -136,7 +137,7 @@ TEST_F(ConvertDialogTest, PreviewIsTheEngineResultForTheCheckedButtonAndIsMadeOn
   mono.contrast()->setValue(7);
   EXPECT_FALSE(test::SameBlock(preview->previewDib(), at25));
   EXPECT_EQ(preview->makeCount(), made + 1);
-  EXPECT_TRUE(test::SameBlock(preview->previewDib(), MonoPreviewImage(image, 101, box.width(), box.height(), nullptr, nullptr)));
+  EXPECT_TRUE(test::SameBlock(preview->previewDib(), MonoPreviewImage(image, 101, box.width(), box.height(), nullptr, nullptr, DitherOptionsFromSettings())));
   // A closed dialog shows nothing.
   mono.reject();
   EXPECT_FALSE(preview->previewDib());
@@ -187,7 +188,7 @@ TEST_F(ConvertDialogTest, OkOpensTheEngineResultOfTheChosenOptionAsANewDocument)
     ASSERT_NE(d, nullptr) << id;
     EXPECT_EQ(ToMonoType, id);
     EXPECT_EQ(d->record()->ImageType, IMAGE_MONO);
-    EXPECT_TRUE(test::SameBlock(d->record()->Image, ConvertToMonoStrategy(source, id))) << id;
+    EXPECT_TRUE(test::SameBlock(d->record()->Image, ConvertToMonoStrategy(source, id, DitherOptionsFromSettings()))) << id;
   }
   EXPECT_TRUE(prompts.empty());
 }
