@@ -21,7 +21,8 @@
 namespace ochrel::test {
 
 // A digest of an image's bytes (header, palette and pixels), folded into `h`
-// so that a family of outputs can share one recorded value.
+// so that a family of outputs can share one recorded value. Values are recorded
+// from outputs known good; after a deliberate change, copy the reported ones.
 constexpr std::uint64_t kDigestStart = 1469598103934665603ull;
 inline std::uint64_t Digest(const HDIB& image, std::uint64_t h = kDigestStart) {
   if (!image) return h * 31;

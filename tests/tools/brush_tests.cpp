@@ -61,7 +61,7 @@ HDIB HandStamp(int w, int h, const std::vector<int>& values) {
 // are filled squares; soft stamps are symmetric with the opacity at the core and
 // ramp longer as they soften; the hard type and paletted or mono images give one
 // flat shape; each tool reads its own settings row; flat pens keep one pixel of
-// height and turn with the angle (round ones and 0 or 360 stay upright).
+// height and turn with the angle (unflattened round ones, and 0 or 360, stay upright).
 std::map<std::string, std::uint64_t> StampDigests() {
   std::map<std::string, std::uint64_t> out;
   auto soft = [&](const char* family, BLOCKSET& d, int type) {
