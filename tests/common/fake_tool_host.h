@@ -4,6 +4,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -18,6 +19,16 @@
 #include "tools/toolsession.h"
 
 namespace ochrel::test {
+
+// A digest of an image's bytes (header, palette and pixels), folded into `h`
+// so that a family of outputs can share one recorded value. Values are recorded
+// from outputs known good; after a deliberate change, copy the reported ones.
+constexpr std::uint64_t kDigestStart = 1469598103934665603ull;
+inline std::uint64_t Digest(const HDIB& image, std::uint64_t h = kDigestStart) {
+  if (!image) return h * 31;
+  for (std::size_t i = 0; i < image->size(); ++i) h = (h ^ image->data()[i]) * 1099511628211ull;
+  return h;
+}
 
 class FakeToolHost : public ToolHost {
  public:

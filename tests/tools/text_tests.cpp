@@ -187,43 +187,31 @@ TEST(TextLayoutTest, WindowSizeFitsTheWidestLineAndWrapsInTheAvailableWidth) {
 
 // ---- Edit step ------------------------------------------------------------------------------
 
-TEST(TextEditTest, KeysMoveTheCaretWithinTheText) {
-  std::string t = "abc";
-  int caret = 3;
-  EXPECT_FALSE(AddCharacterToText(&t, &caret, KEY_RIGHT, true));
-  EXPECT_TRUE(AddCharacterToText(&t, &caret, KEY_LEFT, true));
-  EXPECT_EQ(caret, 2);
-  EXPECT_TRUE(AddCharacterToText(&t, &caret, KEY_HOME, true));
-  EXPECT_EQ(caret, 0);
-  EXPECT_FALSE(AddCharacterToText(&t, &caret, KEY_LEFT, true));
-  EXPECT_TRUE(AddCharacterToText(&t, &caret, KEY_END, true));
-  EXPECT_EQ(caret, 3);
-  EXPECT_FALSE(AddCharacterToText(&t, &caret, 0x2E, true));  // there is no Delete key
-  EXPECT_EQ(t, "abc");
-}
-
-TEST(TextEditTest, CharactersInsertAtTheCaretAndBackspaceRemovesBeforeIt) {
-  std::string t;
-  int caret = 0;
-  for (int c : {int{'H'}, int{'i'}, 13, 10, int{'x'}}) AddCharacterToText(&t, &caret, c, false);
-  EXPECT_EQ(t, "Hi\r\rx");
-  EXPECT_EQ(caret, 5);
-  EXPECT_FALSE(AddCharacterToText(&t, &caret, 9, false));  // control codes are dropped
-  EXPECT_FALSE(AddCharacterToText(&t, &caret, 27, false));
-  AddCharacterToText(&t, &caret, KEY_HOME, true);
-  AddCharacterToText(&t, &caret, KEY_RIGHT, true);
-  AddCharacterToText(&t, &caret, '-', false);
-  EXPECT_EQ(t, "H-i\r\rx");
-  EXPECT_EQ(caret, 2);
-  EXPECT_TRUE(AddCharacterToText(&t, &caret, 8, false));
-  EXPECT_TRUE(AddCharacterToText(&t, &caret, 8, false));
-  EXPECT_EQ(t, "i\r\rx");
-  EXPECT_EQ(caret, 0);
-  EXPECT_FALSE(AddCharacterToText(&t, &caret, 8, false));
-  // A caret out of range is brought back first.
-  caret = 99;
-  AddCharacterToText(&t, &caret, '!', false);
-  EXPECT_EQ(t, "i\r\rx!");
+// Keys move the caret within the text; characters go in at the caret (Enter and
+// line feed as one return), backspace takes the one before; other control codes
+// and the Delete key do nothing; a caret out of range is brought back first.
+TEST(TextEditTest, KeysAndCharactersAtTheCaret) {
+  struct Case {
+    std::string text;
+    int caret, code;
+    bool isKey, changed;
+    std::string after;
+    int caretAfter;
+  } cases[] = {
+      {"abc", 3, KEY_RIGHT, true, false, "abc", 3}, {"abc", 3, KEY_LEFT, true, true, "abc", 2},
+      {"abc", 2, KEY_HOME, true, true, "abc", 0},   {"abc", 0, KEY_LEFT, true, false, "abc", 0},
+      {"abc", 0, KEY_END, true, true, "abc", 3},    {"abc", 3, 0x2E, true, false, "abc", 3},
+      {"Hi", 2, 13, false, true, "Hi\r", 3},        {"Hi\r", 3, 10, false, true, "Hi\r\r", 4},
+      {"x", 1, 9, false, false, "x", 1},            {"x", 1, 27, false, false, "x", 1},
+      {"Hi\r", 1, '-', false, true, "H-i\r", 2},    {"H-i", 2, 8, false, true, "Hi", 1},
+      {"abc", 0, 8, false, false, "abc", 0},        {"i", 99, '!', false, true, "i!", 2},
+  };
+  for (Case c : cases) {
+    SCOPED_TRACE(c.text + " " + std::to_string(c.code));
+    EXPECT_EQ(AddCharacterToText(&c.text, &c.caret, c.code, c.isKey), c.changed);
+    EXPECT_EQ(c.text, c.after);
+    EXPECT_EQ(c.caret, c.caretAfter);
+  }
 }
 
 // ---- The session and the commit -------------------------------------------------------------
