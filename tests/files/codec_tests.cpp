@@ -96,6 +96,12 @@ TEST(CodecRoundTrip, JpegTrueColourWithinSmallErrorAndQualityMatters) {
   HDIB palBack = JpgDecode(Encoded(JpgEncode90, pal), false);
   ASSERT_TRUE(palBack);
   EXPECT_EQ(LockDib(palBack)->biBitCount, 24);
+  // Cut mid-scan the pixels fail (every cut is tried below), but the header
+  // alone still informs.
+  q90.resize(q90.size() * 2 / 3);
+  HDIB info = JpgDecode(q90, true);
+  ASSERT_TRUE(info);
+  EXPECT_EQ(LockDib(info)->biWidth, 67);
 }
 
 TEST(CodecRoundTrip, WritersRefuseDepthsTheyCannotStore) {
@@ -289,17 +295,6 @@ TEST(CodecHostile, PngWithBadChecksumFails) {
   ASSERT_LT(at + 12, png.size());
   png[at + 10] ^= 0x01;
   EXPECT_FALSE(PngDecode(png, false));
-}
-
-TEST(CodecHostile, JpegCutMidScanStillInforms) {
-  // The pixels fail (every cut is tried above), but the header alone still
-  // gives the information.
-  HDIB smooth = SmoothDib(64, 64, false);
-  std::vector<std::uint8_t> jpg = Encoded(JpgEncode90, smooth);
-  jpg.resize(jpg.size() * 2 / 3);
-  HDIB info = JpgDecode(jpg, true);
-  ASSERT_TRUE(info);
-  EXPECT_EQ(LockDib(info)->biWidth, 64);
 }
 
 }  // namespace
