@@ -106,22 +106,6 @@ TEST_F(ConfigFile, DateLineHasTheCtimeForm) {
   EXPECT_STREQ(AppName(), "VarnwickStudioPaintProfessional 2.0a");
 }
 
-TEST_F(ConfigFile, MinusOneSurvivesWriteAndRead) {
-  StickyWindowLeft = -1;
-  StickyWindowTop = -7;
-  DefaultPaperColour = 0x7FFFFFFF;
-  RecentPaths none;
-  ASSERT_TRUE(SaveConfigFile(ini_, none));
-  std::string text = test::Slurp(ini_);
-  EXPECT_NE(text.find("\nStickyWindowLeft = 4294967295\n"), std::string::npos);
-  EXPECT_NE(text.find("\nStickyWindowTop = 4294967289\n"), std::string::npos);
-  StickyWindowLeft = StickyWindowTop = DefaultPaperColour = 0;
-  LoadConfigFile(ini_);
-  EXPECT_EQ(StickyWindowLeft, -1);
-  EXPECT_EQ(StickyWindowTop, -7);
-  EXPECT_EQ(DefaultPaperColour, 0x7FFFFFFF);
-}
-
 TEST_F(ConfigFile, WholeTableRoundTrips) {
   // Give every readable row a value unlike its default, save, reset, load.
   int k = 0;
