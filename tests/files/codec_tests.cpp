@@ -104,15 +104,6 @@ TEST(CodecRoundTrip, JpegTrueColourWithinSmallErrorAndQualityMatters) {
   EXPECT_EQ(LockDib(info)->biWidth, 67);
 }
 
-TEST(CodecRoundTrip, WritersRefuseDepthsTheyCannotStore) {
-  HDIB deep = CreateDib(4, 4, nullptr, 32);
-  ASSERT_EQ(LockDib(deep)->biBitCount, 32);
-  for (const Codec& c : kLossless) EXPECT_TRUE(Encoded(c.encode, deep).empty()) << c.name;
-  EXPECT_TRUE(Encoded(JpgEncode90, deep).empty());
-  VectorSink s;
-  EXPECT_FALSE(BmpEncode(nullptr, s));
-}
-
 // ---- Hostile input -------------------------------------------------------------------
 
 const Decoder kDecoders[] = {BmpDecode, PcxDecode, TgaDecode, PngDecode, JpgDecode};
