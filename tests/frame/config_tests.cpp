@@ -212,17 +212,6 @@ TEST_F(ConfigFile, TextsAreZeroedAndCut) {
   EXPECT_STREQ(ForRent, "two");
 }
 
-TEST_F(ConfigFile, CommentLinesAreLostAtTheNextSave) {
-  Load(";my own note\nJPEGQualityFactor = 40\n; another = 5\n");
-  EXPECT_EQ(JPEGQualityFactor, 40);
-  RecentPaths none;
-  ASSERT_TRUE(SaveConfigFile(ini_, none));
-  std::string text = test::Slurp(ini_);
-  EXPECT_EQ(text.find("my own note"), std::string::npos);
-  EXPECT_EQ(text.find("another"), std::string::npos);
-  EXPECT_NE(text.find("\nJPEGQualityFactor = 40\n"), std::string::npos);
-}
-
 TEST_F(ConfigFile, MissingOrHostileFileLeavesTheDefaults) {
   std::string defaults = AllValues();
   LoadConfigFile(dir_ / "none" / "OCHREL.INI");
