@@ -1,4 +1,4 @@
-// Running one back-end block and keeping its mask with its header.
+// The digest that pins a mask or picture of the render tests.
 #pragma once
 
 #include <cstdint>
@@ -7,18 +7,6 @@
 #include "render/wrapper.h"
 
 namespace ochrel::test {
-
-struct Mask {
-  WRAPPERRESULT r;
-  const BITMAPINFOHEADER* h = nullptr;
-};
-
-template <class Block>
-Mask Draw(Block&& b) {
-  Mask m{OCHLWRPR_proc(&b)};
-  m.h = LockDib(m.r.Dib);
-  return m;
-}
 
 // FNV-1a over the whole DIB (header, palette and pixels); 0 when there is none.
 inline std::uint64_t Digest(const HDIB& d) {

@@ -4,14 +4,12 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <vector>
 
 #include "image/dib.h"
 #include "render/wrapper.h"
 #include "draw_util.h"
-#include "test_images.h"
 
 namespace ochrel {
 namespace {
