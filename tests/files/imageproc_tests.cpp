@@ -54,11 +54,9 @@ TEST(ImageProc, TableAndExtensionRules) {
   EXPECT_EQ(FindImageFormat(nullptr), -1);
   EXPECT_STREQ(FormatExtensions(0)[0], "jpg");
   EXPECT_EQ(FormatExtensions(5)[0], nullptr);
-  EXPECT_STREQ(FileErrorText(3), "Error reading file");
-  EXPECT_STREQ(FileErrorText(6), "Memory error");
-  EXPECT_STREQ(FileErrorText(11), "Error writing file");
-  EXPECT_STREQ(FileErrorText(12), "Too many colors");
-  EXPECT_STREQ(FileErrorText(16), "");
+  for (auto [code, text] : {std::pair{3, "Error reading file"}, {6, "Memory error"}, {11, "Error writing file"},
+                            {12, "Too many colors"}, {16, ""}})
+    EXPECT_STREQ(FileErrorText(code), text) << code;
 }
 
 TEST(ImageProc, EveryFormatSavesLoadsInformsAndSurvivesFailedWrites) {

@@ -2,7 +2,7 @@
 // these need is made by the environment in wrapper_tests.cpp.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <tuple>
 #include <cstring>
 #include <string>
 
@@ -39,11 +39,10 @@ Measure MeasureChar(const char* ch, int size, const char* font = "ARIAL", int bo
 }
 
 TEST(WrapperFonts, DefaultFaceResolvesToAMetricTwin) {
-  EXPECT_EQ(ResolvedFontFamily("ARIAL", 0, 0), "Liberation Sans");
-  EXPECT_EQ(ResolvedFontFamily("Arial", 1, 1), "Liberation Sans");
-  EXPECT_EQ(ResolvedFontFamily("Times New Roman", 0, 0), "Liberation Serif");
-  EXPECT_EQ(ResolvedFontFamily("Courier New", 0, 0), "Liberation Mono");
-  EXPECT_EQ(ResolvedFontFamily(nullptr, 0, 0), "Liberation Sans");
+  for (auto [face, bold, family] : {std::tuple{"ARIAL", 0, "Liberation Sans"}, {"Arial", 1, "Liberation Sans"},
+                                    {"Times New Roman", 0, "Liberation Serif"}, {"Courier New", 0, "Liberation Mono"},
+                                    {nullptr, 0, "Liberation Sans"}})
+    EXPECT_EQ(ResolvedFontFamily(face, bold, bold), family) << (face ? face : "(none)");
 
   // Metric compatible: on a 1024-pixel em the default face's digits advance
   // 1139/2048 em and the space 569/2048, whatever the face is called.
