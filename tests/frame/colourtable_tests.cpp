@@ -53,66 +53,36 @@ TEST(ColourTable, LineRules) {
   }
 }
 
-TEST(ColourTable, FileTextLineEndsAndOrder) {
-  // CRLF, a lone CR inside a line (the line ends there), a last line without
-  // a line feed, junk between entries, and a duplicate kept in its place.
-  const std::string text =
-      "Red=255,0,0\r\n"
-      "junk\r\n"
-      "\r\n"
-      "Half=1,2,3\rGone=4,5,6\n"
-      "Red again=255,0,0\n"
-      "Last=9,8,7";
-  ColourTable t = ParseColourTable(text);
-  ASSERT_EQ(t.size(), 4u);
-  EXPECT_EQ(t[0], Item("Red", RGB(255, 0, 0)));
-  EXPECT_EQ(t[1], Item("Half", RGB(1, 2, 3)));
-  EXPECT_EQ(t[2], Item("Red again", RGB(255, 0, 0)));
-  EXPECT_EQ(t[3], Item("Last", RGB(9, 8, 7)));
+TEST(ColourTable, FileTextRules) {
+  const std::string n250(250, 'n');
+  // 300 characters: the first 259 are one piece, the rest another, each parsed
+  // on its own ("3ppp" reads as 3).
+  std::string pieces = n250 + "=1,2,3" + "ppp" + "tail=10,20,30";
+  pieces += std::string(300 - pieces.size(), ' ') + "\nAfter=4,5,6\n";
+  struct {
+    std::string text;
+    ColourTable want;
+  } cases[] = {
+      // CRLF, a lone CR (the line ends there), a last line without a line feed,
+      // junk between entries, and a duplicate kept in its place.
+      {"Red=255,0,0\r\njunk\r\n\r\nHalf=1,2,3\rGone=4,5,6\nRed again=255,0,0\nLast=9,8,7",
+       {Item("Red", RGB(255, 0, 0)), Item("Half", RGB(1, 2, 3)), Item("Red again", RGB(255, 0, 0)),
+        Item("Last", RGB(9, 8, 7))}},
+      {pieces, {Item(n250, RGB(1, 2, 3)), Item("tail", RGB(10, 20, 30)), Item("After", RGB(4, 5, 6))}},
+      // A piece cut after "=1," is skipped, and so is its tail.
+      {std::string(255, 'c') + "=1,2,3\n", {}},
+      // 258 characters, a digit and the line feed: the line feed starts an empty piece.
+      {std::string(252, 'e') + "=1,2,34\nNext=1,1,1\n", {Item(std::string(252, 'e'), RGB(1, 2, 34)), Item("Next", RGB(1, 1, 1))}},
+      // A zero ends what the parser sees; endless commas and equals signs invent nothing.
+      {"A=1,2,3\n" + std::string("B=4\0,5,6\n", 9) + std::string(100000, ',') + "\n" + std::string(5000, '=') +
+           "\nC=7,8,9\n",
+       {Item("A", RGB(1, 2, 3)), Item("C", RGB(7, 8, 9))}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(ParseColourTable(c.text), c.want) << c.text.substr(0, 30);
+  const ColourTable t = ParseColourTable(cases[0].text);
   EXPECT_EQ(FindTableColour(t, RGB(255, 0, 0)), 0);
   EXPECT_EQ(FindTableColour(t, RGB(9, 8, 7)), 3);
   EXPECT_EQ(FindTableColour(t, RGB(9, 8, 6)), -1);
-}
-
-TEST(ColourTable, LongLinesAreReadInPiecesOf259) {
-  // 300 characters: the first 259 are one piece, the remaining 41 (with the
-  // line feed) another, each parsed on its own.
-  std::string name(250, 'n');
-  std::string first = name + "=1,2,3";          // 256 characters
-  std::string padding(3, 'p');                    // to 259
-  std::string second = "tail=10,20,30";           // starts the next piece
-  std::string line = first + padding + second;    // 272
-  line += std::string(300 - line.size(), ' ');   // spaces after the last number
-  ASSERT_EQ(line.size(), 300u);
-  ColourTable t = ParseColourTable(line + "\nAfter=4,5,6\n");
-  ASSERT_EQ(t.size(), 3u);
-  EXPECT_EQ(t[0].Name, name);
-  EXPECT_EQ(t[0].Colour, RGB(1, 2, 3)) << "\"3ppp\" reads as 3";
-  EXPECT_EQ(t[1], Item("tail", RGB(10, 20, 30)));
-  EXPECT_EQ(t[2], Item("After", RGB(4, 5, 6)));
-  // A piece cut before its second comma is skipped, and so is its tail.
-  std::string cut = std::string(255, 'c') + "=1,2,3\n";  // the cut falls after "=1,"
-  t = ParseColourTable(cut);
-  EXPECT_TRUE(t.empty());
-  // Exactly 259 characters plus the line feed: the line feed starts an empty piece.
-  std::string exact = std::string(252, 'e') + "=1,2,3";
-  ASSERT_EQ(exact.size(), 258u);
-  t = ParseColourTable(exact + "4\nNext=1,1,1\n");
-  ASSERT_EQ(t.size(), 2u);
-  EXPECT_EQ(t[0].Colour, RGB(1, 2, 34));
-  EXPECT_EQ(t[1].Name, "Next");
-}
-
-TEST(ColourTable, HostileBytesNeitherCrashNorInventEntries) {
-  std::string text = "A=1,2,3\n";
-  text += std::string("B=4\0,5,6\n", 9);  // a zero ends what the parser sees
-  text += std::string(100000, ',') + "\n";
-  text += std::string(5000, '=') + "\n";
-  text += "C=7,8,9\n";
-  ColourTable t = ParseColourTable(text);
-  ASSERT_EQ(t.size(), 2u);
-  EXPECT_EQ(t[0].Name, "A");
-  EXPECT_EQ(t[1].Name, "C");
 }
 
 TEST(ColourTable, FileRoundTripExactFormatAndBackupDeletion) {

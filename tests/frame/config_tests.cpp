@@ -106,22 +106,6 @@ TEST_F(ConfigFile, DateLineHasTheCtimeForm) {
   EXPECT_STREQ(AppName(), "VarnwickStudioPaintProfessional 2.0a");
 }
 
-TEST_F(ConfigFile, MinusOneSurvivesWriteAndRead) {
-  StickyWindowLeft = -1;
-  StickyWindowTop = -7;
-  DefaultPaperColour = 0x7FFFFFFF;
-  RecentPaths none;
-  ASSERT_TRUE(SaveConfigFile(ini_, none));
-  std::string text = test::Slurp(ini_);
-  EXPECT_NE(text.find("\nStickyWindowLeft = 4294967295\n"), std::string::npos);
-  EXPECT_NE(text.find("\nStickyWindowTop = 4294967289\n"), std::string::npos);
-  StickyWindowLeft = StickyWindowTop = DefaultPaperColour = 0;
-  LoadConfigFile(ini_);
-  EXPECT_EQ(StickyWindowLeft, -1);
-  EXPECT_EQ(StickyWindowTop, -7);
-  EXPECT_EQ(DefaultPaperColour, 0x7FFFFFFF);
-}
-
 TEST_F(ConfigFile, WholeTableRoundTrips) {
   // Give every readable row a value unlike its default, save, reset, load.
   int k = 0;
@@ -147,47 +131,55 @@ TEST_F(ConfigFile, WholeTableRoundTrips) {
   EXPECT_STREQ(BuildDate, "Jul 31 2002");
 }
 
-TEST_F(ConfigFile, BlanksAroundTheEqualsSignDontMatter) {
-  const char* forms[] = {"JPEGQualityFactor = 33\n", "JPEGQualityFactor=33\n", "JPEGQualityFactor   ==  33\n",
-                         "JPEGQualityFactor= 33\r\n", "JPEGQualityFactor 33\n"};
-  for (const char* line : forms) {
-    SCOPED_TRACE(line);
+TEST_F(ConfigFile, ReaderRules) {
+  const std::string long400 = "ForRent = " + std::string(400, 'x') + "\n";
+  const std::string piece = "ForRent = " + std::string(249, 'y');  // exactly one 259-character piece
+  struct {
+    std::string text, name, want;
+  } cases[] = {
+      // Blanks around the equals sign, doubled signs and a missing one don't matter.
+      {"JPEGQualityFactor = 33\n", "JPEGQualityFactor", "33"},
+      {"JPEGQualityFactor=33\n", "JPEGQualityFactor", "33"},
+      {"JPEGQualityFactor   ==  33\n", "JPEGQualityFactor", "33"},
+      {"JPEGQualityFactor= 33\r\n", "JPEGQualityFactor", "33"},
+      {"JPEGQualityFactor 33\n", "JPEGQualityFactor", "33"},
+      {"TextFontExampleString=Hello  world\n", "TextFontExampleString", "Hello  world"},
+      {"OpenPath   =   /home/me/\n", "OpenPath", "/home/me/"},
+      // A key that is only the start of names sets the first such readable row.
+      {"ToolBox = 0\n", "ToolBoxDouble", "0"},
+      {"ToolBox = 44\n", "ToolBoxDouble", "44"},
+      {"ToolBox = 44\n", "ToolBoxLeft", "0"},
+      {"D = 0\n", "DefaultAntialias", "0"},
+      {"D = 0\n", "DefaultBlueTolerance", "16"},
+      {"FilterS = 3\n", "FilterShadeAzimuth", "3"},
+      {"FilterS = 3\n", "FilterShadeElevation", "30"},
+      // "Bu" only starts a write-only row before ButtonList: it falls through.
+      {"Bu = 123\n", "ButtonList", "123"},
+      {"Bu = 123\n", "BuildDate", "Jul 31 2002"},
+      // A control character ends a text; an empty one is empty.
+      {"ForRent = ab\tcd\n", "ForRent", "ab"},
+      {"ForRent = \n", "ForRent", ""},
+      {std::string("NudgeSize = 5", 13) + std::string("\0" "7\n", 3), "NudgeSize", "5"},
+      // Lines are read 259 characters at a time; the rest is a line of its own.
+      {long400 + "JPEGQualityFactor = 12\n", "ForRent", std::string(249, 'x')},
+      {long400 + "JPEGQualityFactor = 12\n", "JPEGQualityFactor", "12"},
+      {piece + "NudgeSize = 9\n", "ForRent", std::string(249, 'y')},
+      {piece + "NudgeSize = 9\n", "NudgeSize", "9"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text.substr(0, 40) + " -> " + c.name);
     RestoreDefaultSettings();
-    Load(line);
-    EXPECT_EQ(JPEGQualityFactor, 33);
+    Load(c.text);
+    const CONFIGITEM* item = FindConfigItem(c.name);
+    ASSERT_NE(item, nullptr);
+    EXPECT_EQ(FormatConfigValue(*item), c.want);
   }
+  // Write-only rows, keys longer than any name or in the wrong case, sections
+  // and empty keys change nothing.
   RestoreDefaultSettings();
-  Load("TextFontExampleString=Hello  world\nOpenPath   =   /home/me/\n");
-  EXPECT_STREQ(TextFontExampleString, "Hello  world");
-  EXPECT_STREQ(OpenPath, "/home/me/");
-}
-
-TEST_F(ConfigFile, WriteOnlyRowsInTheFileChangeNothing) {
-  std::string before = AllValues();
-  Load("VersionNumber = 99\nPatchLevel = 7\nBuildDate = Jan 1 2030\nVersion = 5\nBuildD = x\n");
-  EXPECT_EQ(AllValues(), before);
-  // A key that only a write-only row would match falls through to the next
-  // readable row that starts with it: "Bu" is the start of ButtonList too.
-  Load("Bu = 123\n");
-  EXPECT_STREQ(ButtonList, "123");
-  EXPECT_STREQ(BuildDate, "Jul 31 2002");
-}
-
-TEST_F(ConfigFile, KeyThatIsOnlyTheStartOfANameSetsTheFirstSuchRow) {
-  Load("ToolBox = 0\n");
-  EXPECT_EQ(ToolBoxDouble, 0);
-  EXPECT_EQ(ToolBoxLeft, 0);
-  EXPECT_EQ(ToolBoxTop, 0);
-  Load("ToolBox = 44\nD = 0\nFilterS = 3\n");
-  EXPECT_EQ(ToolBoxDouble, 44);
-  EXPECT_EQ(ToolBoxLeft, 0);
-  EXPECT_EQ(DefaultAntialias, 0);          // first row beginning with D
-  EXPECT_EQ(DefaultBlueTolerance, 16);
-  EXPECT_EQ(FilterShadeAzimuth, 3);        // first row beginning with FilterS
-  EXPECT_EQ(FilterShadeElevation, 30);
-  // A key longer than any name, or differing in case, matches nothing.
-  std::string before = AllValues();
-  Load("ToolBoxDoubleX = 9\ntoolboxdouble = 9\n[Varnwick Studio Paint]\n= 5\n  = 6\n");
+  const std::string before = AllValues();
+  Load("VersionNumber = 99\nPatchLevel = 7\nBuildDate = Jan 1 2030\nVersion = 5\nBuildD = x\n"
+       "ToolBoxDoubleX = 9\ntoolboxdouble = 9\n[Varnwick Studio Paint]\n= 5\n  = 6\n");
   EXPECT_EQ(AllValues(), before);
 }
 
@@ -212,44 +204,12 @@ TEST_F(ConfigFile, TextsAreZeroedAndCut) {
   EXPECT_STREQ(ForRent, "short");
   for (int k = 5; k < kSettingTextSize; ++k) ASSERT_EQ(ForRent[k], 0) << k;
 
-  // A control character ends the value.
-  Load("ForRent = ab\tcd\n");
-  EXPECT_STREQ(ForRent, "ab");
-  Load("ForRent = \n");
-  EXPECT_STREQ(ForRent, "");
-
   // Set from elsewhere, a text is cut at 260 characters.
   SetConfigValue(*FindConfigItem("ForRent"), std::string(400, 'x'));
   EXPECT_EQ(std::strlen(ForRent), 260u);
   EXPECT_EQ(ForRent[260], 0);
   SetConfigValue(*FindConfigItem("ForRent"), std::string("two\nlines"));
   EXPECT_STREQ(ForRent, "two");
-}
-
-TEST_F(ConfigFile, LongLinesAreReadInPieces) {
-  // The reader takes 259 characters at a time: a long text is cut there, and
-  // the rest of the line is read as a line of its own.
-  std::string line = "ForRent = " + std::string(400, 'x') + "\n";
-  Load(line + "JPEGQualityFactor = 12\n");
-  EXPECT_EQ(std::string(ForRent), std::string(249, 'x'));
-  EXPECT_EQ(JPEGQualityFactor, 12);
-
-  std::string piece = "ForRent = " + std::string(249, 'y');  // exactly one piece
-  ASSERT_EQ(piece.size(), 259u);
-  Load(piece + "NudgeSize = 9\n");
-  EXPECT_EQ(std::string(ForRent), std::string(249, 'y'));
-  EXPECT_EQ(NudgeSize, 9);
-}
-
-TEST_F(ConfigFile, CommentLinesAreLostAtTheNextSave) {
-  Load(";my own note\nJPEGQualityFactor = 40\n; another = 5\n");
-  EXPECT_EQ(JPEGQualityFactor, 40);
-  RecentPaths none;
-  ASSERT_TRUE(SaveConfigFile(ini_, none));
-  std::string text = test::Slurp(ini_);
-  EXPECT_EQ(text.find("my own note"), std::string::npos);
-  EXPECT_EQ(text.find("another"), std::string::npos);
-  EXPECT_NE(text.find("\nJPEGQualityFactor = 40\n"), std::string::npos);
 }
 
 TEST_F(ConfigFile, MissingOrHostileFileLeavesTheDefaults) {
@@ -275,9 +235,6 @@ TEST_F(ConfigFile, MissingOrHostileFileLeavesTheDefaults) {
   }
   Load(junk);
   EXPECT_EQ(AllValues(), defaults);
-  // A zero byte ends a line like any control character.
-  Load(std::string("NudgeSize = 5", 13) + std::string("\0" "7\n", 3));
-  EXPECT_EQ(NudgeSize, 5);
 }
 
 TEST_F(ConfigFile, UnwritableFolderLeavesSettingsInMemory) {

@@ -21,18 +21,12 @@ TEST(TipOfTheDay, StepsThroughTheLinesAndRoundsToTheFirst) {
   const std::string path = Write(dir, "First\r\nSecond\\nwith a break\nThird\n");
   std::string text;
   TipOfTheDay = 2;
-  GetTipOfTheDayFrom(path, &text);
-  EXPECT_EQ(text, "Second\nwith a break");
-  EXPECT_EQ(TipOfTheDay, 3);
-  GetTipOfTheDayFrom(path, &text);
-  EXPECT_EQ(text, "Third");
-  EXPECT_EQ(TipOfTheDay, 4);
   // Past the last line: the first again, and then the second.
-  GetTipOfTheDayFrom(path, &text);
-  EXPECT_EQ(text, "First");
-  EXPECT_EQ(TipOfTheDay, 2);
-  GetTipOfTheDayFrom(path, &text);
-  EXPECT_EQ(text, "Second\nwith a break");
+  for (auto [want, next] : {std::pair{"Second\nwith a break", 3}, {"Third", 4}, {"First", 2}, {"Second\nwith a break", 3}}) {
+    GetTipOfTheDayFrom(path, &text);
+    EXPECT_EQ(text, want);
+    EXPECT_EQ(TipOfTheDay, next);
+  }
   // 0 and 1 both name the first line, and each only adds one.
   TipOfTheDay = 0;
   GetTipOfTheDayFrom(path, &text);
@@ -49,10 +43,10 @@ TEST(TipOfTheDay, EmptyLineEndsTheTipsAndMissingFileGivesTheErrorText) {
   EXPECT_EQ(text, "One");
   EXPECT_EQ(TipOfTheDay, 2);
 
-  GetTipOfTheDayFrom(dir / "absent.tip", &text);
-  EXPECT_EQ(text, kTipErrorText);
-  GetTipOfTheDayFrom(Write(dir, ""), &text);
-  EXPECT_EQ(text, kTipErrorText);
+  for (const std::string& missingOrEmpty : {dir / "absent.tip", Write(dir, "")}) {
+    GetTipOfTheDayFrom(missingOrEmpty, &text);
+    EXPECT_EQ(text, kTipErrorText);
+  }
   // A line longer than a tip may be is cut, not refused.
   GetTipOfTheDayFrom(Write(dir, std::string(5000, 'x') + "\n"), &text);
   EXPECT_EQ(text.size(), 1024u);
