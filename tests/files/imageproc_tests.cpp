@@ -82,13 +82,13 @@ TEST(ImageProc, EveryFormatSavesLoadsInformsAndSurvivesFailedWrites) {
     }
     // Failed writes never damage the old file.
     const auto before = ReadBytes(path);
-    EXPECT_EQ(WriteGraphicFile(deep, path.c_str()), 0) << ext;
+    EXPECT_EQ(WriteGraphicFile(deep, path.c_str(), guard.options), 0) << ext;
     EXPECT_EQ(WriteImage(path.c_str(), HDIB{}), 0) << ext;
     EXPECT_EQ(ReadBytes(path), before) << ext;
   }
   EXPECT_EQ(WriteImage((dir / "x.gif").c_str(), src), 0);
   EXPECT_EQ(WriteImage((dir / "no/such/folder/x.bmp").c_str(), src), 0);
-  EXPECT_EQ(WriteGraphicFile(src, ""), 0);
+  EXPECT_EQ(WriteGraphicFile(src, "", guard.options), 0);
   EXPECT_EQ(Listing(dir).size(), 5u);  // no temporary file left behind
 }
 
