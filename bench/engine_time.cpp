@@ -22,7 +22,8 @@ namespace {
 std::vector<std::string> Split(const std::string& s, char by) {
   std::vector<std::string> parts;
   std::size_t start = 0;
-  for (std::size_t at; (at = s.find(by, start)) != std::string::npos; start = at + 1) parts.push_back(s.substr(start, at - start));
+  for (std::size_t at; (at = s.find(by, start)) != std::string::npos; start = at + 1)
+    parts.push_back(s.substr(start, at - start));
   parts.push_back(s.substr(start));
   return parts;
 }

@@ -51,8 +51,8 @@ void RunFilter(benchmark::State& state, const char* name, void (*adjust)(FILTERP
   state.SetItemsProcessed(state.iterations() * 24000000LL);
 }
 
-#define FILTER_BENCH(id, name, adjust)                                               \
-  void BM_##id(benchmark::State& s) { RunFilter(s, name, adjust); }                  \
+#define FILTER_BENCH(id, name, adjust)                              \
+  void BM_##id(benchmark::State& s) { RunFilter(s, name, adjust); } \
   BENCHMARK(BM_##id)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(0.5);
 
 FILTER_BENCH(GaussianBlur, "Gaussian Blur", nullptr)

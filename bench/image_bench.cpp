@@ -58,15 +58,28 @@ void Run(benchmark::State& state, F f) {
   }
 }
 
-void BM_Resize50(benchmark::State& s) { Run(s, [] { return ResizeDib(Photo(), 50); }); }
-void BM_Resize173(benchmark::State& s) { Run(s, [] { return ResizeDib(Photo(), 173); }); }
-void BM_ResizeGrey173(benchmark::State& s) { GreyPhoto(); Run(s, [] { return ResizeDib(GreyPhoto(), 173); }); }
+void BM_Resize50(benchmark::State& s) {
+  Run(s, [] { return ResizeDib(Photo(), 50); });
+}
+void BM_Resize173(benchmark::State& s) {
+  Run(s, [] { return ResizeDib(Photo(), 173); });
+}
+void BM_ResizeGrey173(benchmark::State& s) {
+  GreyPhoto();
+  Run(s, [] { return ResizeDib(GreyPhoto(), 173); });
+}
 void BM_Rotate17(benchmark::State& s) {
   Run(s, [] { return FreeRotateImageFilter(Photo(), 17, ROTATE_INTERPOLATE, RGB(0, 0, 0)); });
 }
-void BM_Rotate90(benchmark::State& s) { Run(s, [] { return RotateImage90(Photo()); }); }
-void BM_KernelBlur(benchmark::State& s) { Run(s, [] { return ImposeKernelFilter(Photo(), BlurrKernel, 0); }); }
-void BM_Grey(benchmark::State& s) { Run(s, [] { return ConvertToGrey(Photo()); }); }
+void BM_Rotate90(benchmark::State& s) {
+  Run(s, [] { return RotateImage90(Photo()); });
+}
+void BM_KernelBlur(benchmark::State& s) {
+  Run(s, [] { return ImposeKernelFilter(Photo(), BlurrKernel, 0); });
+}
+void BM_Grey(benchmark::State& s) {
+  Run(s, [] { return ConvertToGrey(Photo()); });
+}
 void BM_Quantize256(benchmark::State& s) {
   Photo();
   BYTE palette[768];
@@ -75,10 +88,18 @@ void BM_Quantize256(benchmark::State& s) {
     benchmark::DoNotOptimize(Quantize(6000, 4000, &colours, palette, Photo()));
   }
 }
-void BM_QuantizeDither256(benchmark::State& s) { Run(s, [] { return ConvertToPaletteStrategy(Photo(), 101); }); }
-void BM_QuantizeRemap256(benchmark::State& s) { Run(s, [] { return ConvertToPaletteStrategy(Photo(), 103); }); }
-void BM_Bayer256(benchmark::State& s) { Run(s, [] { return ConvertToBayerDither256(Photo()); }); }
-void BM_MonoDither(benchmark::State& s) { Run(s, [] { return ConvertToMonoStrategy(Photo(), 101); }); }
+void BM_QuantizeDither256(benchmark::State& s) {
+  Run(s, [] { return ConvertToPaletteStrategy(Photo(), 101); });
+}
+void BM_QuantizeRemap256(benchmark::State& s) {
+  Run(s, [] { return ConvertToPaletteStrategy(Photo(), 103); });
+}
+void BM_Bayer256(benchmark::State& s) {
+  Run(s, [] { return ConvertToBayerDither256(Photo()); });
+}
+void BM_MonoDither(benchmark::State& s) {
+  Run(s, [] { return ConvertToMonoStrategy(Photo(), 101); });
+}
 
 BENCHMARK(BM_Resize50)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Resize173)->Unit(benchmark::kMillisecond);

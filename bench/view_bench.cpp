@@ -37,10 +37,7 @@ void FullView(benchmark::State& state) {
     benchmark::DoNotOptimize(out.data());
   }
 }
-BENCHMARK(FullView)
-    ->ArgsProduct({{24, 8}, {10, 50, 100, 400, 1600}})
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
+BENCHMARK(FullView)->ArgsProduct({{24, 8}, {10, 50, 100, 400, 1600}})->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void StampUpdate(benchmark::State& state) {
   const ochrel::BITMAPINFOHEADER* h = ochrel::LockDib(Image(24));

@@ -35,7 +35,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const ochrel::BITMAPINFOHEADER* i = ochrel::LockDib(info);
     if (i->biWidth != h->biWidth || i->biHeight != h->biHeight || i->biBitCount != h->biBitCount) std::abort();
     ochrel::VectorSink out;
-    if (h->biWidth * static_cast<std::int64_t>(h->biHeight) <= (1 << 16) && g_row->encode(h, ochrel::SaveOptions{}, out)) {
+    if (h->biWidth * static_cast<std::int64_t>(h->biHeight) <= (1 << 16) &&
+        g_row->encode(h, ochrel::SaveOptions{}, out)) {
       ochrel::HDIB again = g_row->decode(out.bytes, false);
       if (!again) std::abort();  // what we write we must read
     }

@@ -41,7 +41,8 @@ inline void PutIndex(BYTE* row, int x, int bits, unsigned v) {
     b = (x & 1) ? static_cast<BYTE>((b & 0xF0) | (v & 15)) : static_cast<BYTE>((b & 0x0F) | ((v & 15) << 4));
   } else {
     BYTE& b = row[x >> 3];
-    if (v & 1) b |= masktable[x & 7]; else b &= static_cast<BYTE>(~masktable[x & 7]);
+    if (v & 1) b |= masktable[x & 7];
+    else b &= static_cast<BYTE>(~masktable[x & 7]);
   }
 }
 
@@ -106,7 +107,13 @@ HDIB BmpDecode(ByteSpan data, bool infoOnly) {
     rmask = 0xFF0000, gmask = 0xFF00, bmask = 0xFF;
   }
   switch (bits) {
-    case 1: case 2: case 4: case 8: case 16: case 24: case 32: break;
+    case 1:
+    case 2:
+    case 4:
+    case 8:
+    case 16:
+    case 24:
+    case 32: break;
     default: return nullptr;
   }
   if (compression == kRle8 && bits != 8) return nullptr;

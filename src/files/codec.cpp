@@ -83,8 +83,7 @@ bool FileSink::Write(const void* data, std::size_t size) {
 
 bool FileSink::Flush() {
   if (failed_) return false;
-  if (!buffer_.empty() && std::fwrite(buffer_.data(), 1, buffer_.size(), file_) != buffer_.size())
-    failed_ = true;
+  if (!buffer_.empty() && std::fwrite(buffer_.data(), 1, buffer_.size(), file_) != buffer_.size()) failed_ = true;
   buffer_.clear();
   return !failed_;
 }

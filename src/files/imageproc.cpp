@@ -78,10 +78,8 @@ bool EncodeTga(const BITMAPINFOHEADER* h, const SaveOptions&, ByteSink& s) { ret
 bool EncodePng(const BITMAPINFOHEADER* h, const SaveOptions&, ByteSink& s) { return PngEncode(h, s); }
 
 const IMAGEPROC kRows[] = {
-    {"jpg", kJpgNames, IsJpg, JpgDecode, EncodeJpg},
-    {"bmp", kBmpNames, IsBmp, BmpDecode, EncodeBmp},
-    {"pcx", kPcxNames, IsPcx, PcxDecode, EncodePcx},
-    {"tga", kTgaNames, nullptr, TgaDecode, EncodeTga},
+    {"jpg", kJpgNames, IsJpg, JpgDecode, EncodeJpg}, {"bmp", kBmpNames, IsBmp, BmpDecode, EncodeBmp},
+    {"pcx", kPcxNames, IsPcx, PcxDecode, EncodePcx}, {"tga", kTgaNames, nullptr, TgaDecode, EncodeTga},
     {"png", kPngNames, IsPng, PngDecode, EncodePng},
 };
 }  // namespace

@@ -20,9 +20,7 @@ struct ErrorManager {
   std::jmp_buf jump;
 };
 
-[[noreturn]] void OnError(j_common_ptr cinfo) {
-  std::longjmp(reinterpret_cast<ErrorManager*>(cinfo->err)->jump, 1);
-}
+[[noreturn]] void OnError(j_common_ptr cinfo) { std::longjmp(reinterpret_cast<ErrorManager*>(cinfo->err)->jump, 1); }
 
 void OnMessage(j_common_ptr cinfo, int level) {
   // A premature end of data is a broken file, not something to paper over.
@@ -169,7 +167,7 @@ bool JpgEncode(const BITMAPINFOHEADER* image, int quality, ByteSink& out) {
     const BYTE* row = DibRow(image, static_cast<int>(cinfo.next_scanline));
     if (widen) {
       for (int x = 0; x < image->biWidth; ++x) {
-        unsigned v = bits == 8 ? row[x]
+        unsigned v = bits == 8   ? row[x]
                      : bits == 4 ? ((x & 1) ? (row[x >> 1] & 15) : (row[x >> 1] >> 4))
                                  : ((row[x >> 3] & masktable[x & 7]) ? 1 : 0);
         std::memcpy(&wide[3 * static_cast<std::size_t>(x)], pal + 4 * v, 3);

@@ -75,7 +75,8 @@ HDIB PcxDecode(ByteSpan data, bool infoOnly) {
   if (!ImageSizeAllowed(width, height)) return nullptr;
   int outBits;
   if (bpp == 1 && planes == 1) outBits = 1;
-  else if ((bpp == 1 && planes >= 2 && planes <= 4) || (bpp == 2 && planes == 1) || (bpp == 4 && planes == 1)) outBits = 4;
+  else if ((bpp == 1 && planes >= 2 && planes <= 4) || (bpp == 2 && planes == 1) || (bpp == 4 && planes == 1))
+    outBits = 4;
   else if (bpp == 8 && planes == 1) outBits = 8;
   else if (bpp == 8 && (planes == 3 || planes == 4)) outBits = 24;
   else return nullptr;
@@ -132,7 +133,8 @@ HDIB PcxDecode(ByteSpan data, bool infoOnly) {
       for (int x = 0; x < w; ++x) {
         unsigned v = 0;
         for (int k = 0; k < planes; ++k)
-          v |= ((line[bpl * static_cast<std::size_t>(k) + static_cast<std::size_t>(x >> 3)] >> (7 - (x & 7))) & 1u) << k;
+          v |= ((line[bpl * static_cast<std::size_t>(k) + static_cast<std::size_t>(x >> 3)] >> (7 - (x & 7))) & 1u)
+               << k;
         row[x >> 1] |= static_cast<BYTE>((x & 1) ? v : v << 4);
       }
     } else {
@@ -156,10 +158,22 @@ bool PcxEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
   if (w > 65536 || h > 65536) return false;
   int bpp, planes;
   switch (bits) {
-    case 1: bpp = 1; planes = 1; break;
-    case 4: bpp = 1; planes = 4; break;
-    case 8: bpp = 8; planes = 1; break;
-    case 24: bpp = 8; planes = 3; break;
+    case 1:
+      bpp = 1;
+      planes = 1;
+      break;
+    case 4:
+      bpp = 1;
+      planes = 4;
+      break;
+    case 8:
+      bpp = 8;
+      planes = 1;
+      break;
+    case 24:
+      bpp = 8;
+      planes = 3;
+      break;
     default: return false;
   }
   std::size_t bpl = (static_cast<std::size_t>(w) * bpp + 7) / 8;
@@ -194,7 +208,8 @@ bool PcxEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
       for (int x = 0; x < w; ++x) {
         unsigned v = (x & 1) ? (row[x >> 1] & 15) : (row[x >> 1] >> 4);
         for (int k = 0; k < 4; ++k)
-          if ((v >> k) & 1) line[bpl * static_cast<std::size_t>(k) + static_cast<std::size_t>(x >> 3)] |= masktable[x & 7];
+          if ((v >> k) & 1)
+            line[bpl * static_cast<std::size_t>(k) + static_cast<std::size_t>(x >> 3)] |= masktable[x & 7];
       }
     } else {
       std::uint8_t* r = line.data();

@@ -28,7 +28,6 @@ void ReadData(png_structp png, png_bytep out, png_size_t size) {
 [[noreturn]] void OnError(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 void OnWarning(png_structp, png_const_charp) {}
 
-
 struct ReadGuard {
   png_structp png = nullptr;
   png_infop info = nullptr;
@@ -131,7 +130,8 @@ HDIB PngDecode(ByteSpan data, bool infoOnly) {
     }
     if (whole) {
       rows.resize(static_cast<std::size_t>(h));
-      for (int y = 0; y < h; ++y) rows[static_cast<std::size_t>(y)] = work.data() + rowBytes * static_cast<std::size_t>(y);
+      for (int y = 0; y < h; ++y)
+        rows[static_cast<std::size_t>(y)] = work.data() + rowBytes * static_cast<std::size_t>(y);
       png_read_image(g.png, rows.data());
     }
     for (int y = 0; y < h; ++y) {

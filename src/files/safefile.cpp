@@ -28,8 +28,7 @@ void Split(const std::string& path, std::string* folder, std::string* name) {
 std::string RandomSuffix() {
   static std::atomic<unsigned> counter{0};
   static const char kAlphabet[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
-  unsigned long long x = static_cast<unsigned long long>(
-                             std::chrono::steady_clock::now().time_since_epoch().count()) ^
+  unsigned long long x = static_cast<unsigned long long>(std::chrono::steady_clock::now().time_since_epoch().count()) ^
                          (static_cast<unsigned long long>(counter.fetch_add(1)) * 0x9E3779B97F4A7C15ull) ^
                          static_cast<unsigned long long>(::getpid());
   std::string s(6, 'x');

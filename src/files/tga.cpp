@@ -113,7 +113,8 @@ HDIB TgaDecode(ByteSpan data, bool infoOnly) {
   if (!rle && (n - pos) / rowBytes < static_cast<std::size_t>(h)) return nullptr;
   // A run packet of 1 + px bytes makes at most 128 pixels: a file too short for
   // the picture its header claims is refused before the picture is made.
-  if (rle && static_cast<std::uint64_t>(n - pos) * 128 < static_cast<std::uint64_t>(w) * static_cast<std::uint64_t>(h) * (px + 1))
+  if (rle && static_cast<std::uint64_t>(n - pos) * 128 <
+                 static_cast<std::uint64_t>(w) * static_cast<std::uint64_t>(h) * (px + 1))
     return nullptr;
   HDIB out = NewImage(width, height, outBits, palette);
   BITMAPINFOHEADER* dib = LockDib(out);
@@ -235,7 +236,8 @@ bool TgaEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
         }
       });
       for (int g = 0; g < count; ++g)
-        if (!out.Write(groups[static_cast<std::size_t>(g)].data(), groups[static_cast<std::size_t>(g)].size())) return false;
+        if (!out.Write(groups[static_cast<std::size_t>(g)].data(), groups[static_cast<std::size_t>(g)].size()))
+          return false;
     }
     return true;
   }

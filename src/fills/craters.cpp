@@ -17,10 +17,8 @@ namespace texture_detail {
 int CraterSlopeShade(int i) {
   i = std::clamp(i, -52, 52);
   double v;
-  if (i > 0)
-    v = 128.0 + 127.0 * std::pow(std::sin(1.5707963267948966 * i / 52), 0.5);
-  else
-    v = 128.0 - 127.0 * std::pow(std::sin(1.5707963267948966 * i / -52), 0.5);
+  if (i > 0) v = 128.0 + 127.0 * std::pow(std::sin(1.5707963267948966 * i / 52), 0.5);
+  else v = 128.0 - 127.0 * std::pow(std::sin(1.5707963267948966 * i / -52), 0.5);
   return static_cast<BYTE>(static_cast<int>(v));
 }
 
@@ -85,10 +83,8 @@ void gencraters(BITMAPINFOHEADER* h, COLORREF colour, long craters, double depth
         const double cd = dx * dx + dy * dy;
         const double cd2 = cd * 2.25;
         double cz = depthBias - std::sqrt(std::fabs(1.0 - cd2));
-        if (cd2 > 1.0)
-          cz = std::max(cz, 0.0);
-        else
-          cz = std::max(cz, -10.0);
+        if (cd2 > 1.0) cz = std::max(cz, 0.0);
+        else cz = std::max(cz, -10.0);
         cz = cz * depth;
         // The very centre always moves, so that even a shallow crater leaves a mark.
         // (|cz| < 1 is "truncates to 0", and stays false for a value that is no number.)

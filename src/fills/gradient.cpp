@@ -83,8 +83,7 @@ HDIB GetFillImage(int fillType, GRADIENT* gradient, TEXTURE* texture, MATRIX* ma
       if (!matrix) return nullptr;
       matrix->Rect = rect;
       return CreateMatrix(matrix);
-    default:
-      return nullptr;
+    default: return nullptr;
   }
 }
 

@@ -9,12 +9,12 @@
 namespace ochrel {
 
 struct GRADIENT {
-  int GradientType = 0;     // 0 linear along Angle, 1 and 2 around the centre, 3 conical
+  int GradientType = 0;      // 0 linear along Angle, 1 and 2 around the centre, 3 conical
   COLORREF StartColour = 0;  // on a grey image only the low byte counts
   COLORREF EndColour = 0;
-  int EdgePad = 0;  // carried, not drawn
-  int CenterX = 0;  // percent of the width from the middle, -50..50, positive to the right
-  int CenterY = 0;  // percent of the depth from the middle, -50..50, positive upwards
+  int EdgePad = 0;   // carried, not drawn
+  int CenterX = 0;   // percent of the width from the middle, -50..50, positive to the right
+  int CenterY = 0;   // percent of the depth from the middle, -50..50, positive upwards
   int Midpoint = 0;  // carried, not drawn
   RECT Rect;         // only the size counts
   int ImageType = 0;

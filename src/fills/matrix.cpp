@@ -172,8 +172,7 @@ int LoadMatrixFile(const std::string& path, std::vector<HDIB>* list, int* writea
   long long pos = kMatrixHeaderSize;
   for (std::uint32_t i = 0; i < count; ++i) {
     BYTE item[kMatrixItemHeaderSize];
-    if (std::fseek(f.get(), static_cast<long>(pos), SEEK_SET) != 0 || !ReadExact(f.get(), item, sizeof item))
-      return 0;
+    if (std::fseek(f.get(), static_cast<long>(pos), SEEK_SET) != 0 || !ReadExact(f.get(), item, sizeof item)) return 0;
     const std::uint32_t size = Get32(item + 4);
     const long long data = pos + kMatrixItemHeaderSize;
     if (std::memcmp(item, "MTXi", 4) == 0) {
@@ -221,8 +220,7 @@ int AddMatrixElement(const std::string& path, const HDIB& dib) {
   long long pos = kMatrixHeaderSize;
   for (std::uint32_t i = 0; i < count; ++i) {
     BYTE item[kMatrixItemHeaderSize];
-    if (std::fseek(f.get(), static_cast<long>(pos), SEEK_SET) != 0 || !ReadExact(f.get(), item, sizeof item))
-      return 0;
+    if (std::fseek(f.get(), static_cast<long>(pos), SEEK_SET) != 0 || !ReadExact(f.get(), item, sizeof item)) return 0;
     pos += kMatrixItemHeaderSize + static_cast<long long>(Get32(item + 4));
     if (pos > fileSize) return 0;
   }

@@ -36,8 +36,7 @@ COLORREF ShadowColourFor(const SHADOW& shadow, const SHADOWCOLOURS& colours);
 // ShadowOpacity inside. On 1, *mask is replaced by the blurred shadow, 100
 // pixels wider and deeper, whose top left goes at (*x, *y) relative to the
 // shape's. On 0 the mask is left alone. *x, *y and *colour are set either way.
-int HandleShadowImage(HDIB* mask, int* x, int* y, COLORREF* colour, const SHADOW* shadow,
-                      const SHADOWCOLOURS& colours);
+int HandleShadowImage(HDIB* mask, int* x, int* y, COLORREF* colour, const SHADOW* shadow, const SHADOWCOLOURS& colours);
 
 // The blur a shadow gets: radius 10 pixels, sigma ShadowSoft tenths. imageType 1
 // for an 8-bit mask, 0 for 24 bits. Null on failure.

@@ -71,7 +71,8 @@ HDIB Bricks() {
     const double edge = std::min({lx, bw - lx, ly, bh - ly});
     const Rgb base = Mix(Hex(0xA0442C), Hex(0xB86A48), Hash(brick, row, 1));
     const Rgb grain = Shade(base, 0.9 + 0.2 * Hash(int(x * 3), int(y * 3), 2));
-    const Rgb lit = Shade(grain, 1.0 + 0.15 * Smooth(mortar, mortar + 3, ly) - 0.15 * Smooth(bh - mortar - 3, bh - mortar, ly));
+    const Rgb lit =
+        Shade(grain, 1.0 + 0.15 * Smooth(mortar, mortar + 3, ly) - 0.15 * Smooth(bh - mortar - 3, bh - mortar, ly));
     return Mix(Hex(0xCFC8BA), lit, Smooth(mortar - 0.5, mortar + 0.5, edge));
   });
 }
@@ -291,7 +292,8 @@ HDIB CreateBuiltinMatrixTile() {
     const double round = std::sin(3.14159265 * across);
     const Rgb base = vertical ? Hex(0xD8B27A) : Hex(0xB88A4E);
     const double dip = 0.8 + 0.2 * std::sin(3.14159265 * along);
-    return Mix(Hex(0x4A3520), Shade(base, (0.6 + 0.4 * round) * dip), Smooth(0, 0.12, across) * Smooth(0, 0.12, 1 - across));
+    return Mix(Hex(0x4A3520), Shade(base, (0.6 + 0.4 * round) * dip),
+               Smooth(0, 0.12, across) * Smooth(0, 0.12, 1 - across));
   });
 }
 

@@ -22,21 +22,22 @@ struct Key {
   float TEXTURE::*f;
 };
 
-#define KI(n) Key{#n, Kind::Int, &TEXTURE::n, nullptr, nullptr}
-#define KU(n) Key{#n, Kind::Unsigned, nullptr, &TEXTURE::n, nullptr}
-#define KF(n) Key{#n, Kind::Float, nullptr, nullptr, &TEXTURE::n}
+#define KI(n) \
+  Key { #n, Kind::Int, &TEXTURE::n, nullptr, nullptr }
+#define KU(n) \
+  Key { #n, Kind::Unsigned, nullptr, &TEXTURE::n, nullptr }
+#define KF(n) \
+  Key { #n, Kind::Float, nullptr, nullptr, &TEXTURE::n }
 
 // In the order the writer puts them.
 const Key kKeys[] = {
-    KF(Power1),       KF(Power2),       KF(Power3),       KF(Power4),       KF(Power5),
-    KU(SeedValue1),   KU(SeedValue2),   KU(SeedValue3),   KU(SeedValue4),   KU(SeedValue5),
-    KF(Dimension1),   KF(Dimension2),   KF(Dimension3),   KF(Dimension4),   KF(Dimension5),
-    KI(MatrixSize),   KI(TextureType),  KU(ForeColour1),  KU(ForeColour2),  KU(ForeColour3),
-    KU(ForeColour4),  KU(ForeColour5),  KU(BackColour),   KI(CreaterCount), KF(CreaterDepth),
-    KF(ColorRed0),    KF(ColorRed1),    KF(ColorRed2),    KF(ColorRed3),    KF(ColorGreen0),
-    KF(ColorGreen1),  KF(ColorGreen2),  KF(ColorGreen3),  KF(ColorBlue0),   KF(ColorBlue1),
-    KF(ColorBlue2),   KF(ColorBlue3),   KI(BubbleCount),  KI(BubbleSize),   KF(BubblePower),
-    KI(BubbleShape),  KF(PerturbationPower),
+    KF(Power1),       KF(Power2),      KF(Power3),      KF(Power4),      KF(Power5),      KU(SeedValue1),
+    KU(SeedValue2),   KU(SeedValue3),  KU(SeedValue4),  KU(SeedValue5),  KF(Dimension1),  KF(Dimension2),
+    KF(Dimension3),   KF(Dimension4),  KF(Dimension5),  KI(MatrixSize),  KI(TextureType), KU(ForeColour1),
+    KU(ForeColour2),  KU(ForeColour3), KU(ForeColour4), KU(ForeColour5), KU(BackColour),  KI(CreaterCount),
+    KF(CreaterDepth), KF(ColorRed0),   KF(ColorRed1),   KF(ColorRed2),   KF(ColorRed3),   KF(ColorGreen0),
+    KF(ColorGreen1),  KF(ColorGreen2), KF(ColorGreen3), KF(ColorBlue0),  KF(ColorBlue1),  KF(ColorBlue2),
+    KF(ColorBlue3),   KI(BubbleCount), KI(BubbleSize),  KF(BubblePower), KI(BubbleShape), KF(PerturbationPower),
 };
 #undef KI
 #undef KU
@@ -68,18 +69,42 @@ struct Range {
   bool percent;
 };
 const Range kRanges[] = {
-    {"Power1", 0, 150, true},        {"Power2", 0, 150, true},        {"Power3", 0, 150, true},
-    {"Power4", 0, 150, true},        {"Power5", 0, 150, true},        {"SeedValue1", 1, 32760, false},
-    {"SeedValue2", 1, 32760, false}, {"SeedValue3", 1, 32760, false}, {"SeedValue4", 1, 32760, false},
-    {"SeedValue5", 1, 32760, false}, {"MatrixSize", 32, 1024, false}, {"Dimension1", 200, 2000, true},
-    {"Dimension2", 200, 2000, true}, {"Dimension3", 200, 2000, true}, {"Dimension4", 200, 2000, true},
-    {"Dimension5", 200, 2000, true}, {"CreaterCount", 100, 10000, false}, {"CreaterDepth", 50, 400, true},
-    {"BubbleCount", 0, 512, false},  {"BubbleSize", 1, 64, false},     {"BubblePower", 0, 100, true},
-    {"PerturbationPower", 0, 800, true}, {"TextureType", 0, 5, false}, {"BubbleShape", 0, 3, false},
-    {"ColorRed0", 0, 100, true},     {"ColorRed1", 0, 100, true},     {"ColorRed2", 0, 100, true},
-    {"ColorRed3", 0, 100, true},     {"ColorGreen0", 0, 100, true},   {"ColorGreen1", 0, 100, true},
-    {"ColorGreen2", 0, 100, true},   {"ColorGreen3", 0, 100, true},   {"ColorBlue0", 0, 100, true},
-    {"ColorBlue1", 0, 100, true},    {"ColorBlue2", 0, 100, true},    {"ColorBlue3", 0, 100, true},
+    {"Power1", 0, 150, true},
+    {"Power2", 0, 150, true},
+    {"Power3", 0, 150, true},
+    {"Power4", 0, 150, true},
+    {"Power5", 0, 150, true},
+    {"SeedValue1", 1, 32760, false},
+    {"SeedValue2", 1, 32760, false},
+    {"SeedValue3", 1, 32760, false},
+    {"SeedValue4", 1, 32760, false},
+    {"SeedValue5", 1, 32760, false},
+    {"MatrixSize", 32, 1024, false},
+    {"Dimension1", 200, 2000, true},
+    {"Dimension2", 200, 2000, true},
+    {"Dimension3", 200, 2000, true},
+    {"Dimension4", 200, 2000, true},
+    {"Dimension5", 200, 2000, true},
+    {"CreaterCount", 100, 10000, false},
+    {"CreaterDepth", 50, 400, true},
+    {"BubbleCount", 0, 512, false},
+    {"BubbleSize", 1, 64, false},
+    {"BubblePower", 0, 100, true},
+    {"PerturbationPower", 0, 800, true},
+    {"TextureType", 0, 5, false},
+    {"BubbleShape", 0, 3, false},
+    {"ColorRed0", 0, 100, true},
+    {"ColorRed1", 0, 100, true},
+    {"ColorRed2", 0, 100, true},
+    {"ColorRed3", 0, 100, true},
+    {"ColorGreen0", 0, 100, true},
+    {"ColorGreen1", 0, 100, true},
+    {"ColorGreen2", 0, 100, true},
+    {"ColorGreen3", 0, 100, true},
+    {"ColorBlue0", 0, 100, true},
+    {"ColorBlue1", 0, 100, true},
+    {"ColorBlue2", 0, 100, true},
+    {"ColorBlue3", 0, 100, true},
 };
 
 void TrimRight(char* s) {
@@ -224,10 +249,16 @@ void ClampTextureFields(TEXTURE* t) {
 bool SameTextureFields(const TEXTURE& a, const TEXTURE& b) {
   for (const Key& k : kKeys) {
     switch (k.kind) {
-      case Kind::Int: if (a.*k.i != b.*k.i) return false; break;
+      case Kind::Int:
+        if (a.*k.i != b.*k.i) return false;
+        break;
       case Kind::Unsigned:
-      case Kind::Colour: if (a.*k.u != b.*k.u) return false; break;
-      case Kind::Float: if (a.*k.f != b.*k.f) return false; break;
+      case Kind::Colour:
+        if (a.*k.u != b.*k.u) return false;
+        break;
+      case Kind::Float:
+        if (a.*k.f != b.*k.f) return false;
+        break;
     }
   }
   return true;

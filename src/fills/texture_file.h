@@ -30,8 +30,8 @@ int LoadTextureFile(const std::string& path, TextureList* list, int* writeable);
 // when options.backups is on; the write goes through a temporary file. 0 when the
 // file cannot be written. `writeable` and `stamp` (a ctime text) are for
 // making protected stock files; the program writes 1 and the time of saving.
-int SaveTextureFile(const std::string& path, const TextureList& list, int writeable = 1,
-                    const char* stamp = nullptr, const SaveOptions& options = {});
+int SaveTextureFile(const std::string& path, const TextureList& list, int writeable = 1, const char* stamp = nullptr,
+                    const SaveOptions& options = {});
 
 // Brings every field into the range its editor allows (percent fields as
 // fractions: Power 0-1.5, Density 2-20, ...), the type into 0..5, the bubble

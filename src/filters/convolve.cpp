@@ -65,8 +65,8 @@ OCHREL_AVX2 inline __m128i Finish4(__m256d v, bool divide, __m256d by) {
   v = _mm256_add_pd(_mm256_min_pd(_mm256_max_pd(v, _mm256_setzero_pd()), _mm256_set1_pd(255.0)), _mm256_set1_pd(0.5));
   return _mm256_cvttpd_epi32(v);
 }
-OCHREL_AVX2 int ConvolveSpan256(const BYTE* const* src, const double* weight, int taps, int n, bool divide,
-                                double sum, BYTE* dst) {
+OCHREL_AVX2 int ConvolveSpan256(const BYTE* const* src, const double* weight, int taps, int n, bool divide, double sum,
+                                BYTE* dst) {
   const __m256d by = _mm256_set1_pd(sum);
   int i = 0;
   for (; i + 16 <= n; i += 16) {
@@ -75,8 +75,9 @@ OCHREL_AVX2 int ConvolveSpan256(const BYTE* const* src, const double* weight, in
       const __m256d w = _mm256_set1_pd(weight[t]);
       const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[t] + i));
       const __m256i lo = _mm256_cvtepu8_epi32(bytes), hi = _mm256_cvtepu8_epi32(_mm_srli_si128(bytes, 8));
-      const __m256d d[4] = {_mm256_cvtepi32_pd(_mm256_castsi256_si128(lo)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(lo, 1)),
-                            _mm256_cvtepi32_pd(_mm256_castsi256_si128(hi)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(hi, 1))};
+      const __m256d d[4] = {
+          _mm256_cvtepi32_pd(_mm256_castsi256_si128(lo)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(lo, 1)),
+          _mm256_cvtepi32_pd(_mm256_castsi256_si128(hi)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(hi, 1))};
       for (int k = 0; k < 4; ++k) a[k] = t == 0 ? _mm256_mul_pd(w, d[k]) : _mm256_add_pd(a[k], _mm256_mul_pd(w, d[k]));
     }
     const __m128i w0 = _mm_packus_epi32(Finish4(a[0], divide, by), Finish4(a[1], divide, by));

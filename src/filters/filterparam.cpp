@@ -47,8 +47,7 @@ const char* const kVignetteFields[] = {"FilterVignetteLevel", "FilterVignetteOff
 const FilterType filtertype[FILTER_COUNT] = {
     {"Add Noise", FilterAddNoise, kAddNoiseControls, 0x03, kAddNoiseFields},
     {"Color and Intensity", FilterColourIntensity, kColourIntensityControls, 0x25, kColourIntensityFields},
-    {"Contrast and Brightness", FilterContrastBrightness, kContrastBrightnessControls, 0x27,
-     kContrastBrightnessFields},
+    {"Contrast and Brightness", FilterContrastBrightness, kContrastBrightnessControls, 0x27, kContrastBrightnessFields},
     {"Despeckle", FilterDespeckleImage, kNoControls, 0x03, kNoFields},
     {"Emboss", FilterEmbossImage, kEmbossControls, 0x03, kEmbossFields},
     {"Flip", FilterFlipImage, kFlipControls, 0x0F, kFlipFields},
@@ -72,7 +71,8 @@ int FindFilterType(const char* name) {
   return -1;
 }
 
-#define OCHREL_FS(name, lo, hi, def, tenths) {#name, &FILTERPARAM::name, true, lo, hi, def, tenths}
+#define OCHREL_FS(name, lo, hi, def, tenths) \
+  { #name, &FILTERPARAM::name, true, lo, hi, def, tenths }
 const FilterSetting filtersettings[] = {
     OCHREL_FS(FilterContrast, 0, 255, 128, false),
     OCHREL_FS(FilterBrightness, 0, 255, 128, false),

@@ -33,16 +33,15 @@ struct FILTERPARAM {
   int HasSelection = 0, HasMask = 0;
   HDIB NewMask;  // made by a free rotation for its result, else null
 
-  int FilterContrast = 0, FilterBrightness = 0, FilterRed = 0, FilterGreen = 0, FilterBlue = 0,
-      FilterIntensity = 0;
-  int FilterGaussianRadius = 0, FilterGaussianSigma = 0, FilterUnsharpAmount = 0,
-      FilterUnsharpThreshold = 0, FilterSolarizeThreshold = 0;
+  int FilterContrast = 0, FilterBrightness = 0, FilterRed = 0, FilterGreen = 0, FilterBlue = 0, FilterIntensity = 0;
+  int FilterGaussianRadius = 0, FilterGaussianSigma = 0, FilterUnsharpAmount = 0, FilterUnsharpThreshold = 0,
+      FilterSolarizeThreshold = 0;
   int FilterNoiseType = 0, FilterNoiseLevel = 0, FilterNoiseColour = 0;
   int FilterVignetteLevel = 0, FilterVignetteOffsetLevel = 0;
   int FilterEmbossWidth = 0, FilterEmbossSigma = 0, FilterSharpenWidth = 0, FilterSharpenSigma = 0;
   int FilterResizeInterpolate = 0, ResizeHorizontal = 0, ResizeVertical = 0, FilterResizeConstant = 0;
-  int FilterRotateAngle = 0, FilterRotateDirection = 0, FilterRotateInterpolate = 0,
-      FilterRotatePreserve = 0, FilterFlipDirection = 0;
+  int FilterRotateAngle = 0, FilterRotateDirection = 0, FilterRotateInterpolate = 0, FilterRotatePreserve = 0,
+      FilterFlipDirection = 0;
   int FilterOilpaintRadius = 0, FilterShadeAzimuth = 0, FilterShadeElevation = 0, FilterShadeLevel = 0,
       FilterSwirlDegrees = 0;
 };
@@ -61,7 +60,7 @@ inline constexpr int FILTER_NOSELECTION = 0x40;   // never on a selection
 struct FilterType {
   const char* name;
   FilterFunction function;
-  const int* controls;        // zero-terminated dialog control ids
+  const int* controls;  // zero-terminated dialog control ids
   int flags;
   const char* const* fields;  // null-terminated names of the settings the filter reads
 };

@@ -44,6 +44,8 @@ bool TryResize(std::vector<T>& v, std::size_t n) {
   }
 }
 
-inline BYTE ClampRound(double v) { return v < 0.0 ? 0 : v > 255.0 ? 255 : static_cast<BYTE>(static_cast<int>(v + 0.5)); }
+inline BYTE ClampRound(double v) {
+  return v < 0.0 ? 0 : v > 255.0 ? 255 : static_cast<BYTE>(static_cast<int>(v + 0.5));
+}
 
 }  // namespace ochrel::filterutil

@@ -314,8 +314,7 @@ HDIB FilterGaussianBlurImage(const HDIB& image, int imageType, double radius, do
 
 HDIB FilterGaussianBlur(const HDIB& image, FILTERPARAM* param) {
   if (!param) return nullptr;
-  return GaussianBlur(image, param->ImageType, param->FilterGaussianRadius * 0.1,
-                      param->FilterGaussianSigma * 0.1);
+  return GaussianBlur(image, param->ImageType, param->FilterGaussianRadius * 0.1, param->FilterGaussianSigma * 0.1);
 }
 
 HDIB FilterUnsharpMaskImage(const HDIB& image, FILTERPARAM* param) {
@@ -336,7 +335,8 @@ HDIB FilterUnsharpMaskImage(const HDIB& image, FILTERPARAM* param) {
     for (int sv = 0; sv < 256; ++sv)
       for (int bv = 0; bv < 256; ++bv) {
         int d = sv - bv;
-        pairs[static_cast<std::size_t>(sv << 8 | bv)] = limit > std::abs(2 * d) ? static_cast<BYTE>(sv) : ClampRound(sv + d * amount);
+        pairs[static_cast<std::size_t>(sv << 8 | bv)] =
+            limit > std::abs(2 * d) ? static_cast<BYTE>(sv) : ClampRound(sv + d * amount);
       }
   ParallelBands(src->biHeight, 32, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {

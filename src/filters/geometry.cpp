@@ -201,13 +201,12 @@ HDIB FilterResizeImage(const HDIB& image, FILTERPARAM* param) {
   const int horizontal = param->ResizeHorizontal;
   const int vertical = param->FilterResizeConstant ? horizontal : param->ResizeVertical;
   if (horizontal <= 0 || vertical <= 0) return nullptr;
-  if (param->FilterResizeInterpolate &&
-      (param->ImageType == IMAGE_TRUECOLOUR || param->ImageType == IMAGE_GREY)) {
+  if (param->FilterResizeInterpolate && (param->ImageType == IMAGE_TRUECOLOUR || param->ImageType == IMAGE_GREY)) {
     HDIB first = horizontal > 100   ? ScaleUpHorizontal(image, horizontal)
                  : horizontal < 100 ? ScaleDownHorizontal(image, horizontal)
                                     : DuplicateObject(image);
     if (!first) return nullptr;
-    return vertical > 100 ? ScaleUpVertical(first, vertical)
+    return vertical > 100   ? ScaleUpVertical(first, vertical)
            : vertical < 100 ? ScaleDownVertical(first, vertical)
                             : DuplicateObject(first);
   }
@@ -234,10 +233,14 @@ struct Bilinear {
     const int tx = static_cast<int>(fx), ty = static_cast<int>(fy);
     const int tx1 = static_cast<int>(fx + 1), ty1 = static_cast<int>(fy + 1);
     const bool xIn = fx >= 0.0, yIn = fy >= 0.0, x1In = fx + 1 < w, y1In = fy + 1 < hgt;
-    if (xIn && yIn) At(tx, ty, A); else std::memcpy(A, bgc, sizeof A);
-    if (x1In && yIn) At(tx1, ty, B); else std::memcpy(B, bgc, sizeof B);
-    if (xIn && y1In) At(tx, ty1, C); else std::memcpy(C, bgc, sizeof C);
-    if (x1In && y1In) At(tx1, ty1, D); else std::memcpy(D, bgc, sizeof D);
+    if (xIn && yIn) At(tx, ty, A);
+    else std::memcpy(A, bgc, sizeof A);
+    if (x1In && yIn) At(tx1, ty, B);
+    else std::memcpy(B, bgc, sizeof B);
+    if (xIn && y1In) At(tx, ty1, C);
+    else std::memcpy(C, bgc, sizeof C);
+    if (x1In && y1In) At(tx1, ty1, D);
+    else std::memcpy(D, bgc, sizeof D);
     const double alpha = fx - std::floor(fx), beta = fy - std::floor(fy);
     int v[3];
     for (int k = 0; k < 3; ++k)

@@ -9,7 +9,7 @@ namespace ochrel {
 
 // Filter-side names of the right-angle turns: the number is the
 // counter-clockwise angle.
-HDIB RotateDib90(const HDIB& image);   // counter-clockwise
+HDIB RotateDib90(const HDIB& image);  // counter-clockwise
 HDIB RotateDib180(const HDIB& image);
 HDIB RotateDib270(const HDIB& image);  // clockwise
 HDIB FlipDibHorizontal(const HDIB& image);

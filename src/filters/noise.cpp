@@ -36,9 +36,7 @@ int FilterGenerateNoise(int level, int type) {
       value = n + n * 0.5 * sigma * std::cos(2.0 * kPi * beta);
       break;
     }
-    case 2:
-      value = alpha < 0.05 ? 0.0 : alpha >= 0.95 ? 255.0 : n;
-      break;
+    case 2: value = alpha < 0.05 ? 0.0 : alpha >= 0.95 ? 255.0 : n; break;
     case 3:
       if (alpha <= 0.5) {
         value = alpha <= 1e-05 ? n - 255.0 : n + 10.0 * std::log(2.0 * alpha);
@@ -402,8 +400,7 @@ HDIB CreateVignetteMask(int width, int height, const FILTERPARAM* param) {
   int steps = std::min(rings, 256);
   BYTE shade[256];
   for (int i = 0; i < steps; ++i)
-    shade[i] = static_cast<BYTE>(
-        static_cast<int>(255.0 - std::sin(90.0 / steps * i * 0.017453277777777776) * 255.0));
+    shade[i] = static_cast<BYTE>(static_cast<int>(255.0 - std::sin(90.0 / steps * i * 0.017453277777777776) * 255.0));
   if (steps > 0) shade[steps - 1] = 0;
 
   BYTE palette[768];
@@ -416,9 +413,7 @@ HDIB CreateVignetteMask(int width, int height, const FILTERPARAM* param) {
   // outermost first. The boxes shrink evenly about one centre, so the
   // ellipses nest and each row is a set of nested spans: the last ellipse
   // that covers a pixel decides it.
-  auto shrinkOf = [&](int i) {
-    return rings <= 256 ? i : static_cast<int>(i * rings * 0.00390625);
-  };
+  auto shrinkOf = [&](int i) { return rings <= 256 ? i : static_cast<int>(i * rings * 0.00390625); };
   const double cx = width * 0.5, cy = height * 0.5;
   ParallelBands(height, 64, [&](int y0, int y1) {
     std::vector<int> left(static_cast<std::size_t>(steps) + 1), right(static_cast<std::size_t>(steps) + 1);
@@ -471,8 +466,7 @@ HDIB FilterVignetteImage(const HDIB& image, FILTERPARAM* param) {
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;
   // Stored bytes run blue, green, red; grey takes the paper's low byte.
-  const int paper[3] = {GetBValue(param->PaperColour), GetGValue(param->PaperColour),
-                        GetRValue(param->PaperColour)};
+  const int paper[3] = {GetBValue(param->PaperColour), GetGValue(param->PaperColour), GetRValue(param->PaperColour)};
   const int channels = bytes == 1 ? 1 : 3;
   const int grey = GetRValue(param->PaperColour);
   int width = src->biWidth;

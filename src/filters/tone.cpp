@@ -86,7 +86,8 @@ HDIB MapByTable(const HDIB& image, int imageType, const BYTE* t) {
   const std::size_t head = static_cast<std::size_t>(DibBits(src) - image->data());
   const std::size_t stride = DibStride(src), rows = stride * static_cast<std::size_t>(src->biHeight);
   std::memcpy(out->data(), image->data(), head);
-  if (head + rows < image->size()) std::memcpy(out->data() + head + rows, image->data() + head + rows, image->size() - head - rows);
+  if (head + rows < image->size())
+    std::memcpy(out->data() + head + rows, image->data() + head + rows, image->size() - head - rows);
   const int width = src->biWidth;
 #if OCHREL_HAVE_BYTE_PERMUTE
   const bool wide = VectorUnit() >= 2 && HaveByteTable();
@@ -189,8 +190,8 @@ HDIB FilterContrastBrightness(const HDIB& image, FILTERPARAM* param) {
 
 HDIB FilterColourIntensity(const HDIB& image, FILTERPARAM* param) {
   if (!param) return nullptr;
-  return FilterImposeColourFilter(image, param->FilterRed - 128, param->FilterGreen - 128,
-                                  param->FilterBlue - 128, param->FilterIntensity - 128, param);
+  return FilterImposeColourFilter(image, param->FilterRed - 128, param->FilterGreen - 128, param->FilterBlue - 128,
+                                  param->FilterIntensity - 128, param);
 }
 
 HDIB FilterInvertColours(const HDIB& image, FILTERPARAM* param) {

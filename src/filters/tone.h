@@ -17,7 +17,6 @@ void FilterMakeContrastCurve(int contrast, int brightness, LOOKUPTABLE* table);
 HDIB FilterImposeLookupTable(const HDIB& image, const LOOKUPTABLE* table, const FILTERPARAM* param);
 // Offsets are signed (setting - 128); each channel gets its offset plus the
 // intensity, the sum clamped once.
-HDIB FilterImposeColourFilter(const HDIB& image, int red, int green, int blue, int intensity,
-                              const FILTERPARAM* param);
+HDIB FilterImposeColourFilter(const HDIB& image, int red, int green, int blue, int intensity, const FILTERPARAM* param);
 
 }  // namespace ochrel

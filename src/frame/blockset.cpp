@@ -177,9 +177,7 @@ void UpdateUndoFlags(BLOCKSET* r) {
   r->RedoAvailable = r->History && r->History->RedoCount() > 0 ? 1 : 0;
 }
 
-std::size_t UndoBudget() {
-  return UndoMemory > 0 ? static_cast<std::size_t>(UndoMemory) << 20 : DefaultUndoBudget();
-}
+std::size_t UndoBudget() { return UndoMemory > 0 ? static_cast<std::size_t>(UndoMemory) << 20 : DefaultUndoBudget(); }
 }  // namespace
 
 void CompactUndo(BLOCKSET* r) {

@@ -13,7 +13,7 @@ enum Command : int {
   CM_EXIT = 55,
   CM_SAVE = 57,
   CM_OPEN = 58,
-  CM_REDO = 59,  // steps forward again through the undo history
+  CM_REDO = 59,    // steps forward again through the undo history
   CM_DELETE = 61,  // Del: no action
   CM_MANUAL = 62,
   CM_NEW = 101,

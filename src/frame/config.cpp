@@ -30,15 +30,17 @@ constexpr int kLineBuffer = 260;
 
 // The zoom list of a document, by ViewMode index.
 const CONFIGCHOICE viewmodechoices[] = {
-    {"10 percent", 10},   {"20 percent", 20},    {"25 percent", 25},     {"50 percent", 50},
-    {"75 percent", 75},   {"100 percent", 100},  {"200 percent", 200},   {"400 percent", 400},
+    {"10 percent", 10},   {"20 percent", 20},     {"25 percent", 25},     {"50 percent", 50},
+    {"75 percent", 75},   {"100 percent", 100},   {"200 percent", 200},   {"400 percent", 400},
     {"800 percent", 800}, {"1200 percent", 1200}, {"1600 percent", 1600}, {nullptr, 0},
 };
 
 }  // namespace
 
-#define NUMBER(var, flags, control, choices, browse, spin) {#var, &var, nullptr, flags, control, choices, browse, spin}
-#define TEXT(var, flags, control, choices, browse, spin) {#var, nullptr, var, flags, control, choices, browse, spin}
+#define NUMBER(var, flags, control, choices, browse, spin) \
+  { #var, &var, nullptr, flags, control, choices, browse, spin }
+#define TEXT(var, flags, control, choices, browse, spin) \
+  { #var, nullptr, var, flags, control, choices, browse, spin }
 
 // In file order; the Setup page finds its controls here too.
 const CONFIGITEM configitem[MAXCONFIGITEM] = {

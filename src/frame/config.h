@@ -25,15 +25,15 @@ inline constexpr int MAXCONFIGITEM = 160;
 
 // Row flags.
 enum : unsigned {
-  CI_ONOFF = 0x01,      // on/off, stored as a number; a check box in Setup
-  CI_TEXT = 0x02,       // text of at most 260 characters
-  CI_NUMBER = 0x04,     // number
-  CI_USERDATA = 0x08,   // Setup keeps the value in the control's user data
-  CI_LIST = 0x10,       // drop-down list from `choices`; the setting is the index
-  CI_SPIN = 0x40,       // number with an up-down control (control + 10000)
-  CI_WRITEONLY = 0x100, // written to stamp the file, never read back
-  CI_BROWSE = 0x200,    // text with a browse button (control + 15000)
-  CI_LISTVALUE = 0x800, // with CI_LIST: the setting is the chosen record's value
+  CI_ONOFF = 0x01,       // on/off, stored as a number; a check box in Setup
+  CI_TEXT = 0x02,        // text of at most 260 characters
+  CI_NUMBER = 0x04,      // number
+  CI_USERDATA = 0x08,    // Setup keeps the value in the control's user data
+  CI_LIST = 0x10,        // drop-down list from `choices`; the setting is the index
+  CI_SPIN = 0x40,        // number with an up-down control (control + 10000)
+  CI_WRITEONLY = 0x100,  // written to stamp the file, never read back
+  CI_BROWSE = 0x200,     // text with a browse button (control + 15000)
+  CI_LISTVALUE = 0x800,  // with CI_LIST: the setting is the chosen record's value
 };
 
 // Control numbers of a row's companions on the Setup page.
@@ -51,14 +51,14 @@ struct CONFIGCHOICE {
 using ConfigBrowseFunction = bool (*)(char* text);
 
 struct CONFIGITEM {
-  const char* name;    // the key in the file
-  int* number;         // the variable of an on/off or number row, else null
-  char* text;          // the 261-byte variable of a text row, else null
+  const char* name;  // the key in the file
+  int* number;       // the variable of an on/off or number row, else null
+  char* text;        // the 261-byte variable of a text row, else null
   unsigned flags;
-  unsigned control;    // Setup control number, 0 for none
+  unsigned control;             // Setup control number, 0 for none
   const CONFIGCHOICE* choices;  // CI_LIST rows
   ConfigBrowseFunction browse;  // CI_BROWSE rows
-  const char* spin;    // CI_SPIN rows: "lowest,highest,start" for the up-down control
+  const char* spin;             // CI_SPIN rows: "lowest,highest,start" for the up-down control
 };
 
 extern const CONFIGITEM configitem[MAXCONFIGITEM];
@@ -117,8 +117,7 @@ bool SaveConfig();
 // Reads one number from a section of a settings file the quick way, without
 // the table: key and section names ignore case, blanks around them are
 // dropped. `fallback` when the file, the section or the key is missing.
-int ReadProfileInt(const std::filesystem::path& file, std::string_view section,
-                   std::string_view key, int fallback);
+int ReadProfileInt(const std::filesystem::path& file, std::string_view section, std::string_view key, int fallback);
 // The early read of ShowStartupWindow, before the configuration proper:
 // stores and returns the value, 1 when the file doesn't say.
 int ReadStartupWindowFlag();

@@ -12,9 +12,9 @@ std::map<int, bool> ComputeMenuStates(const BLOCKSET* d) {
   const bool image = d && d->Image;
   const int t = image ? GetImageType(d->Image) : IMAGE_NONE;
   std::map<int, bool> s;
-  for (int c : {CM_SAVE, CM_SAVEAS, CM_CLOSE, CM_SELECTALL, CM_ATTRIBUTES, CM_CASCADE, CM_TILE, CM_ARRANGE,
-                CM_DUPLICATE, CM_HIDETOOLBAR, CM_HIDESETTINGS, CM_PASTEFROM, CM_GRIDACTIVE, CM_GRIDSETTINGS,
-                CM_SHADOWS})
+  for (int c :
+       {CM_SAVE, CM_SAVEAS, CM_CLOSE, CM_SELECTALL, CM_ATTRIBUTES, CM_CASCADE, CM_TILE, CM_ARRANGE, CM_DUPLICATE,
+        CM_HIDETOOLBAR, CM_HIDESETTINGS, CM_PASTEFROM, CM_GRIDACTIVE, CM_GRIDSETTINGS, CM_SHADOWS})
     s[c] = image;
   s[CM_TOTRUECOLOUR] = image && t != IMAGE_TRUECOLOUR;
   s[CM_TOGREY] = image && t != IMAGE_GREY;
@@ -30,8 +30,7 @@ std::map<int, bool> ComputeMenuStates(const BLOCKSET* d) {
   bool mask = false;
   const bool masked = image && HasSelection(d, &mask);
   s[CM_FILTERS] = image;
-  for (int f = 0; f < FILTER_COUNT; ++f)
-    s[FILTER_MENU_FIRST + f] = image && FilterIsValidFilter(t, masked, mask, f);
+  for (int f = 0; f < FILTER_COUNT; ++f) s[FILTER_MENU_FIRST + f] = image && FilterIsValidFilter(t, masked, mask, f);
   return s;
 }
 

@@ -67,8 +67,9 @@ fs::path RecoveryFolder() {
 
 std::string NewRecoveryId() {
   static std::atomic<unsigned> serial{0};
-  const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
-                      std::chrono::system_clock::now().time_since_epoch()).count();
+  const auto ms =
+      std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+          .count();
   return std::to_string(::getpid()) + "-" + std::to_string(ms) + "-" + std::to_string(serial.fetch_add(1));
 }
 

@@ -16,7 +16,8 @@ namespace fs = std::filesystem;
 
 std::string formatlong(long long value) {
   bool negative = value < 0;
-  unsigned long long v = negative ? 0ULL - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
+  unsigned long long v =
+      negative ? 0ULL - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
   std::string digits = std::to_string(v), out;
   int n = static_cast<int>(digits.size());
   for (int i = 0; i < n; ++i) {
@@ -89,7 +90,9 @@ int DeleteFileToRecycleBin(const std::string& path) {
     fs::create_directories(trash / "info", ec);
     if (!ec) {
       std::string name = fs::path(path).filename().string(), candidate = name;
-      for (int n = 1; fs::exists(trash / "files" / candidate, ec) || fs::exists(trash / "info" / (candidate + ".trashinfo"), ec); ++n)
+      for (int n = 1;
+           fs::exists(trash / "files" / candidate, ec) || fs::exists(trash / "info" / (candidate + ".trashinfo"), ec);
+           ++n)
         candidate = name + "." + std::to_string(n);
       std::ofstream info(trash / "info" / (candidate + ".trashinfo"));
       char when[32] = {};

@@ -27,17 +27,21 @@ const std::map<int, const char*>& Table() {
       {122, "UntitledPicture%u.%s"},
       {224, "Ochrel\u2122"},
       {243, "Your present Windows screen driver can display images having up to %s colors without dithering."},
-      {247, "No application could be found to open Drivers.Htm. Please open the Drivers.Htm document in the "
-            "parent directory of Ochrel for more information about configuring your screen driver."},
-      {306, "There has been an error displaying the manual page. Please ensure that there is an application "
-            "installed on your system capable of opening HTML documents associated with the file extension .HTM."},
-      {307, "You are about to display the Ochrel manual document. Your web browser will open. Ochrel will "
-            "remain running, and you can return to it at any time through the Windows task bar."},
+      {247,
+       "No application could be found to open Drivers.Htm. Please open the Drivers.Htm document in the "
+       "parent directory of Ochrel for more information about configuring your screen driver."},
+      {306,
+       "There has been an error displaying the manual page. Please ensure that there is an application "
+       "installed on your system capable of opening HTML documents associated with the file extension .HTM."},
+      {307,
+       "You are about to display the Ochrel manual document. Your web browser will open. Ochrel will "
+       "remain running, and you can return to it at any time through the Windows task bar."},
       {309, "This color already exists in the current color table as %s. Do you wish to add it anyway?"},
       {322, "There is no undo image available."},
       {323, "Magification: %d%%"},
-      {332, "There has been an error adding your matrix element to the current matrix file. Make sure you do "
-            "not have the default Ochrel matrix file selected in the Matrix dialog."},
+      {332,
+       "There has been an error adding your matrix element to the current matrix file. Make sure you do "
+       "not have the default Ochrel matrix file selected in the Matrix dialog."},
       {1701, "Undoes the most recent drawing operation."},
       {1702, "Toggles the magnetic grid."},
       {1703, "Provides help with Ochrel."},

@@ -87,7 +87,8 @@ bool ChangedRect(const BITMAPINFOHEADER* a, const BITMAPINFOHEADER* b, RECT* rec
   }
   if (top < 0) return true;
   const int x0 = static_cast<int>(first * 8 / static_cast<std::size_t>(bits));
-  const int x1 = std::min(w, static_cast<int>(((last + 1) * 8 + static_cast<std::size_t>(bits) - 1) / static_cast<std::size_t>(bits)));
+  const int x1 = std::min(
+      w, static_cast<int>(((last + 1) * 8 + static_cast<std::size_t>(bits) - 1) / static_cast<std::size_t>(bits)));
   *rect = RECT{x0, top, x1, bottom + 1};
   return true;
 }

@@ -28,8 +28,8 @@ struct UNDOSTATE {
 struct UndoStep {
   bool whole = false;  // `pixels` is a whole image block, else the rectangle's pixels
   RECT rect{};
-  HDIB pixels;         // what the other side of the step holds there
-  UNDOSTATE state;     // the record's fields on that side
+  HDIB pixels;      // what the other side of the step holds there
+  UNDOSTATE state;  // the record's fields on that side
   std::size_t Bytes() const { return pixels ? pixels->size() : 0; }
 };
 

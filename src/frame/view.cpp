@@ -74,7 +74,8 @@ void RenderView(const BITMAPINFOHEADER* h, const ViewRender& v, int vx, int vy, 
   for (int i = 0; i < vw; ++i) {
     int sx = UnZoomPercent(v.percent, vx + i) + v.scrollX;
     cols[static_cast<std::size_t>(i)] = (sx >= 0 && sx < width) ? sx : -1;
-    colEnd[static_cast<std::size_t>(i)] = std::min(width, std::max(sx + 1, UnZoomPercent(v.percent, vx + i + 1) + v.scrollX));
+    colEnd[static_cast<std::size_t>(i)] =
+        std::min(width, std::max(sx + 1, UnZoomPercent(v.percent, vx + i + 1) + v.scrollX));
   }
   std::uint32_t lut[256] = {};
   if (h && bits <= 8) {
@@ -104,7 +105,8 @@ void RenderView(const BITMAPINFOHEADER* h, const ViewRender& v, int vx, int vy, 
       }
       lastSy = sy;
       const BYTE* row = DibRow(h, sy);
-      int syEnd = whiteOnBlack ? std::min(height, std::max(sy + 1, UnZoomPercent(v.percent, vy + j + 1) + v.scrollY)) : sy + 1;
+      int syEnd =
+          whiteOnBlack ? std::min(height, std::max(sy + 1, UnZoomPercent(v.percent, vy + j + 1) + v.scrollY)) : sy + 1;
       const bool gridRow = v.grid && sy % v.gridVertical == 0;
       for (int i = 0; i < vw; ++i) {
         int sx = cols[static_cast<std::size_t>(i)];

@@ -55,7 +55,7 @@ struct ViewRender {
   int gridHorizontal = 8, gridVertical = 8;
   std::uint32_t background = 0xFFF0F0F0u;
 };
-void RenderView(const BITMAPINFOHEADER* image, const ViewRender& v, int vx, int vy, int vw, int vh,
-                std::uint32_t* dst, std::size_t dstStride);
+void RenderView(const BITMAPINFOHEADER* image, const ViewRender& v, int vx, int vy, int vw, int vh, std::uint32_t* dst,
+                std::size_t dstStride);
 
 }  // namespace ochrel

@@ -56,9 +56,7 @@ COLORREF HlsToRgb(const HLSCOLOUR& in) {
   const int m2 = lum <= kHlsMax / 2 ? (lum * (kHlsMax + sat) + kHlsMax / 2) / kHlsMax
                                     : lum + sat - (lum * sat + kHlsMax / 2) / kHlsMax;
   const int m1 = 2 * lum - m2;
-  auto channel = [&](int h) {
-    return std::clamp((HueToRgb(m1, m2, h) * kRgbMax + kHlsMax / 2) / kHlsMax, 0, 255);
-  };
+  auto channel = [&](int h) { return std::clamp((HueToRgb(m1, m2, h) * kRgbMax + kHlsMax / 2) / kHlsMax, 0, 255); };
   return RGB(channel(hue + kHlsMax / 3), channel(hue), channel(hue - kHlsMax / 3));
 }
 

@@ -30,8 +30,9 @@ void ForRowColours(const BITMAPINFOHEADER* s, const BYTE* pal, int y, F pixel) {
       const BYTE* p = row + static_cast<std::size_t>(x) * (bits / 8);
       pixel(x, p[2], p[1], p[0]);
     } else {
-      int v = bits == 8 ? row[x] : bits == 4 ? ((x & 1) ? row[x >> 1] & 15 : row[x >> 1] >> 4)
-                                             : ((row[x >> 3] & masktable[x & 7]) ? 1 : 0);
+      int v = bits == 8   ? row[x]
+              : bits == 4 ? ((x & 1) ? row[x >> 1] & 15 : row[x >> 1] >> 4)
+                          : ((row[x >> 3] & masktable[x & 7]) ? 1 : 0);
       pixel(x, pal[3 * v], pal[3 * v + 1], pal[3 * v + 2]);
     }
   }
@@ -42,7 +43,9 @@ void ForRowColours(const BITMAPINFOHEADER* s, const BYTE* pal, int y, F pixel) {
 struct LuminanceTerms {
   BYTE r[256], g[256], b[256];
   LuminanceTerms() {
-    for (int v = 0; v < 256; ++v) r[v] = static_cast<BYTE>(v * 30 / 100), g[v] = static_cast<BYTE>(v * 59 / 100), b[v] = static_cast<BYTE>(v * 11 / 100);
+    for (int v = 0; v < 256; ++v)
+      r[v] = static_cast<BYTE>(v * 30 / 100), g[v] = static_cast<BYTE>(v * 59 / 100),
+      b[v] = static_cast<BYTE>(v * 11 / 100);
   }
 };
 const LuminanceTerms kTerms;
@@ -53,7 +56,8 @@ void GreyRow(const BYTE* s, BYTE* d, int w, int step) {
 
 inline void PutIndex(BYTE* row, int x, int bits, int v) {
   if (bits == 8) row[x] = static_cast<BYTE>(v);
-  else if (bits == 4) row[x >> 1] = static_cast<BYTE>((x & 1) ? (row[x >> 1] & 0xF0) | (v & 15) : (row[x >> 1] & 0x0F) | ((v & 15) << 4));
+  else if (bits == 4)
+    row[x >> 1] = static_cast<BYTE>((x & 1) ? (row[x >> 1] & 0xF0) | (v & 15) : (row[x >> 1] & 0x0F) | ((v & 15) << 4));
   else if (v) row[x >> 3] |= masktable[x & 7];
   else row[x >> 3] &= static_cast<BYTE>(~masktable[x & 7]);
 }
@@ -171,17 +175,11 @@ HDIB ConvertToPaletteStrategy(const HDIB& image, int option, bool preview) {
     case IDC_PAL_QUANT240_FIXED_REMAP:
       if (!StrategyPalette(image, option, preview, palette)) return nullptr;
       return option == IDC_PAL_QUANT240_FIXED_DITHER ? DitherDib(image, palette, 8, 0) : RemapDib(image, palette, 8, 0);
-    case IDC_PAL_ORTHO_DITHER:
-      GetDefaultPalette(palette, nullptr, 8);
-      return DitherDib(image, palette, 8, 0);
-    case IDC_PAL_ORTHO_REMAP:
-      GetDefaultPalette(palette, nullptr, 8);
-      return RemapDib(image, palette, 8, 0);
+    case IDC_PAL_ORTHO_DITHER: GetDefaultPalette(palette, nullptr, 8); return DitherDib(image, palette, 8, 0);
+    case IDC_PAL_ORTHO_REMAP: GetDefaultPalette(palette, nullptr, 8); return RemapDib(image, palette, 8, 0);
     case IDC_PAL_BAYER256: return ConvertToBayerDither256(image);
     case IDC_PAL_BAYER16: return ConvertToBayerDither16(image);
-    case IDC_PAL_WINDOWS16:
-      GetDefaultPalette(palette, nullptr, 3);
-      return RemapDib(image, palette, 4, 0);
+    case IDC_PAL_WINDOWS16: GetDefaultPalette(palette, nullptr, 3); return RemapDib(image, palette, 4, 0);
     default:
       if (!StrategyPalette(image, IDC_PAL_QUANT256_DITHER, preview, palette)) return nullptr;
       return DitherDib(image, palette, 8, 0);

@@ -11,9 +11,7 @@ BITMAPINFOHEADER* LockDib(const HDIB& handle) { return LockDib(handle.get()); }
 
 namespace {
 // The header must describe a block we can walk: a known size and a depth we handle.
-bool PixelGeometryOk(const BITMAPINFOHEADER* h) {
-  return h && h->biWidth > 0 && h->biHeight > 0;
-}
+bool PixelGeometryOk(const BITMAPINFOHEADER* h) { return h && h->biWidth > 0 && h->biHeight > 0; }
 }  // namespace
 
 std::uint32_t GetDibPixel(const BITMAPINFOHEADER* h, int x, int y) {
@@ -36,8 +34,7 @@ std::uint32_t GetDibPixel(const BITMAPINFOHEADER* h, int x, int y) {
 }
 
 void PutDibPixel(BITMAPINFOHEADER* h, int x, int y, std::uint32_t value) {
-  if (value == NOPIXEL || !PixelGeometryOk(h) || x < 0 || y < 0 || x >= h->biWidth || y >= h->biHeight)
-    return;
+  if (value == NOPIXEL || !PixelGeometryOk(h) || x < 0 || y < 0 || x >= h->biWidth || y >= h->biHeight) return;
   BYTE* row = DibRow(h, y);
   switch (h->biBitCount) {
     case 1:
@@ -161,8 +158,14 @@ RECT Normalized(RECT r) {
 void CopyRowPixels(const BYTE* src, int sx, BYTE* dst, int dx, int w, int bits) {
   if (w <= 0) return;
   switch (bits) {
-    case 24: std::memcpy(dst + 3 * static_cast<std::size_t>(dx), src + 3 * static_cast<std::size_t>(sx), 3 * static_cast<std::size_t>(w)); return;
-    case 32: std::memcpy(dst + 4 * static_cast<std::size_t>(dx), src + 4 * static_cast<std::size_t>(sx), 4 * static_cast<std::size_t>(w)); return;
+    case 24:
+      std::memcpy(dst + 3 * static_cast<std::size_t>(dx), src + 3 * static_cast<std::size_t>(sx),
+                  3 * static_cast<std::size_t>(w));
+      return;
+    case 32:
+      std::memcpy(dst + 4 * static_cast<std::size_t>(dx), src + 4 * static_cast<std::size_t>(sx),
+                  4 * static_cast<std::size_t>(w));
+      return;
     case 8: std::memcpy(dst + dx, src + sx, static_cast<std::size_t>(w)); return;
     case 4:
       for (int i = 0; i < w; ++i) {
@@ -217,12 +220,18 @@ void FillRect(BITMAPINFOHEADER* h, std::uint32_t value, int x0, int y0, int x1, 
   if (x0 >= x1 || y0 >= y1 || value == NOPIXEL) return;
   int bits = h->biBitCount;
   if (bits == 8) {
-    for (int y = y0; y < y1; ++y) std::memset(DibRow(h, y) + x0, static_cast<int>(value & 255), static_cast<std::size_t>(x1 - x0));
+    for (int y = y0; y < y1; ++y)
+      std::memset(DibRow(h, y) + x0, static_cast<int>(value & 255), static_cast<std::size_t>(x1 - x0));
   } else if (bits == 24) {
-    BYTE px[3] = {static_cast<BYTE>(GetBValue(value)), static_cast<BYTE>(GetGValue(value)), static_cast<BYTE>(GetRValue(value))};
+    BYTE px[3] = {static_cast<BYTE>(GetBValue(value)), static_cast<BYTE>(GetGValue(value)),
+                  static_cast<BYTE>(GetRValue(value))};
     for (int y = y0; y < y1; ++y) {
       BYTE* p = DibRow(h, y) + 3 * static_cast<std::size_t>(x0);
-      for (int x = x0; x < x1; ++x, p += 3) { p[0] = px[0]; p[1] = px[1]; p[2] = px[2]; }
+      for (int x = x0; x < x1; ++x, p += 3) {
+        p[0] = px[0];
+        p[1] = px[1];
+        p[2] = px[2];
+      }
     }
   } else {
     for (int y = y0; y < y1; ++y)
@@ -244,8 +253,8 @@ HDIB MattImage(const HDIB& handle, int width, int height, int x, int y, std::uin
     long long dy = static_cast<long long>(sy) + y;
     if (dy < 0 || dy >= height) continue;
     if (sx1 > sx0)
-      CopyRowPixels(DibRow(s, sy), static_cast<int>(sx0), DibRow(o, static_cast<int>(dy)),
-                    static_cast<int>(sx0 + x), static_cast<int>(sx1 - sx0), s->biBitCount);
+      CopyRowPixels(DibRow(s, sy), static_cast<int>(sx0), DibRow(o, static_cast<int>(dy)), static_cast<int>(sx0 + x),
+                    static_cast<int>(sx1 - sx0), s->biBitCount);
   }
   return out;
 }
@@ -279,8 +288,7 @@ int GetImageType(const HDIB& handle, const BITMAPINFOHEADER* header) {
   if (bits == 8) {
     const BYTE* e = DibPaletteEntries(h);
     bool grey = true;
-    for (int i = 0; i < 256 && grey; ++i)
-      grey = e[4 * i] == i && e[4 * i + 1] == i && e[4 * i + 2] == i;
+    for (int i = 0; i < 256 && grey; ++i) grey = e[4 * i] == i && e[4 * i + 1] == i && e[4 * i + 2] == i;
     if (grey) return IMAGE_GREY;
   }
   return IMAGE_PALETTED;
@@ -305,8 +313,7 @@ void UnrealizeWindowPalette(PALSTATE* state) {
   if (state) *state = PALSTATE{};
 }
 
-void DibToRgb32(const BITMAPINFOHEADER* h, int x, int y, int w, int hgt, std::uint32_t* dst,
-                std::size_t dstStride) {
+void DibToRgb32(const BITMAPINFOHEADER* h, int x, int y, int w, int hgt, std::uint32_t* dst, std::size_t dstStride) {
   if (!h || w <= 0 || hgt <= 0) return;
   std::uint32_t lut[256] = {};
   int bits = h->biBitCount;
@@ -317,7 +324,8 @@ void DibToRgb32(const BITMAPINFOHEADER* h, int x, int y, int w, int hgt, std::ui
   }
   for (int j = 0; j < hgt; ++j) {
     const BYTE* row = DibRow(h, y + j);
-    auto* out = reinterpret_cast<std::uint32_t*>(reinterpret_cast<BYTE*>(dst) + dstStride * static_cast<std::size_t>(j));
+    auto* out =
+        reinterpret_cast<std::uint32_t*>(reinterpret_cast<BYTE*>(dst) + dstStride * static_cast<std::size_t>(j));
     switch (bits) {
       case 24: {
         const BYTE* p = row + 3 * static_cast<std::size_t>(x);

@@ -83,9 +83,8 @@ std::size_t GetAllocationLimit();
 // or a block too small to hold one).
 BITMAPINFOHEADER* LockDib(const HDIB& handle);
 inline BITMAPINFOHEADER* LockDib(MemBlock* block) {
-  return block && block->size() >= sizeof(BITMAPINFOHEADER)
-             ? reinterpret_cast<BITMAPINFOHEADER*>(block->data())
-             : nullptr;
+  return block && block->size() >= sizeof(BITMAPINFOHEADER) ? reinterpret_cast<BITMAPINFOHEADER*>(block->data())
+                                                            : nullptr;
 }
 
 // ---- Layout ----------------------------------------------------------------
@@ -96,9 +95,7 @@ inline std::size_t DibStride(const BITMAPINFOHEADER* h) { return DibStride(h->bi
 // Palette bytes, from the depth alone: 4 << bits for depths under 9, else 0.
 inline std::size_t DibPaletteSize(int bits) { return bits < 9 ? (std::size_t{4} << bits) : 0; }
 inline BYTE* DibPaletteEntries(BITMAPINFOHEADER* h) { return reinterpret_cast<BYTE*>(h) + h->biSize; }
-inline const BYTE* DibPaletteEntries(const BITMAPINFOHEADER* h) {
-  return reinterpret_cast<const BYTE*>(h) + h->biSize;
-}
+inline const BYTE* DibPaletteEntries(const BITMAPINFOHEADER* h) { return reinterpret_cast<const BYTE*>(h) + h->biSize; }
 inline BYTE* DibBits(BITMAPINFOHEADER* h) {
   return reinterpret_cast<BYTE*>(h) + h->biSize + DibPaletteSize(h->biBitCount);
 }
@@ -167,7 +164,6 @@ void UnrealizeWindowPalette(PALSTATE* state);
 // Converts the rectangle (x, y, w, h) of a DIB of any depth to 32-bit 0xFFRRGGBB
 // pixels, rows top-down at dst with dstStride bytes between rows; the palette is
 // applied. The rectangle must lie inside the image.
-void DibToRgb32(const BITMAPINFOHEADER* header, int x, int y, int w, int h, std::uint32_t* dst,
-                std::size_t dstStride);
+void DibToRgb32(const BITMAPINFOHEADER* header, int x, int y, int w, int h, std::uint32_t* dst, std::size_t dstStride);
 
 }  // namespace ochrel

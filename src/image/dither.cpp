@@ -13,10 +13,10 @@
 
 namespace ochrel {
 
-const BYTE bayerPattern[8][8] = {
-    {0, 32, 8, 40, 2, 34, 10, 42},  {48, 16, 56, 24, 50, 18, 58, 26}, {12, 44, 4, 36, 14, 46, 6, 38},
-    {60, 28, 52, 20, 62, 30, 54, 22}, {3, 35, 11, 43, 1, 33, 9, 41},   {51, 19, 59, 27, 49, 17, 57, 25},
-    {15, 47, 7, 39, 13, 45, 5, 37},  {63, 31, 55, 23, 61, 29, 53, 21}};
+const BYTE bayerPattern[8][8] = {{0, 32, 8, 40, 2, 34, 10, 42},  {48, 16, 56, 24, 50, 18, 58, 26},
+                                 {12, 44, 4, 36, 14, 46, 6, 38}, {60, 28, 52, 20, 62, 30, 54, 22},
+                                 {3, 35, 11, 43, 1, 33, 9, 41},  {51, 19, 59, 27, 49, 17, 57, 25},
+                                 {15, 47, 7, 39, 13, 45, 5, 37}, {63, 31, 55, 23, 61, 29, 53, 21}};
 
 namespace {
 
@@ -48,10 +48,10 @@ void ReadRgbRow(const BITMAPINFOHEADER* h, const BYTE* palette, int y, BYTE* out
       }
       return;
     case 1:
-      for (int x = 0; x < w; ++x, out += 3) std::memcpy(out, palette + 3 * ((row[x >> 3] & masktable[x & 7]) ? 1 : 0), 3);
+      for (int x = 0; x < w; ++x, out += 3)
+        std::memcpy(out, palette + 3 * ((row[x >> 3] & masktable[x & 7]) ? 1 : 0), 3);
       return;
-    default:
-      std::memset(out, 0, static_cast<std::size_t>(w) * 3);
+    default: std::memset(out, 0, static_cast<std::size_t>(w) * 3);
   }
 }
 
@@ -149,8 +149,8 @@ HDIB DitherColour(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE*
   NearestColour nearest(palette, 1 << bits, NearestColour::kWeighted, static_cast<std::size_t>(w) * h);
   std::vector<int> cur, next;
   std::vector<BYTE> rgb;
-  if (!nearest.ok() || !Resize(cur, static_cast<std::size_t>(w) * 3) || !Resize(next, static_cast<std::size_t>(w) * 3) ||
-      !Resize(rgb, static_cast<std::size_t>(w) * 3))
+  if (!nearest.ok() || !Resize(cur, static_cast<std::size_t>(w) * 3) ||
+      !Resize(next, static_cast<std::size_t>(w) * 3) || !Resize(rgb, static_cast<std::size_t>(w) * 3))
     return nullptr;
   for (int y = 0; y < h; ++y) {
     ReadRgbRow(s, srcPalette, y, rgb.data());
@@ -229,7 +229,9 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   if (!table) return false;
   BYTE* answers = table->data();
   ParallelBands(static_cast<int>(cells.size()), 8, [&](int i0, int i1) {
-    for (int i = i0; i < i1; ++i) nearest.FillCell(cells[static_cast<std::size_t>(i)], answers + (static_cast<std::size_t>(cells[static_cast<std::size_t>(i)]) << 12));
+    for (int i = i0; i < i1; ++i)
+      nearest.FillCell(cells[static_cast<std::size_t>(i)],
+                       answers + (static_cast<std::size_t>(cells[static_cast<std::size_t>(i)]) << 12));
   });
   ParallelBands(h, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
@@ -237,7 +239,8 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
       BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
       auto answer = [&](const BYTE* p) {
         const unsigned r = p[2], g = p[1], b = p[0];
-        return answers[((r >> 4) << 20) | ((g >> 4) << 16) | ((b >> 4) << 12) | ((r & 15) << 8) | ((g & 15) << 4) | (b & 15)];
+        return answers[((r >> 4) << 20) | ((g >> 4) << 16) | ((b >> 4) << 12) | ((r & 15) << 8) | ((g & 15) << 4) |
+                       (b & 15)];
       };
       if (bits == 8 && step == 3) {
         for (int x = 0; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
@@ -265,7 +268,8 @@ HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/
   int translate[256] = {};
   if (sbits <= 8)
     for (int i = 0; i < (1 << sbits); ++i)
-      translate[i] = FindPaletteColour(srcPalette[3 * i], srcPalette[3 * i + 1], srcPalette[3 * i + 2], palette, entries);
+      translate[i] =
+          FindPaletteColour(srcPalette[3 * i], srcPalette[3 * i + 1], srcPalette[3 * i + 2], palette, entries);
   const int white = FindPaletteColour(255, 255, 255, palette, entries);
   const int black = FindPaletteColour(0, 0, 0, palette, entries);
   // 129, not 128: a luminance of exactly 128 is black.
@@ -277,7 +281,8 @@ HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/
   bool failed = false;
   std::unique_ptr<NearestColour> shared;
   if (sbits > 8 && bits != 1) {
-    shared.reset(new (std::nothrow) NearestColour(palette, entries, NearestColour::kWeighted, static_cast<std::size_t>(w) * h));
+    shared.reset(new (std::nothrow)
+                     NearestColour(palette, entries, NearestColour::kWeighted, static_cast<std::size_t>(w) * h));
     if (!shared || !shared->ok()) return nullptr;
   }
   if (shared && RemapThroughCells(s, o, bits, *shared)) return out;

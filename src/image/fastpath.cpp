@@ -21,7 +21,8 @@ int Detected() {
   static const int unit = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                                   __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq")
                               ? 2
-                              : __builtin_cpu_supports("avx2") ? 1 : 0;
+                          : __builtin_cpu_supports("avx2") ? 1
+                                                           : 0;
   return unit;
 #else
   return 0;

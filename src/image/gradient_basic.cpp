@@ -23,8 +23,8 @@ struct Ramp {
 
 BYTE Mix(int from, int to, int step) {
   // Rounded to nearest, so the two ends are exactly the two colours.
-  return static_cast<BYTE>(from + ((to - from) * step * 2 + (to >= from ? kSteps - 1 : -(kSteps - 1))) /
-                                      (2 * (kSteps - 1)));
+  return static_cast<BYTE>(from +
+                           ((to - from) * step * 2 + (to >= from ? kSteps - 1 : -(kSteps - 1))) / (2 * (kSteps - 1)));
 }
 
 void BuildRamp(Ramp& ramp, COLORREF start, COLORREF end, int bits) {
@@ -61,8 +61,8 @@ inline void Store(BYTE* row, int x, int step, const Ramp& ramp, int bits) {
 
 }  // namespace
 
-HDIB RenderBasicGradient(int width, int depth, int gradientType, COLORREF startColour, COLORREF endColour,
-                         int angle, int bits, int centerX, int centerY) {
+HDIB RenderBasicGradient(int width, int depth, int gradientType, COLORREF startColour, COLORREF endColour, int angle,
+                         int bits, int centerX, int centerY) {
   if (width < 1 || depth < 1) return nullptr;
   if (bits != 24 && bits != 8) return nullptr;
   if (gradientType < 0 || gradientType > 2) return nullptr;

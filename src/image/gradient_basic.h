@@ -15,7 +15,7 @@ namespace ochrel {
 // or the farthest corner. bits 24 gives a true-colour DIB, 8 an 8-bit DIB with
 // the grey palette whose values are the low bytes of the colours. Null on
 // failure, a size below 1, another bit count or another type.
-HDIB RenderBasicGradient(int width, int depth, int gradientType, COLORREF startColour, COLORREF endColour,
-                         int angle, int bits, int centerX, int centerY);
+HDIB RenderBasicGradient(int width, int depth, int gradientType, COLORREF startColour, COLORREF endColour, int angle,
+                         int bits, int centerX, int centerY);
 
 }  // namespace ochrel

@@ -16,11 +16,11 @@ const KERNEL BlurrKernel = {{0, 0, 0, 0, 0,  //
                             14,
                             0};
 
-const KERNEL AntialiasKernel2 = {{0, 0, 0, 0, 0,   //
-                                  0, 1, 2, 1, 0,   //
+const KERNEL AntialiasKernel2 = {{0, 0, 0,  0, 0,  //
+                                  0, 1, 2,  1, 0,  //
                                   0, 2, 15, 2, 0,  //
-                                  0, 1, 2, 1, 0,   //
-                                  0, 0, 0, 0, 0},
+                                  0, 1, 2,  1, 0,  //
+                                  0, 0, 0,  0, 0},
                                  27,
                                  0};
 

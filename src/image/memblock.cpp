@@ -37,7 +37,8 @@ std::unique_ptr<MemBlock> MemBlock::Allocate(std::size_t bytes) {
   }
   auto* block = new (std::nothrow) MemBlock(p, bytes, mapped);
   if (!block) {
-    if (mapped) munmap(p, bytes); else std::free(p);
+    if (mapped) munmap(p, bytes);
+    else std::free(p);
     return nullptr;
   }
   return std::unique_ptr<MemBlock>(block);

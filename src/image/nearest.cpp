@@ -14,7 +14,9 @@ constexpr std::size_t kCellPixels = std::size_t{1} << 16;
 }  // namespace
 
 NearestColour::NearestColour(const BYTE* palette, int count, Metric metric, std::size_t pixels)
-    : count_(count < 1 ? 1 : count > 256 ? 256 : count) {
+    : count_(count < 1     ? 1
+             : count > 256 ? 256
+                           : count) {
   wr_ = metric == kWeighted ? 3 : 1;
   wg_ = metric == kWeighted ? 4 : 1;
   wb_ = metric == kWeighted ? 2 : 1;

@@ -27,8 +27,8 @@ class NearestColour {
   bool ok() const { return !keys_.empty(); }
 
   int Find(int r, int g, int b) {
-    const std::uint32_t key = static_cast<std::uint32_t>(r) | (static_cast<std::uint32_t>(g) << 8) |
-                              (static_cast<std::uint32_t>(b) << 16);
+    const std::uint32_t key =
+        static_cast<std::uint32_t>(r) | (static_cast<std::uint32_t>(g) << 8) | (static_cast<std::uint32_t>(b) << 16);
     // A small cache answers most pixels of a photograph, whose neighbours are
     // alike; the rest scan only the entries that can win in their colour cell.
     const std::uint32_t slot = (key * 2654435761u) >> (32 - kBits);

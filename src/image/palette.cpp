@@ -41,9 +41,8 @@ struct StoredPalettes {
     static const BYTE red7[7] = {0, 43, 85, 128, 170, 213, 255};
     static const BYTE green8[8] = {0, 36, 73, 109, 146, 182, 219, 255};
     static const BYTE blue4[4] = {0, 85, 170, 255};
-    static const BYTE greys[32] = {1,   8,   16,  24,  32,  41,  49,  57,  65,  74,  82,
-                                   90,  98,  106, 115, 123, 131, 139, 148, 156, 164, 172,
-                                   180, 189, 197, 205, 213, 222, 230, 238, 246, 254};
+    static const BYTE greys[32] = {1,   8,   16,  24,  32,  41,  49,  57,  65,  74,  82,  90,  98,  106, 115, 123,
+                                   131, 139, 148, 156, 164, 172, 180, 189, 197, 205, 213, 222, 230, 238, 246, 254};
     i = 0;
     for (int r = 0; r < 7; ++r)
       for (int g = 0; g < 8; ++g)
@@ -67,22 +66,41 @@ const StoredPalettes& Stored() {
 int GetDefaultPalette(BYTE* palette, int* bits, int number) {
   int count = 256, nominal = 8;
   switch (number) {
-    case 0: count = 2; nominal = 1; break;
-    case 2: count = 8; nominal = 3; break;
-    case 3: count = 16; nominal = 4; break;
-    case 4: count = 32; nominal = 5; break;
-    case 5: count = 64; nominal = 6; break;
-    case 6: count = 128; nominal = 7; break;
-    case 7: count = 216; nominal = 8; break;
+    case 0:
+      count = 2;
+      nominal = 1;
+      break;
+    case 2:
+      count = 8;
+      nominal = 3;
+      break;
+    case 3:
+      count = 16;
+      nominal = 4;
+      break;
+    case 4:
+      count = 32;
+      nominal = 5;
+      break;
+    case 5:
+      count = 64;
+      nominal = 6;
+      break;
+    case 6:
+      count = 128;
+      nominal = 7;
+      break;
+    case 7:
+      count = 216;
+      nominal = 8;
+      break;
     default: break;
   }
   if (bits) *bits = nominal;
   if (!palette) return count;
   std::memset(palette, 0, 768);
   switch (number) {
-    case 0:
-      std::memset(palette + 3, 255, 3);
-      break;
+    case 0: std::memset(palette + 3, 255, 3); break;
     case 2:
       for (int i = 0; i < 8; ++i) {
         palette[3 * i] = (i & 1) ? 255 : 0;

@@ -80,8 +80,10 @@ void psort(COLOURCELL** a, int n) {
   const int pivot = Level(a[n / 2]);
   int i = -1, j = n;
   for (;;) {
-    do ++i; while (i < n - 1 && Level(a[i]) > pivot);
-    do --j; while (j > 0 && Level(a[j]) < pivot);
+    do ++i;
+    while (i < n - 1 && Level(a[i]) > pivot);
+    do --j;
+    while (j > 0 && Level(a[j]) < pivot);
     if (i >= j) break;
     std::swap(a[i], a[j]);
   }
@@ -158,7 +160,8 @@ int Quantize(int width, int depth, int* colours, BYTE* palette, const HDIB& imag
   std::unique_ptr<ColourSet> seen(new (std::nothrow) ColourSet);
   if (!cells || !boxes || !sortBuffer || !seen) return 0;
   for (int i = 0; i < 4096; ++i) {
-    cells[i] = COLOURCELL{{static_cast<BYTE>(i >> 8), static_cast<BYTE>((i >> 4) & 15), static_cast<BYTE>(i & 15)}, 0, 0, nullptr};
+    cells[i] = COLOURCELL{
+        {static_cast<BYTE>(i >> 8), static_cast<BYTE>((i >> 4) & 15), static_cast<BYTE>(i & 15)}, 0, 0, nullptr};
   }
   seen->Clear();
 
@@ -181,8 +184,9 @@ int Quantize(int width, int depth, int* colours, BYTE* palette, const HDIB& imag
         const BYTE* p = row + static_cast<std::size_t>(x) * (bits / 8);
         r = p[2], g = p[1], b = p[0];
       } else {
-        int v = bits == 8 ? row[x] : bits == 4 ? ((x & 1) ? row[x >> 1] & 15 : row[x >> 1] >> 4)
-                                               : ((row[x >> 3] & masktable[x & 7]) ? 1 : 0);
+        int v = bits == 8   ? row[x]
+                : bits == 4 ? ((x & 1) ? row[x >> 1] & 15 : row[x >> 1] >> 4)
+                            : ((row[x >> 3] & masktable[x & 7]) ? 1 : 0);
         r = srcPalette[3 * v], g = srcPalette[3 * v + 1], b = srcPalette[3 * v + 2];
       }
       ++hist[(r >> 4) * 256 + (g >> 4) * 16 + (b >> 4)];

@@ -124,9 +124,7 @@ UpPlan PlanScaleUp(int length, int newLength, int percentage, bool copyLast) {
   return up;
 }
 
-inline int UpValue(const UpStep& s, int a, int b) {
-  return ((s.n - s.j - 1) * a / s.n + (s.j + 1) * b / s.n) & 255;
-}
+inline int UpValue(const UpStep& s, int a, int b) { return ((s.n - s.j - 1) * a / s.n + (s.j + 1) * b / s.n) & 255; }
 
 // The same value through the step's tables: the two terms never add up to
 // more than the larger sample, so no wrap is possible there.
@@ -149,7 +147,8 @@ std::vector<DownStep> PlanScaleDown(int length, int newLength, int percentage) {
     long long end = static_cast<long long>(i + 1) * 100 / percentage;
     long long n = end - start;
     long long k = std::max<long long>(0, std::min<long long>(n, length - start));
-    plan[static_cast<std::size_t>(i)] = DownStep{static_cast<int>(std::min<long long>(start, length)), static_cast<int>(k)};
+    plan[static_cast<std::size_t>(i)] =
+        DownStep{static_cast<int>(std::min<long long>(start, length)), static_cast<int>(k)};
     start = end;
   }
   return plan;
@@ -406,7 +405,9 @@ HDIB ResizeNearest(const HDIB& image, int percentage) {
   // Positions are below the old size except through rounding; keep them inside.
   for (int& v : X) v = std::min(v, s->biWidth - 1);
   for (int& v : Y) v = std::min(v, s->biHeight - 1);
-  return Remap(s, nw, nh, [&](int i, int j) { return XY{X[static_cast<std::size_t>(i)], Y[static_cast<std::size_t>(j)]}; });
+  return Remap(s, nw, nh, [&](int i, int j) {
+    return XY{X[static_cast<std::size_t>(i)], Y[static_cast<std::size_t>(j)]};
+  });
 }
 
 HDIB ResizeDib(const HDIB& image, int percentage) {
@@ -550,7 +551,9 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, int flags, COLORREF bac
           B = C = Dp = A;
         }
         if (bits <= 8) {
-          PutDibPixel(o, x, y, static_cast<std::uint32_t>(channel(static_cast<int>(A), static_cast<int>(B), static_cast<int>(C), static_cast<int>(Dp), fx, fy)));
+          PutDibPixel(o, x, y,
+                      static_cast<std::uint32_t>(channel(static_cast<int>(A), static_cast<int>(B), static_cast<int>(C),
+                                                         static_cast<int>(Dp), fx, fy)));
         } else {
           int r = channel(GetRValue(A), GetRValue(B), GetRValue(C), GetRValue(Dp), fx, fy);
           int g = channel(GetGValue(A), GetGValue(B), GetGValue(C), GetGValue(Dp), fx, fy);

@@ -53,9 +53,7 @@ bool RotatedSize(int w, int h, double c, double sn, int* nw, int* nh);
 HDIB MaskBitmap(const HDIB& image, const HDIB& mask, std::uint32_t colour);
 
 // Luminance with each term truncated by itself, as the whole program takes it.
-constexpr int Luminance(int red, int green, int blue) {
-  return red * 30 / 100 + green * 59 / 100 + blue * 11 / 100;
-}
+constexpr int Luminance(int red, int green, int blue) { return red * 30 / 100 + green * 59 / 100 + blue * 11 / 100; }
 constexpr int Luminance(COLORREF c) { return Luminance(GetRValue(c), GetGValue(c), GetBValue(c)); }
 
 // A new DIB of the given size with `source`'s depth and palette.

@@ -92,8 +92,8 @@ HDIB CreateShadowPolygonSampleBitmap(const RECT& shape, int grey, int back, int 
   return Compose(r.Dib, w, h, padX - 4, padY - 4, grey, back);
 }
 
-HDIB CreateShadowTextSampleBitmap(const char* font, int size, int bold, int italic, int underline, int grey,
-                                  int back, int padX, int padY, const char* sampleText) {
+HDIB CreateShadowTextSampleBitmap(const char* font, int size, int bold, int italic, int underline, int grey, int back,
+                                  int padX, int padY, const char* sampleText) {
   const std::string text = sampleText && sampleText[0] ? sampleText : "AaBbCc";
   WRAPPERBLOCK b;
   b.Operation = WRAPPER_CHARACTER;

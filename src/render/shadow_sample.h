@@ -18,8 +18,8 @@ HDIB CreateShadowEllipseSampleBitmap(const RECT& shape, int grey, int back, int 
 HDIB CreateShadowPolygonSampleBitmap(const RECT& shape, int grey, int back, int padX, int padY);
 // `text` ("AaBbCc" when null or empty) in the given font, on one line. Needs
 // the font database (a GUI application object); null without it.
-HDIB CreateShadowTextSampleBitmap(const char* font, int size, int bold, int italic, int underline, int grey,
-                                  int back, int padX, int padY, const char* text = nullptr);
+HDIB CreateShadowTextSampleBitmap(const char* font, int size, int bold, int italic, int underline, int grey, int back,
+                                  int padX, int padY, const char* text = nullptr);
 
 // What of the document the sample shows.
 struct SHADOWSAMPLE {

@@ -116,10 +116,8 @@ HDIB RenderLine(const WRAPPERBLOCK& b) {
       p.setPen(Qt::NoPen);
       p.setBrush(CoverageColour(L.Coverage));
       const QRectF dot(a.x() - t / 2.0, a.y() - t / 2.0, t, t);
-      if (flat)
-        p.drawRect(dot);
-      else
-        p.drawEllipse(dot);
+      if (flat) p.drawRect(dot);
+      else p.drawEllipse(dot);
     } else {
       QPen pen(CoverageColour(L.Coverage), t, Qt::SolidLine, flat ? Qt::FlatCap : Qt::RoundCap,
                flat ? Qt::MiterJoin : Qt::RoundJoin);
@@ -136,10 +134,8 @@ HDIB RenderLine(const WRAPPERBLOCK& b) {
 QPainterPath ShapePath(bool ellipse, const QRectF& r) {
   QPainterPath path;
   if (r.width() <= 0 || r.height() <= 0) return path;
-  if (ellipse)
-    path.addEllipse(r);
-  else
-    path.addRect(r);
+  if (ellipse) path.addEllipse(r);
+  else path.addRect(r);
   return path;
 }
 
@@ -396,8 +392,8 @@ WRAPPERRESULT RenderCharacter(WRAPPERBLOCK& b) {
   if (!HaveGuiApplication()) return out;  // no font database without one
   std::lock_guard<std::mutex> lock(fontMutex);
   const bool antialias = b.Antialias != 0;
-  const FontEntry* fe = FindFont(C.TextFontName, C.TextFontSize, C.TextFontBold, C.TextFontItal, C.TextFontUnder,
-                                 antialias);
+  const FontEntry* fe =
+      FindFont(C.TextFontName, C.TextFontSize, C.TextFontBold, C.TextFontItal, C.TextFontUnder, antialias);
   const QString text = CharacterText(C.Character);
   const QFontMetrics metrics(fe->font);
   const int advance = text.isEmpty() ? 0 : metrics.horizontalAdvance(text);
@@ -463,28 +459,18 @@ WRAPPERRESULT OCHLWRPR_proc(WRAPPERBLOCK* block) {
       out.Value = 1;
       return out;
     }
-    case WRAPPER_LINE:
-      out.Dib = RenderLine(b);
-      break;
-    case WRAPPER_ELLIPSE:
-      out.Dib = RenderShape(b, true);
-      break;
-    case WRAPPER_RECTANGLE:
-      out.Dib = RenderShape(b, false);
-      break;
-    case WRAPPER_POLYGON:
-      out.Dib = RenderPolygon(b);
-      break;
-    case WRAPPER_CHARACTER:
-      return RenderCharacter(b);
+    case WRAPPER_LINE: out.Dib = RenderLine(b); break;
+    case WRAPPER_ELLIPSE: out.Dib = RenderShape(b, true); break;
+    case WRAPPER_RECTANGLE: out.Dib = RenderShape(b, false); break;
+    case WRAPPER_POLYGON: out.Dib = RenderPolygon(b); break;
+    case WRAPPER_CHARACTER: return RenderCharacter(b);
     case WRAPPER_GRADIENT: {
       const auto& G = b.Gradient;
       out.Dib = RenderBasicGradient(G.Width, G.Depth, G.GradientType, G.StartColour, G.EndColour, G.Angle, G.Bits,
                                     G.CenterX, G.CenterY);
       break;
     }
-    default:
-      break;
+    default: break;
   }
   return out;
 }

@@ -36,8 +36,8 @@ enum WrapperOperation : int {
 };
 
 // LineCap values: pen end and join flags as the line tool keeps them.
-inline constexpr int LINECAP_ROUND = 0;   // round ends, round joins
-inline constexpr int LINECAP_FLAT = 8704; // flat ends, mitred joins
+inline constexpr int LINECAP_ROUND = 0;    // round ends, round joins
+inline constexpr int LINECAP_FLAT = 8704;  // flat ends, mitred joins
 
 // Polygon fill rules.
 inline constexpr int POLYFILL_ALTERNATE = 1;  // even-odd: a doubly covered area is a hole
@@ -59,13 +59,13 @@ constexpr std::uint32_t CoverageValue(int opacity) {
 }
 
 struct WRAPPERBLOCK {
-  int Operation = 0;            // a WrapperOperation
-  void* ToolWindow = nullptr;   // the caller's tool, passed through, never read
-  RECT Rect{};                  // the shape in image coordinates (line, ellipse, rectangle, polygon)
-  int MaskBits = 8;             // masks are always 8-bit
+  int Operation = 0;           // a WrapperOperation
+  void* ToolWindow = nullptr;  // the caller's tool, passed through, never read
+  RECT Rect{};                 // the shape in image coordinates (line, ellipse, rectangle, polygon)
+  int MaskBits = 8;            // masks are always 8-bit
   int Opacity = 0;
-  BYTE Palette[768] = {};       // grey palette for masks and 8-bit gradients
-  int Antialias = 0;            // 0 gives hard edges (paletted and mono images)
+  BYTE Palette[768] = {};  // grey palette for masks and 8-bit gradients
+  int Antialias = 0;       // 0 gives hard edges (paletted and mono images)
 
   struct {
     int X0 = 0, Y0 = 0, X1 = 0, Y1 = 0;  // the ends, in the shape's own box (Rect's corner is 0, 0)
@@ -75,34 +75,34 @@ struct WRAPPERBLOCK {
   } Line;
 
   struct {
-    RECT Box{};                          // left 4, top 4, width + 4, depth + 4
-    int LineThickness = 0;               // the outline lies inside the box
+    RECT Box{};             // left 4, top 4, width + 4, depth + 4
+    int LineThickness = 0;  // the outline lies inside the box
     std::int32_t FillValue = WRAPPER_NONE;
     std::int32_t OutlineValue = WRAPPER_NONE;
   } Shape;  // ellipse and rectangle
 
   struct {
     int VertexCount = 0;
-    const POINT* Vertices = nullptr;     // the figure is closed here
-    RECT Frame{};                        // the figure's frame, inflated by LineThickness
-    int LineThickness = 0;               // the outline is centred on the edges
+    const POINT* Vertices = nullptr;  // the figure is closed here
+    RECT Frame{};                     // the figure's frame, inflated by LineThickness
+    int LineThickness = 0;            // the outline is centred on the edges
     std::int32_t FillValue = WRAPPER_NONE;
     std::int32_t OutlineValue = WRAPPER_NONE;
-    int FillMode = 0;                    // POLYFILL_*; 0 is POLYFILL_ALTERNATE
+    int FillMode = 0;  // POLYFILL_*; 0 is POLYFILL_ALTERNATE
   } Polygon;
 
   struct {
-    int X = 0, Y = 0;                    // mode 1: top-left of the character cell on the surface
-    int Advance = 0;                     // mode 0 result; mode 2 input (the mask's width)
-    int LineHeight = 0;                  // mode 0 result; mode 2 input (the mask's depth)
-    int TextFontSize = 0;                // cell height in pixels (negative: character height)
+    int X = 0, Y = 0;      // mode 1: top-left of the character cell on the surface
+    int Advance = 0;       // mode 0 result; mode 2 input (the mask's width)
+    int LineHeight = 0;    // mode 0 result; mode 2 input (the mask's depth)
+    int TextFontSize = 0;  // cell height in pixels (negative: character height)
     int TextFontBold = 0, TextFontItal = 0, TextFontUnder = 0;
-    const char* TextFontName = nullptr;  // null or empty: the default face
-    const char* Character = nullptr;     // one character (UTF-8) and a 0 byte
-    std::uint32_t Value = 0;             // mode 2: coverage value; mode 1: the colour (COLORREF)
-    BITMAPINFOHEADER* Surface = nullptr; // mode 1: a locked 24- or 32-bit DIB (8-bit: grey level)
+    const char* TextFontName = nullptr;   // null or empty: the default face
+    const char* Character = nullptr;      // one character (UTF-8) and a 0 byte
+    std::uint32_t Value = 0;              // mode 2: coverage value; mode 1: the colour (COLORREF)
+    BITMAPINFOHEADER* Surface = nullptr;  // mode 1: a locked 24- or 32-bit DIB (8-bit: grey level)
     int Mode = CHARACTER_MEASURE;
-    int Ascent = 0;                      // mode 0 result: the baseline below the cell's top
+    int Ascent = 0;  // mode 0 result: the baseline below the cell's top
   } Character;
 
   struct {

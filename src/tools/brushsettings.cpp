@@ -61,8 +61,7 @@ std::span<const BrushSettingRange> GetBrushSettingRanges(int tool) {
 }
 
 const BrushSettingRange* FindBrushSetting(int BLOCKSET::*field) {
-  for (int tool : {TOOL_ERASER, TOOL_PEN, TOOL_BRUSH, TOOL_AIRBRUSH,
-                   TOOL_LOCALUNDO})
+  for (int tool : {TOOL_ERASER, TOOL_PEN, TOOL_BRUSH, TOOL_AIRBRUSH, TOOL_LOCALUNDO})
     for (const BrushSettingRange& row : GetBrushSettingRanges(tool))
       if (row.field == field) return &row;
   return nullptr;

@@ -15,9 +15,9 @@ struct BrushSettingRange {
   int BLOCKSET::*field;
   const char* name;  // the field's name; "Default" in front names its configuration key
   BrushControl control;
-  int id;            // the edit, trackbar or first radio button of the settings window
+  int id;  // the edit, trackbar or first radio button of the settings window
   int minimum, maximum;
-  int start;         // the value a spin opens on (its third number); trackbars and radios 0
+  int start;  // the value a spin opens on (its third number); trackbars and radios 0
 };
 
 // The settings of a brush tool's page (eraser 4, pen 7, soft brush 8,

@@ -135,10 +135,8 @@ HDIB CreateSoftBrush(const BLOCKSET& document, COLORREF background, COLORREF for
   for (int i = 0; i < n; ++i) {
     const BYTE level = i == n - 1 ? fg : StampValue(RGB(levels[3 * i], levels[3 * i + 1], levels[3 * i + 2]));
     const RECT ring{i + 2, i + 2, W - 1 - i, W - 1 - i};
-    if (row.shape == 1)
-      FillStampShape(h, ring, StampShape::RoundRect, i + 1, level);
-    else
-      FillStampShape(h, ring, StampShape::Ellipse, 0, level);
+    if (row.shape == 1) FillStampShape(h, ring, StampShape::RoundRect, i + 1, level);
+    else FillStampShape(h, ring, StampShape::Ellipse, 0, level);
   }
   DibRow(h, W / 2)[W / 2] = fg;
 

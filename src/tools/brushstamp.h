@@ -28,9 +28,7 @@ struct SoftBrushRow {
 SoftBrushRow GetSoftBrushRow(const BLOCKSET& document);
 
 // The stamp's foreground for painting: the opacity's low byte in all three bytes.
-constexpr COLORREF StampForeground(int opacity) {
-  return RGB(opacity & 255, opacity & 255, opacity & 255);
-}
+constexpr COLORREF StampForeground(int opacity) { return RGB(opacity & 255, opacity & 255, opacity & 255); }
 
 // A new soft stamp from the document's settings row, or null when memory runs
 // out. `type` is the tool's type setting (the airbrush passes 0); on paletted

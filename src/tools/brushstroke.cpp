@@ -91,7 +91,8 @@ RECT BrushStroke::DrawSoftBrushLine(POINT a, POINT b) {
   const long long w = st->biWidth, h = st->biHeight;
   const RECT reach{limit(-scroll_.x - w), limit(-scroll_.y - h), limit(width_ - scroll_.x + w),
                    limit(height_ - scroll_.y + h)};
-  StepBrushLine(a, b, [&](int x, int y) { StampAt(x, y, changed); }, &reach);
+  StepBrushLine(
+      a, b, [&](int x, int y) { StampAt(x, y, changed); }, &reach);
   return changed;
 }
 

@@ -65,10 +65,8 @@ void StepBrushLine(POINT a, POINT b, Stamp&& stamp, const RECT* clip = nullptr) 
       if (start < end) return;
     }
     for (I v = start;; v += s) {
-      if (vertical)
-        stamp(a.x, static_cast<int>(v));
-      else
-        stamp(static_cast<int>(v), a.y);
+      if (vertical) stamp(a.x, static_cast<int>(v));
+      else stamp(static_cast<int>(v), a.y);
       if (v == end) break;
     }
     return;
@@ -94,10 +92,8 @@ void StepBrushLine(POINT a, POINT b, Stamp&& stamp, const RECT* clip = nullptr) 
       ++steps;
     }
     const I major = major0 + k, minor = minor0 + s * steps;
-    if (xMajor)
-      stamp(static_cast<int>(major), static_cast<int>(minor));
-    else
-      stamp(static_cast<int>(minor), static_cast<int>(major));
+    if (xMajor) stamp(static_cast<int>(major), static_cast<int>(minor));
+    else stamp(static_cast<int>(minor), static_cast<int>(major));
     err += dMinor;
     if (k == k1) break;
   }
@@ -161,10 +157,10 @@ class BrushStroke {
   // The image as it was bound at the press; a stamp checks it is still the one.
   const MemBlock* image_ = nullptr;
   int width_ = 0, height_ = 0, bits_ = 0;
-  bool blend_ = false;        // true colour or grey: coverage blend; else the 128 rule
-  HGLOBAL coverage_;          // width x height bytes, rows top-down, all 0 at the press
-  HGLOBAL copy_;              // the image's pixel rows as at the press, filled on first touch
-  int kTerm_[3][256] = {};    // k * m / 255 of the colour's channels, in stored byte order
+  bool blend_ = false;      // true colour or grey: coverage blend; else the 128 rule
+  HGLOBAL coverage_;        // width x height bytes, rows top-down, all 0 at the press
+  HGLOBAL copy_;            // the image's pixel rows as at the press, filled on first touch
+  int kTerm_[3][256] = {};  // k * m / 255 of the colour's channels, in stored byte order
 };
 
 }  // namespace ochrel

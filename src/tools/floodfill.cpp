@@ -190,8 +190,7 @@ void SeedFill(int w, int h, int x, int y, RowOf&& rowOf) {
         if (px > x2 + 1) push(row, x2 + 1, px - 1, -d);
       }
       skipping = false;
-      for (++px; px <= x2 && !r.Inside(px); ++px) {
-      }
+      for (++px; px <= x2 && !r.Inside(px); ++px) {}
       l = px;
       if (px > x2) break;
     }
@@ -206,10 +205,8 @@ struct MaskWriter {
   int y;
   BYTE* row;
   void Put(int x) const {
-    if (bytes)
-      row[x] = static_cast<BYTE>(value);
-    else
-      PutDibPixel(mask, x, y, value);
+    if (bytes) row[x] = static_cast<BYTE>(value);
+    else PutDibPixel(mask, x, y, value);
   }
 };
 
@@ -235,7 +232,7 @@ void FillMarkingImage(BITMAPINFOHEADER* image, BITMAPINFOHEADER* mask, const Mat
       void Marked(int, int) const {}
     };
     BYTE* seen = visited ? visited + static_cast<std::size_t>(row) * static_cast<std::size_t>(w) : nullptr;
-    return Row{image, DibRow(image, row), &alike, MaskWriter{mask, coverage, bytes, row, DibRow(mask, row)}, seen,
+    return Row{image,   DibRow(image, row), &alike, MaskWriter{mask, coverage, bytes, row, DibRow(mask, row)}, seen,
                newValue};
   });
 }
@@ -497,7 +494,7 @@ int InsetBucketFill(BLOCKSET* bs, std::uint32_t colour, std::uint32_t seed, int 
     const RECT area{std::max(0, rect.left - 2), std::max(0, rect.top - 2), std::min(w, rect.right + 2),
                     std::min(h, rect.bottom + 2)};
     HDIB part = area.left == 0 && area.top == 0 && area.right == w && area.bottom == h ? std::move(mask)
-                                                                                        : CropImage(mask, area);
+                                                                                       : CropImage(mask, area);
     if (!part) return 0;
     feathered = FeatherMask(LockDib(part));
     if (!LockDib(feathered)) return 0;
@@ -513,8 +510,8 @@ int InsetBucketFill(BLOCKSET* bs, std::uint32_t colour, std::uint32_t seed, int 
   HDIB source;
   if (bs->FillType != 0) source = GetFillImage(bs, rect);
   const BITMAPINFOHEADER* s = LockDib(source);
-  if (s && (s->biWidth < rect.right - rect.left || s->biHeight < rect.bottom - rect.top ||
-            !FillableDepth(s->biBitCount)))
+  if (s &&
+      (s->biWidth < rect.right - rect.left || s->biHeight < rect.bottom - rect.top || !FillableDepth(s->biBitCount)))
     s = nullptr;  // a source that can't cover the box paints the marker
   Composite(img, m, maskX, maskY, rect, s, marker, bs->FillColour);
   return 1;
@@ -544,16 +541,14 @@ void BucketTool::Fill(int x, int y, unsigned keys) {
   const POINT p = doc->ImagePointOfView(x + window.left, y + window.top);
   const std::uint32_t seed = GetDibPixel(LockDib(r->Image), p.x, p.y);
   if (seed == NOPIXEL) return;
-  const std::uint32_t colour = (keys & MK_RBUTTON)                  ? r->FillColour
-                               : (keys & (MK_SHIFT | MK_MBUTTON))   ? r->PaperColour
-                               : (keys & MK_LBUTTON)                ? r->PaintColour
-                                                                    : 0;
+  const std::uint32_t colour = (keys & MK_RBUTTON)                ? r->FillColour
+                               : (keys & (MK_SHIFT | MK_MBUTTON)) ? r->PaperColour
+                               : (keys & MK_LBUTTON)              ? r->PaintColour
+                                                                  : 0;
   CreateUndo(r);
   doc->host()->UpdateMenuStates();
-  if (InsetBucketFill(r, colour, seed, p.x, p.y))
-    doc->Post(RECV_DOCUMENT, UM_TOOLFINISHED);
-  else
-    doc->host()->ShowMessage(FetchString(IDS_MEMORY_ERROR));
+  if (InsetBucketFill(r, colour, seed, p.x, p.y)) doc->Post(RECV_DOCUMENT, UM_TOOLFINISHED);
+  else doc->host()->ShowMessage(FetchString(IDS_MEMORY_ERROR));
   doc->host()->InvalidateView();
   doc->Post(RECV_STATUSBAR, UM_REFRESH);
 }

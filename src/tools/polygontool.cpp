@@ -155,7 +155,9 @@ void PolygonTool::RedrawFigure(RECT also) {
   document->host()->InvalidateImage(UnionOf(image, also));
 }
 
-void PolygonTool::OnRButtonDown(int x, int y, unsigned) { document->TakeColour(x + window.left, y + window.top, false); }
+void PolygonTool::OnRButtonDown(int x, int y, unsigned) {
+  document->TakeColour(x + window.left, y + window.top, false);
+}
 
 void PolygonTool::Commit() {
   // A tool change in the middle of a figure forgets it; its edges leave the screen.

@@ -33,16 +33,15 @@ class PolygonTool : public ToolSession {
   // Redraws what the figure's edges covered on the screen.
   void RedrawFigure(RECT alsoChanged);
   std::vector<POINT> points_;
-  POINT chainEnd_{};        // the last vertex, where the rubber band starts
-  POINT previousVertex_{};  // the vertex before the rubber band
-  POINT rubberEnd_{};       // the band's free end
+  POINT chainEnd_{};           // the last vertex, where the rubber band starts
+  POINT previousVertex_{};     // the vertex before the rubber band
+  POINT rubberEnd_{};          // the band's free end
   int lastX_ = 0, lastY_ = 0;  // the last press
 };
 
 // Commits a polygon whose vertices are in view coordinates (the standing
 // window's), for a view scrolled to (scrollX, scrollY). Non-zero on success;
 // `changed` gets the image area touched.
-int InsetPolygon(BLOCKSET* record, const std::vector<POINT>& points, int scrollX, int scrollY,
-                 RECT* changed = nullptr);
+int InsetPolygon(BLOCKSET* record, const std::vector<POINT>& points, int scrollX, int scrollY, RECT* changed = nullptr);
 
 }  // namespace ochrel

@@ -174,10 +174,8 @@ void ReplacerTool::Commit() {
 
 void ReplacerTool::TakeColour(int x, int y, unsigned keys) {
   if (replacing_) return;
-  if (keys & MK_RBUTTON)
-    document->TakeColour(x + window.left, y + window.top, false);
-  else if (keys & (MK_SHIFT | MK_MBUTTON))
-    document->TakeColour(x + window.left, y + window.top, true);
+  if (keys & MK_RBUTTON) document->TakeColour(x + window.left, y + window.top, false);
+  else if (keys & (MK_SHIFT | MK_MBUTTON)) document->TakeColour(x + window.left, y + window.top, true);
 }
 
 // ---- Selective undo ---------------------------------------------------------------------------

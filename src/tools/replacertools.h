@@ -41,9 +41,9 @@ class ReplacerTool : public ToolSession {
   // The square's frame on the screen; 1 if it changed.
   int DrawReplacerBrush(bool show, int x, int y);
   void TakeColour(int x, int y, unsigned keys);
-  int lastX_ = 0, lastY_ = 0;              // the last square's centre (client coordinates)
-  int pressScrollX_ = 0, pressScrollY_ = 0;  // the scroll at the press
-  int replacing_ = 0;                        // a press is replacing
+  int lastX_ = 0, lastY_ = 0;                        // the last square's centre (client coordinates)
+  int pressScrollX_ = 0, pressScrollY_ = 0;          // the scroll at the press
+  int replacing_ = 0;                                // a press is replacing
   int squareShown_ = 0, squareX_ = 0, squareY_ = 0;  // the dotted square on the screen, and where
   HDIB copy_;
 };
@@ -86,7 +86,7 @@ class LocalUndoTool : public ToolSession {
  private:
   bool BuildStamp();
   POINT Unzoomed(int x, int y) const;
-  int lastX_ = 0, lastY_ = 0;              // the last point painted (client coordinates)
+  int lastX_ = 0, lastY_ = 0;                // the last point painted (client coordinates)
   int pressScrollX_ = 0, pressScrollY_ = 0;  // the scroll at the press
   HDIB stamp_;
   UndoStroke stroke_;

@@ -109,7 +109,8 @@ int InsetBitmap(const HDIB& image, const HDIB& fragment, const HDIB& mask, RECT 
         continue;
       }
       for (int x = x0; x < x1; ++x)
-        if (MaskShows(m, x, y)) std::memcpy(dst + 3 * static_cast<std::size_t>(rect.left + x), src + 3 * static_cast<std::size_t>(x), 3);
+        if (MaskShows(m, x, y))
+          std::memcpy(dst + 3 * static_cast<std::size_t>(rect.left + x), src + 3 * static_cast<std::size_t>(x), 3);
     } else if (bits == 8 && !blend) {
       if (whole) {
         std::memcpy(dst + rect.left + x0, src + x0, static_cast<std::size_t>(x1 - x0));
@@ -208,8 +209,9 @@ HDIB PolygonToMask(const std::vector<POINT>& input) {
       if (den < 0) den = -den, num = -num;
       xs.push_back({num, den, up ? 1 : -1});
     }
-    std::sort(xs.begin(), xs.end(),
-              [](const Crossing& p, const Crossing& q) { return static_cast<__int128>(p.num) * q.den < static_cast<__int128>(q.num) * p.den; });
+    std::sort(xs.begin(), xs.end(), [](const Crossing& p, const Crossing& q) {
+      return static_cast<__int128>(p.num) * q.den < static_cast<__int128>(q.num) * p.den;
+    });
     // First column whose centre lies right of x: ceil((2x - 1) / 2) = ceil((2num - den) / 2den).
     auto firstRight = [](const Crossing& c) {
       const long long top = 2 * c.num - c.den, bottom = 2 * c.den;
@@ -329,7 +331,8 @@ void RenderFragment(const BITMAPINFOHEADER* f, const BITMAPINFOHEADER* mask, con
   for (int j = 0; j < vh; ++j) {
     const int sy = UnZoomPercent(percent, vy + j);
     if (sy < 0 || sy >= h) continue;
-    std::uint32_t* out = reinterpret_cast<std::uint32_t*>(reinterpret_cast<BYTE*>(dst) + stride * static_cast<std::size_t>(j));
+    std::uint32_t* out =
+        reinterpret_cast<std::uint32_t*>(reinterpret_cast<BYTE*>(dst) + stride * static_cast<std::size_t>(j));
     const BYTE* row = DibRow(f, sy);
     const bool edgeRow = sy == 0 || sy == h - 1;
     for (int i = 0; i < vw; ++i) {

@@ -14,11 +14,13 @@ namespace {
 constexpr int kKeyLeft = 0x25, kKeyUp = 0x26, kKeyRight = 0x27, kKeyDown = 0x28;
 
 std::int64_t PackPoint(int x, int y) {
-  return static_cast<std::int64_t>((static_cast<std::uint32_t>(y & 0xFFFF) << 16) | static_cast<std::uint32_t>(x & 0xFFFF));
+  return static_cast<std::int64_t>((static_cast<std::uint32_t>(y & 0xFFFF) << 16) |
+                                   static_cast<std::uint32_t>(x & 0xFFFF));
 }
 
 RECT Union(const RECT& a, const RECT& b) {
-  return RECT{std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right), std::max(a.bottom, b.bottom)};
+  return RECT{std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right),
+              std::max(a.bottom, b.bottom)};
 }
 
 bool Empty(const RECT& r) { return r.right <= r.left || r.bottom <= r.top; }
@@ -28,8 +30,7 @@ void Say(ToolHost* host, const char* format, POINT* mouse, const RECT& r) {
   if (mouse)
     std::snprintf(text, sizeof text, format, mouse->x, mouse->y, r.left, r.top, r.right, r.bottom, r.right - r.left,
                   r.bottom - r.top);
-  else
-    std::snprintf(text, sizeof text, format, r.left, r.top, r.right, r.bottom, r.right - r.left, r.bottom - r.top);
+  else std::snprintf(text, sizeof text, format, r.left, r.top, r.right, r.bottom, r.right - r.left, r.bottom - r.top);
   host->StatusText(text);
 }
 

@@ -113,7 +113,8 @@ int CompositeShape(BLOCKSET* r, WRAPPERBLOCK* block, int x, int y, RECT* changed
   const std::int32_t coverage = static_cast<std::int32_t>(CoverageValue(r->Opacity));
   block->Opacity = r->Opacity;
   block->Antialias = ShapeAntialias(r);
-  for (int i = 0; i < 256; ++i) block->Palette[3 * i] = block->Palette[3 * i + 1] = block->Palette[3 * i + 2] = static_cast<BYTE>(i);
+  for (int i = 0; i < 256; ++i)
+    block->Palette[3 * i] = block->Palette[3 * i + 1] = block->Palette[3 * i + 2] = static_cast<BYTE>(i);
 
   // 1. The shadow: only under a filled shape at full opacity, on true colour or grey.
   HDIB shadow;

@@ -41,7 +41,8 @@ int InsetLine(BLOCKSET* r, POINT start, POINT end, RECT rect, RECT* changed) {
   block.Rect = rect;
   block.Opacity = r->Opacity;
   block.Antialias = ShapeAntialias(r);
-  for (int i = 0; i < 256; ++i) block.Palette[3 * i] = block.Palette[3 * i + 1] = block.Palette[3 * i + 2] = static_cast<BYTE>(i);
+  for (int i = 0; i < 256; ++i)
+    block.Palette[3 * i] = block.Palette[3 * i + 1] = block.Palette[3 * i + 2] = static_cast<BYTE>(i);
   block.Line.X0 = start.x;
   block.Line.Y0 = start.y;
   block.Line.X1 = end.x;

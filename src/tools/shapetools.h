@@ -29,10 +29,10 @@ class ShapeTool : public ToolSession {
   POINT press_{};   // the snapped press point
   POINT last_{};    // the last drag point seen
   bool pressed_ = false;
-  bool shown_ = false;  // an outline is on the screen
-  int lastX_ = 0, lastY_ = 0;          // the press point (client coordinates)
-  POINT lineStart_{}, lineEnd_{};      // the line's ends in its window
-  int windowX_ = 0, windowY_ = 0;      // the window's place at the press
+  bool shown_ = false;             // an outline is on the screen
+  int lastX_ = 0, lastY_ = 0;      // the press point (client coordinates)
+  POINT lineStart_{}, lineEnd_{};  // the line's ends in its window
+  int windowX_ = 0, windowY_ = 0;  // the window's place at the press
 };
 
 // The commits, into the record's image; rect is the session's window in image

@@ -18,7 +18,7 @@
 namespace ochrel {
 
 inline constexpr int kSprayTimer = 3;
-inline constexpr int kSprayPeriod = 100;  // milliseconds
+inline constexpr int kSprayPeriod = 100;       // milliseconds
 inline constexpr int kMaxSprayDiameter = 255;  // one byte per coordinate
 
 // A pixel list: a header of four ints, then `total` 16-bit entries, x in the
@@ -96,7 +96,7 @@ class SpraycanTool : public ToolSession {
   void StopTimer();
   HGLOBAL sprayTemplate_, sprayList_;
   std::unique_ptr<SprayStroke> stroke_;
-  int lastX_ = 0, lastY_ = 0;              // the last spot (client coordinates)
+  int lastX_ = 0, lastY_ = 0;                // the last spot (client coordinates)
   int pressScrollX_ = 0, pressScrollY_ = 0;  // the scroll at the press
   int painting_ = 0;
   unsigned timer_ = 0;

@@ -63,7 +63,9 @@ int FontMetrics::Height() {
   return height_;
 }
 
-int CharacterSpacePercent(const BLOCKSET* r) { return Clamp(r->TextFontCharacterSpace ? r->TextFontCharacterSpace : 100); }
+int CharacterSpacePercent(const BLOCKSET* r) {
+  return Clamp(r->TextFontCharacterSpace ? r->TextFontCharacterSpace : 100);
+}
 int LineSpacePercent(const BLOCKSET* r) { return Clamp(r->TextFontLineSpace ? r->TextFontLineSpace : 100); }
 unsigned JustificationFlags(const BLOCKSET* r) {
   return r->TextFontJust == 0 ? 0u : r->TextFontJust == 1 ? TEXT_CENTRE : TEXT_RIGHT;
@@ -209,8 +211,8 @@ TextSize GetTextWindowSize(const std::string& text, const RECT* available, const
     std::size_t start = 0;
     for (;;) {
       const std::size_t end = text.find('\r', start);
-      const TextSize line = TextLineExtent(text.substr(start, end == std::string::npos ? std::string::npos : end - start),
-                                           r, metrics);
+      const TextSize line =
+          TextLineExtent(text.substr(start, end == std::string::npos ? std::string::npos : end - start), r, metrics);
       size.cx = std::max(size.cx, line.cx);
       size.cy += line.cy;
       if (end == std::string::npos) break;
@@ -320,8 +322,7 @@ int InsetText(BLOCKSET* r, const RECT& rect, const std::string& text, RECT* chan
   BITMAPINFOHEADER* image = LockDib(r->Image);
   if (!image) return 0;
   RECT all{};
-  if (shadow)
-    all = BlendThroughMask(image, LockDib(shadow), rect.left + sdx + 1, rect.top + sdy + 1, shadowColour);
+  if (shadow) all = BlendThroughMask(image, LockDib(shadow), rect.left + sdx + 1, rect.top + sdy + 1, shadowColour);
   all = UnionOf(all, BlendThroughMask(image, LockDib(mask), rect.left + 1, rect.top + 1, r->FillColour,
                                       source ? LockDib(source) : nullptr));
   if (changed) *changed = all;
@@ -377,13 +378,11 @@ bool TextTool::PreviewLayout(TextLayout* out) {
   FontMetrics metrics(r);
   const int w = UnZoom(r, static_cast<int>(window.right - window.left));
   const int h = UnZoom(r, static_cast<int>(window.bottom - window.top));
-  return LayoutText(text_, caret_, RECT{1, 1, 1 + w, 1 + h}, JustificationFlags(r) | TEXT_CARET, r, metrics,
-                    false, out);
+  return LayoutText(text_, caret_, RECT{1, 1, 1 + w, 1 + h}, JustificationFlags(r) | TEXT_CARET, r, metrics, false,
+                    out);
 }
 
-void TextTool::Redraw() {
-  document->host()->InvalidateView();
-}
+void TextTool::Redraw() { document->host()->InvalidateView(); }
 
 void TextTool::SetText(const std::string& text) {
   text_ = text;
@@ -409,8 +408,8 @@ void TextTool::OnMouseMove(int x, int y, unsigned) {
     const int w = UnZoom(r, static_cast<int>(window.right - window.left));
     const int h = UnZoom(r, static_cast<int>(window.bottom - window.top));
     char status[128];
-    std::snprintf(status, sizeof status, "(%d,%d) - (%d,%d) - (%d,%d) [ %d,%d ]", mx, my, imageX_, imageY_,
-                  imageX_ + w, imageY_ + h, w, h);
+    std::snprintf(status, sizeof status, "(%d,%d) - (%d,%d) - (%d,%d) [ %d,%d ]", mx, my, imageX_, imageY_, imageX_ + w,
+                  imageY_ + h, w, h);
     host->StatusText(status);
     return;
   }
@@ -559,8 +558,10 @@ HDIB TextTool::Overlay(POINT* imagePlace) {
       OCHLWRPR_proc(&b);
     }
     // The caret: an inverted bar.
-    for (int y = std::max(0, static_cast<int>(layout.caret.top)); y < std::min(h, static_cast<int>(layout.caret.bottom)); ++y)
-      for (int x = std::max(0, static_cast<int>(layout.caret.left)); x < std::min(w, static_cast<int>(layout.caret.right)); ++x) {
+    for (int y = std::max(0, static_cast<int>(layout.caret.top));
+         y < std::min(h, static_cast<int>(layout.caret.bottom)); ++y)
+      for (int x = std::max(0, static_cast<int>(layout.caret.left));
+           x < std::min(w, static_cast<int>(layout.caret.right)); ++x) {
         BYTE* p = DibRow(dh, y) + 3 * x;
         p[0] = static_cast<BYTE>(~p[0]);
         p[1] = static_cast<BYTE>(~p[1]);

@@ -21,8 +21,7 @@ inline constexpr unsigned TEXT_CARET = 0x100;
 inline constexpr unsigned TEXT_MEASURE = 0x400;
 
 // Key codes of the edit step and the nudge.
-inline constexpr int KEY_END = 0x23, KEY_HOME = 0x24, KEY_LEFT = 0x25, KEY_UP = 0x26, KEY_RIGHT = 0x27,
-                     KEY_DOWN = 0x28;
+inline constexpr int KEY_END = 0x23, KEY_HOME = 0x24, KEY_LEFT = 0x25, KEY_UP = 0x26, KEY_RIGHT = 0x27, KEY_DOWN = 0x28;
 
 // What the layout needs to know about the font: the raw advance of one byte of
 // text and the height of a line (both before the spacing percentages).
@@ -51,8 +50,8 @@ class FontMetrics : public TextMetrics {
 
 // One word of a layout and the spaces behind it.
 struct TextWord {
-  int offset = 0;      // index of its first character
-  int length = 0;      // characters of the word and its spaces (a line's 13 not counted)
+  int offset = 0;  // index of its first character
+  int length = 0;  // characters of the word and its spaces (a line's 13 not counted)
   int wordWidth = 0;
   int spaceWidth = 0;
   bool lineBreak = false;
@@ -75,8 +74,8 @@ struct TextLayout {
   std::vector<PlacedCharacter> characters;  // empty when measuring only
   int lines = 0;
   int lineHeight = 0;
-  RECT caret{};        // with TEXT_CARET: the caret's rectangle
-  RECT rect{};         // with TEXT_MEASURE: bottom = top + lines * line height
+  RECT caret{};  // with TEXT_CARET: the caret's rectangle
+  RECT rect{};   // with TEXT_MEASURE: bottom = top + lines * line height
 };
 
 // The spacing percentages of the record, kept within 50 to 200.
@@ -94,7 +93,8 @@ bool LayoutText(const std::string& text, int caret, const RECT& rect, unsigned f
 // The width of one unwrapped line and its height.
 TextSize TextLineExtent(const std::string& line, const BLOCKSET* record, TextMetrics& metrics);
 // The size the text needs; with `available` (non-empty) it wraps in that width.
-TextSize GetTextWindowSize(const std::string& text, const RECT* available, const BLOCKSET* record, TextMetrics& metrics);
+TextSize GetTextWindowSize(const std::string& text, const RECT* available, const BLOCKSET* record,
+                           TextMetrics& metrics);
 
 // The edit step: a key (End, Home, Left, Right) or a character code. Returns
 // true when the text or the caret changed.

@@ -52,7 +52,8 @@ void MessageQueue::Forget(const ToolSession* tool) {
 void MessageQueue::Forget(const DocumentTools* document) {
   queue_.erase(std::remove_if(queue_.begin(), queue_.end(),
                               [document](const ToolMessage& m) {
-                                return m.document == document && (m.receiver == RECV_TOOL || m.receiver == RECV_DOCUMENT);
+                                return m.document == document &&
+                                       (m.receiver == RECV_TOOL || m.receiver == RECV_DOCUMENT);
                               }),
                queue_.end());
 }
@@ -99,7 +100,8 @@ std::vector<std::unique_ptr<ToolSession>>& Graveyard() {
   return dead;
 }
 std::int64_t PackPoint(int x, int y) {
-  return static_cast<std::int64_t>((static_cast<std::uint32_t>(y & 0xFFFF) << 16) | static_cast<std::uint32_t>(x & 0xFFFF));
+  return static_cast<std::int64_t>((static_cast<std::uint32_t>(y & 0xFFFF) << 16) |
+                                   static_cast<std::uint32_t>(x & 0xFFFF));
 }
 }  // namespace
 
@@ -223,8 +225,7 @@ void DocumentTools::DestroyToolParam() {
   s->Commit();
   record_->ToolWindow = nullptr;
   if (HasTrait(t, TT_TIMER)) host_->StopTimer(s.get(), 3);
-  if (HasTrait(t, TT_FINISHES) && s->ChangesImage())
-    Post(RECV_DOCUMENT, UM_TOOLFINISHED);
+  if (HasTrait(t, TT_FINISHES) && s->ChangesImage()) Post(RECV_DOCUMENT, UM_TOOLFINISHED);
   if (capture_ == s.get()) {
     capture_ = nullptr;
     host_->ReleaseMouse();
@@ -238,7 +239,8 @@ void DocumentTools::DestroyToolParam() {
 
 int DocumentTools::CursorAt(int vx, int vy) const {
   const ToolSession* s = capture_ ? capture_ : session_.get();
-  if (s && (s == capture_ || (vx >= s->window.left && vx < s->window.right && vy >= s->window.top && vy < s->window.bottom)))
+  if (s &&
+      (s == capture_ || (vx >= s->window.left && vx < s->window.right && vy >= s->window.top && vy < s->window.bottom)))
     return s->param.Cursor ? s->param.Cursor : ToolClassCursor(s->param.Tool);
   const RECT limit = GetLimitRect();
   if (vx >= limit.left && vx < limit.right && vy >= limit.top && vy < limit.bottom) return record_->Cursor;
@@ -251,8 +253,8 @@ void DocumentTools::Send(int message, std::int64_t wParam, std::int64_t lParam) 
 }
 
 void DocumentTools::Post(Receiver receiver, int message, std::int64_t wParam, std::int64_t lParam) {
-  MessageQueue::Instance().Post(ToolMessage{receiver, this, receiver == RECV_TOOL ? session_.get() : nullptr, message,
-                                            wParam, lParam});
+  MessageQueue::Instance().Post(
+      ToolMessage{receiver, this, receiver == RECV_TOOL ? session_.get() : nullptr, message, wParam, lParam});
 }
 
 void DocumentTools::OnDocumentMessage(int message, std::int64_t, std::int64_t) {

@@ -25,8 +25,8 @@ class DocumentTools;
 
 // Who receives a message.
 enum Receiver : int {
-  RECV_TOOL,       // the session named in the message
-  RECV_DOCUMENT,   // the document the message came from
+  RECV_TOOL,      // the session named in the message
+  RECV_DOCUMENT,  // the document the message came from
   RECV_TOOLBOX,
   RECV_SETTINGS,
   RECV_STATUSBAR,
@@ -112,9 +112,9 @@ class ToolHost {
   // any scale and kept inside the image: drawing the same figure twice leaves
   // no trace, and a redraw of the area takes it away. A host without a screen
   // draws nothing.
-  virtual void InvertRectangle(RECT) {}   // the border pixels of rect (right and bottom outside)
-  virtual void InvertEllipse(RECT) {}     // the ellipse inside rect
-  virtual void InvertLine(POINT, POINT) {} // from the first point to the second, which is left out
+  virtual void InvertRectangle(RECT) {}     // the border pixels of rect (right and bottom outside)
+  virtual void InvertEllipse(RECT) {}       // the ellipse inside rect
+  virtual void InvertLine(POINT, POINT) {}  // from the first point to the second, which is left out
   // The rectangle selector's dotted drag frame around rect, inverted: a dot
   // is one image pixel at scales of 100 percent and more, one view pixel below.
   virtual void InvertFocusRect(RECT) {}
@@ -135,7 +135,7 @@ class ToolSession {
   virtual ~ToolSession() = default;
 
   TOOLPARAM param;
-  RECT window{};           // in view coordinates
+  RECT window{};  // in view coordinates
   DocumentTools* document = nullptr;
 
   virtual void OnCreate(int x, int y) {}

@@ -19,18 +19,33 @@ enum ToolStart : int { START_PRESS, START_STANDING };
 // The stamp a brush tool paints with (and its settings page shows).
 enum StampKind : int {
   STAMP_NONE,
-  STAMP_HARD,     // the pen's flat nib
-  STAMP_SOFT,     // the soft brush, with its BrushType
-  STAMP_AIRBRUSH, // round type 0
-  STAMP_ERASER,   // with EraserBrushType
-  STAMP_UNDO,     // with UndoType
+  STAMP_HARD,      // the pen's flat nib
+  STAMP_SOFT,      // the soft brush, with its BrushType
+  STAMP_AIRBRUSH,  // round type 0
+  STAMP_ERASER,    // with EraserBrushType
+  STAMP_UNDO,      // with UndoType
 };
 
 // The toolbox pictures; the toolbox draws one for each id.
 enum ToolIconId : int {
-  ICON_RECTSELECT, ICON_LASSO, ICON_WAND, ICON_REPLACER, ICON_ERASER, ICON_EYEDROPPER,
-  ICON_ZOOM, ICON_PEN, ICON_BRUSH, ICON_SPRAYCAN, ICON_AIRBRUSH, ICON_LINE,
-  ICON_RECTANGLE, ICON_ELLIPSE, ICON_POLYGON, ICON_BUCKET, ICON_TEXT, ICON_LOCALUNDO,
+  ICON_RECTSELECT,
+  ICON_LASSO,
+  ICON_WAND,
+  ICON_REPLACER,
+  ICON_ERASER,
+  ICON_EYEDROPPER,
+  ICON_ZOOM,
+  ICON_PEN,
+  ICON_BRUSH,
+  ICON_SPRAYCAN,
+  ICON_AIRBRUSH,
+  ICON_LINE,
+  ICON_RECTANGLE,
+  ICON_ELLIPSE,
+  ICON_POLYGON,
+  ICON_BUCKET,
+  ICON_TEXT,
+  ICON_LOCALUNDO,
 };
 
 // What the shared session framework does differently for a tool.
@@ -51,17 +66,17 @@ enum ToolTraits : unsigned {
 inline constexpr int kSettingsRowLength = 30;
 
 struct TOOLROW {
-  int tool;              // its number, also the row's place
-  int name;              // string id of its name (tool tip, settings caption)
+  int tool;  // its number, also the row's place
+  int name;  // string id of its name (tool tip, settings caption)
   ToolStart start;
-  int cursor;            // over its window while it sets none of its own (0: the arrow)
-  int documentCursor;    // what the document shows over the image for it (0: leaves it)
+  int cursor;          // over its window while it sets none of its own (0: the arrow)
+  int documentCursor;  // what the document shows over the image for it (0: leaves it)
   ToolIconId icon;
   // The settings page: the ids of the controls it shows, zero-terminated. A
   // control id n + 10000 is the spin of edit n.
   int settings[kSettingsRowLength];
   StampKind stamp;
-  int stampSample;       // the page's control that shows the stamp (0: none)
+  int stampSample;  // the page's control that shows the stamp (0: none)
   unsigned traits;
   std::unique_ptr<ToolSession> (*create)(int tool);
 };

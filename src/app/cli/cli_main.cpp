@@ -102,8 +102,9 @@ void PrintHelp() {
   std::sort(commands.begin(), commands.end(),
             [](const Command& a, const Command& b) { return std::strcmp(a.name, b.name) < 0; });
   for (const auto& c : commands) std::printf("  %-10s %s\n             %s\n", c.name, c.usage, c.summary);
-  std::printf("\nCommands that take IN OUT also take several inputs with --out-dir DIR [--format EXT] [--jobs N],\n"
-              "and - as IN or OUT for standard input or output with --format EXT.\n");
+  std::printf(
+      "\nCommands that take IN OUT also take several inputs with --out-dir DIR [--format EXT] [--jobs N],\n"
+      "and - as IN or OUT for standard input or output with --format EXT.\n");
   std::printf("\nExit status: 0 on success, 1 when the work failed, 2 for a wrong command line.\n");
 }
 

@@ -18,7 +18,8 @@ int RunConvert(const Args& given) {
   std::string qualityText;
   bool missing = false;
   long long quality = JPEGQualityFactor;
-  if (TakeOption(args, "--quality", &qualityText, &missing) && !(ParseInt(qualityText, &quality) && quality >= 1 && quality <= 100))
+  if (TakeOption(args, "--quality", &qualityText, &missing) &&
+      !(ParseInt(qualityText, &quality) && quality >= 1 && quality <= 100))
     return Fail("--quality takes a whole number from 1 to 100, not '" + qualityText + "'");
   if (missing) return Usage(kConvert);
   if (args.size() < 2 || args[0].rfind("--", 0) == 0 || args[1].rfind("--", 0) == 0) return Usage(kConvert);

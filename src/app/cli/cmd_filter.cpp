@@ -80,14 +80,14 @@ int RunFilter(const Args& given) {
   GetBitmapDimensions(image, &param.BeforeWidth, &param.BeforeDepth, &bits, palette);
   // On a paletted or mono image the paper is the palette entry nearest to it.
   if (param.ImageType == IMAGE_PALETTED || param.ImageType == IMAGE_MONO)
-    param.PaperColour = static_cast<COLORREF>(FindPaletteColour(GetRValue(param.PaperColour),
-                                                                GetGValue(param.PaperColour),
-                                                                GetBValue(param.PaperColour), palette, 1 << bits));
+    param.PaperColour = static_cast<COLORREF>(FindPaletteColour(
+        GetRValue(param.PaperColour), GetGValue(param.PaperColour), GetBValue(param.PaperColour), palette, 1 << bits));
   param.BeforeImage = &image;
   if (haveSeed) srand(static_cast<unsigned>(seed));
   HDIB result = filtertype[filter].function(image, &param);
   if (!result) return Fail("Memory error");
-  if (!WriteImage(out.c_str(), result, SaveOptionsFromSettings())) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
+  if (!WriteImage(out.c_str(), result, SaveOptionsFromSettings()))
+    return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
   return 0;
 }
 

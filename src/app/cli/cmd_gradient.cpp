@@ -12,9 +12,9 @@ namespace {
 const char kUsage[] = "OUT --size WxH [--grey] [--set Field=value ...]";
 
 const std::vector<fills::Field> kFields = {
-    {"GradientType", false, 0, 3},        {"StartColour", false, 0, 0xFFFFFF}, {"EndColour", false, 0, 0xFFFFFF},
-    {"EdgePad", false, 0, 100},           {"CenterX", false, -50, 50},         {"CenterY", false, -50, 50},
-    {"Midpoint", false, 0, 100},          {"Angle", false, -360, 360},
+    {"GradientType", false, 0, 3}, {"StartColour", false, 0, 0xFFFFFF}, {"EndColour", false, 0, 0xFFFFFF},
+    {"EdgePad", false, 0, 100},    {"CenterX", false, -50, 50},         {"CenterY", false, -50, 50},
+    {"Midpoint", false, 0, 100},   {"Angle", false, -360, 360},
 };
 
 int RunGradient(const Args& input) {
@@ -28,7 +28,8 @@ int RunGradient(const Args& input) {
   if (missing || args.size() != 1 || !hasSize) return Usage(self);
   const std::string out = args[0];
   int w = 0, h = 0;
-  if (!fills::ParseSize(sizeText, &w, &h)) return Fail("--size takes WxH with each side from 1 to 65535, not '" + sizeText + "'");
+  if (!fills::ParseSize(sizeText, &w, &h))
+    return Fail("--size takes WxH with each side from 1 to 65535, not '" + sizeText + "'");
   if (auto problem = fills::ImageNameProblem(out); !problem.empty()) return Fail(problem);
   // A new document's gradient.
   GRADIENT g;

@@ -26,11 +26,15 @@ int RunResize(const Args& args) {
   if (!image) return Fail(in + ": " + FileErrorText(FILEERR_READ));
   int width = 0, height = 0;
   GetBitmapDimensions(image, &width, &height, nullptr, nullptr);
-  long long nw = static_cast<long long>(width) * percentage / 100, nh = static_cast<long long>(height) * percentage / 100;
-  if (nw < 1 || nh < 1) return Fail("resizing " + std::to_string(width) + "x" + std::to_string(height) + " by " + args[2] + "% leaves no pixels");
+  long long nw = static_cast<long long>(width) * percentage / 100,
+            nh = static_cast<long long>(height) * percentage / 100;
+  if (nw < 1 || nh < 1)
+    return Fail("resizing " + std::to_string(width) + "x" + std::to_string(height) + " by " + args[2] +
+                "% leaves no pixels");
   HDIB result = ResizeDib(image, static_cast<int>(percentage));
   if (!result) return Fail("resizing to " + std::to_string(nw) + "x" + std::to_string(nh) + ": Memory error");
-  if (!WriteImage(out.c_str(), result, SaveOptionsFromSettings())) return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
+  if (!WriteImage(out.c_str(), result, SaveOptionsFromSettings()))
+    return Fail(out + ": " + FileErrorText(FILEERR_WRITE));
   return 0;
 }
 

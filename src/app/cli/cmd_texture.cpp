@@ -16,9 +16,9 @@ const char kUsage[] = "OUT --size WxH [--library FILE --item NAME] [--set Key=va
 const std::vector<fills::Field>& TextureFields() {
   static const std::vector<fills::Field> fields = [] {
     std::vector<fills::Field> f = {
-        {"TextureType", false, 0, 5},  {"MatrixSize", false, 2, 4096},   {"BackColour", false, 0, 0xFFFFFF},
-        {"CreaterCount", false, 0, 100000}, {"CreaterDepth", true, 0, 4}, {"BubbleCount", false, 0, 1024},
-        {"BubbleSize", false, 1, 1024}, {"BubblePower", true, 0, 1},    {"BubbleShape", false, 0, 3},
+        {"TextureType", false, 0, 5},       {"MatrixSize", false, 2, 4096}, {"BackColour", false, 0, 0xFFFFFF},
+        {"CreaterCount", false, 0, 100000}, {"CreaterDepth", true, 0, 4},   {"BubbleCount", false, 0, 1024},
+        {"BubbleSize", false, 1, 1024},     {"BubblePower", true, 0, 1},    {"BubbleShape", false, 0, 3},
         {"PerturbationPower", true, 0, 8},
     };
     static const char* fore[] = {"ForeColour1", "ForeColour2", "ForeColour3", "ForeColour4", "ForeColour5"};
@@ -31,8 +31,9 @@ const std::vector<fills::Field>& TextureFields() {
       f.push_back({seed[k], false, 0, 4294967295.0});
       f.push_back({dim[k], true, 1, 20});
     }
-    static const char* curves[] = {"ColorRed0",   "ColorRed1",   "ColorRed2",  "ColorRed3",  "ColorGreen0", "ColorGreen1",
-                                   "ColorGreen2", "ColorGreen3", "ColorBlue0", "ColorBlue1", "ColorBlue2",  "ColorBlue3"};
+    static const char* curves[] = {"ColorRed0",   "ColorRed1",   "ColorRed2",   "ColorRed3",
+                                   "ColorGreen0", "ColorGreen1", "ColorGreen2", "ColorGreen3",
+                                   "ColorBlue0",  "ColorBlue1",  "ColorBlue2",  "ColorBlue3"};
     for (const char* c : curves) f.push_back({c, true, 0, 1});
     return f;
   }();
@@ -51,7 +52,8 @@ int RunTexture(const Args& input) {
   if (missing || args.size() != 1 || !hasSize || hasLibrary != hasItem) return Usage(self);
   const std::string out = args[0];
   int w = 0, h = 0;
-  if (!fills::ParseSize(sizeText, &w, &h)) return Fail("--size takes WxH with each side from 1 to 65535, not '" + sizeText + "'");
+  if (!fills::ParseSize(sizeText, &w, &h))
+    return Fail("--size takes WxH with each side from 1 to 65535, not '" + sizeText + "'");
   if (auto problem = fills::ImageNameProblem(out); !problem.empty()) return Fail(problem);
 
   TEXTURE texture;
@@ -76,10 +78,8 @@ int RunTexture(const Args& input) {
     std::string error;
     if (!fills::ParseSet(TextureFields(), s, &field, &value, &error)) return Fail(error);
     char text[64];
-    if (field->isFloat)
-      std::snprintf(text, sizeof text, "%.9g", value);
-    else
-      std::snprintf(text, sizeof text, "%.0f", value);
+    if (field->isFloat) std::snprintf(text, sizeof text, "%.9g", value);
+    else std::snprintf(text, sizeof text, "%.0f", value);
     SetTextureField(&texture, field->name, text);
   }
   texture.Rect = RECT{0, 0, w, h};

@@ -21,9 +21,11 @@ int RunTile(const Args& input) {
   if (missing || args.size() != 1 || !hasSize || !hasLibrary || !hasIndex) return Usage(self);
   const std::string out = args[0];
   int w = 0, h = 0;
-  if (!fills::ParseSize(sizeText, &w, &h)) return Fail("--size takes WxH with each side from 1 to 65535, not '" + sizeText + "'");
+  if (!fills::ParseSize(sizeText, &w, &h))
+    return Fail("--size takes WxH with each side from 1 to 65535, not '" + sizeText + "'");
   long long index = 0;
-  if (!ParseInt(indexText, &index) || index < 0) return Fail("--index takes a whole number from 0, not '" + indexText + "'");
+  if (!ParseInt(indexText, &index) || index < 0)
+    return Fail("--index takes a whole number from 0, not '" + indexText + "'");
   if (auto problem = fills::ImageNameProblem(out); !problem.empty()) return Fail(problem);
   std::vector<HDIB> tiles;
   int writeable = 0;

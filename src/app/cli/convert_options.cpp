@@ -79,7 +79,8 @@ bool ApplyConvertOptions(Args& args, HDIB& image, std::string* error) {
   }
   if (!result) {
     const bool dithered = (kind == kPaletted && (id == 101 || id == 102 || id == 105)) || (kind == kMono && id == 101);
-    *error = sourceBits == 1 && dithered ? "--to " + to + ": a mono image can't be dithered" : "--to " + to + ": Memory error";
+    *error = sourceBits == 1 && dithered ? "--to " + to + ": a mono image can't be dithered"
+                                         : "--to " + to + ": Memory error";
     return false;
   }
   image = std::move(result);

@@ -182,7 +182,8 @@ void DocumentView::InvertPixels(const std::vector<QPoint>& pixels) {
   const BITMAPINFOHEADER* h = LockDib(record_->Image);
   if (!h) return;
   const int pc = ViewPercent(record_->ViewMode);
-  const QRect clip = QRect(0, 0, ZoomPercent(pc, h->biWidth - scrollX_), ZoomPercent(pc, h->biHeight - scrollY_)) & rect();
+  const QRect clip =
+      QRect(0, 0, ZoomPercent(pc, h->biWidth - scrollX_), ZoomPercent(pc, h->biHeight - scrollY_)) & rect();
   QRect touched;
   for (const QPoint& p : pixels) {
     if (!clip.contains(p)) continue;
@@ -350,7 +351,8 @@ std::vector<QPoint> EllipseOutline(RECT r, const QRect& view) {
 std::vector<QPoint> LinePixels(POINT a, POINT b) {
   std::vector<QPoint> out;
   long long x = a.x, y = a.y;
-  const long long dx = std::llabs(static_cast<long long>(b.x) - a.x), dy = -std::llabs(static_cast<long long>(b.y) - a.y);
+  const long long dx = std::llabs(static_cast<long long>(b.x) - a.x),
+                  dy = -std::llabs(static_cast<long long>(b.y) - a.y);
   const int sx = a.x < b.x ? 1 : -1, sy = a.y < b.y ? 1 : -1;
   long long err = dx + dy;
   while (!(x == b.x && y == b.y)) {
@@ -402,9 +404,7 @@ class DocumentHost : public ToolHost {
   int ClientWidth() const override { return w_->view()->width(); }
   int ClientHeight() const override { return w_->view()->height(); }
   void SetScrollBars(int x, int y) override { w_->view()->SetScrollBars(x, y); }
-  void SelectViewMode(int mode) override {
-    w_->ChangeScale(mode);
-  }
+  void SelectViewMode(int mode) override { w_->ChangeScale(mode); }
   void InvalidateImage(RECT r) override { w_->view()->InvalidateImageRect(r); }
   void InvalidateView() override { w_->view()->InvalidateAll(); }
   void StartTimer(ToolSession* t, int id, int ms) override { w_->StartToolTimer(t, id, ms); }
@@ -647,7 +647,8 @@ bool DocumentWindow::Command(int id) {
       frame_->ChooseTool(TOOL_RECTSELECT);
       if (id == CM_PASTEFROM) SetOpenPath(path);
       CreateUndo(&record_);
-      const int ok = id == CM_PASTE ? DoPasteBlockFromClipboard(tools_.get()) : DoPasteBlockFromFile(tools_.get(), path);
+      const int ok =
+          id == CM_PASTE ? DoPasteBlockFromClipboard(tools_.get()) : DoPasteBlockFromFile(tools_.get(), path);
       if (!ok) DoMessage(this, FetchString(IDS_BLOCK_ERROR));
       frame_->UpdateMenuStates();
       return true;
@@ -680,7 +681,8 @@ bool DocumentWindow::Command(int id) {
     case CM_SAVE: Save(); return true;
     case CM_SAVEAS: SaveAs(); return true;
     case CM_CLOSE:
-      QMetaObject::invokeMethod(this, [this] { close(); }, Qt::QueuedConnection);
+      QMetaObject::invokeMethod(
+          this, [this] { close(); }, Qt::QueuedConnection);
       return true;
     default:
       if (id >= CM_FILTERS && id < FILTER_MENU_FIRST + FILTER_COUNT) {

@@ -60,17 +60,27 @@ constexpr MenuRow kFixedRows[] = {
 };
 
 constexpr ShortcutRow kShortcuts[] = {
-    {Qt::CTRL | Qt::Key_C, CM_COPY},         {Qt::CTRL | Qt::Key_V, CM_PASTE},
-    {Qt::CTRL | Qt::Key_X, CM_CUT},          {Qt::CTRL | Qt::Key_N, CM_NEW},
-    {Qt::CTRL | Qt::Key_O, CM_OPEN},         {Qt::CTRL | Qt::Key_S, CM_SAVE},
-    {Qt::CTRL | Qt::Key_P, CM_PRINT},        {Qt::Key_Delete, CM_DELETE},
-    {Qt::SHIFT | Qt::Key_Insert, CM_PASTE},  {Qt::SHIFT | Qt::Key_Delete, CM_CUT},
-    {Qt::CTRL | Qt::Key_Insert, CM_COPY},    {Qt::ALT | Qt::Key_Backspace, CM_UNDO},
+    {Qt::CTRL | Qt::Key_C, CM_COPY},
+    {Qt::CTRL | Qt::Key_V, CM_PASTE},
+    {Qt::CTRL | Qt::Key_X, CM_CUT},
+    {Qt::CTRL | Qt::Key_N, CM_NEW},
+    {Qt::CTRL | Qt::Key_O, CM_OPEN},
+    {Qt::CTRL | Qt::Key_S, CM_SAVE},
+    {Qt::CTRL | Qt::Key_P, CM_PRINT},
+    {Qt::Key_Delete, CM_DELETE},
+    {Qt::SHIFT | Qt::Key_Insert, CM_PASTE},
+    {Qt::SHIFT | Qt::Key_Delete, CM_CUT},
+    {Qt::CTRL | Qt::Key_Insert, CM_COPY},
+    {Qt::ALT | Qt::Key_Backspace, CM_UNDO},
     // What the menus print, and Ctrl+Z, which people expect of Undo.
-    {Qt::CTRL | Qt::Key_U, CM_UNDO},         {Qt::CTRL | Qt::Key_Z, CM_UNDO},
-    {Qt::CTRL | Qt::Key_0, CM_OPEN},         {Qt::SHIFT | Qt::Key_F5, CM_CASCADE},
-    {Qt::SHIFT | Qt::Key_F4, CM_TILE},       {Qt::CTRL | Qt::Key_D, CM_DUPLICATE},
-    {Qt::CTRL | Qt::Key_Y, CM_REDO},         {Qt::CTRL | Qt::SHIFT | Qt::Key_Z, CM_REDO},
+    {Qt::CTRL | Qt::Key_U, CM_UNDO},
+    {Qt::CTRL | Qt::Key_Z, CM_UNDO},
+    {Qt::CTRL | Qt::Key_0, CM_OPEN},
+    {Qt::SHIFT | Qt::Key_F5, CM_CASCADE},
+    {Qt::SHIFT | Qt::Key_F4, CM_TILE},
+    {Qt::CTRL | Qt::Key_D, CM_DUPLICATE},
+    {Qt::CTRL | Qt::Key_Y, CM_REDO},
+    {Qt::CTRL | Qt::SHIFT | Qt::Key_Z, CM_REDO},
 };
 
 }  // namespace

@@ -13,7 +13,7 @@ struct MenuRow {
   const char* menu;  // the menu's path from the bar: "&Edit/&Hide"
   const char* text;  // null for a separator
   int id;
-  bool grey;         // greyed until the first menu-state update
+  bool grey;  // greyed until the first menu-state update
   bool checkable;
 };
 

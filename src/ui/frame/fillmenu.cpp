@@ -52,7 +52,8 @@ void FillTypeCommand(FrameServices* frame, DocumentWindow* d, int id) {
   r->FillType = id - CM_FILLSOLID;
   if (UpdateDefaults) DefaultFillType = r->FillType;
   frame->RefreshStatus();
-  if (r->ToolWindow) d->tools()->Post(RECV_TOOL, UM_COLOURCHANGED, COLOUR_FILL, static_cast<std::int64_t>(r->FillColour));
+  if (r->ToolWindow)
+    d->tools()->Post(RECV_TOOL, UM_COLOURCHANGED, COLOUR_FILL, static_cast<std::int64_t>(r->FillColour));
   if (FillTypeRightClick) frame->PostCommand(CM_FILLSWATCH);
 }
 

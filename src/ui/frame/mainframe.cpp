@@ -186,7 +186,8 @@ StatusBar::StatusBar(QWidget* parent) : QWidget(parent) {
   QFont small = font();
   small.setPixelSize(11);
   int x = 3;
-  const std::pair<const char*, int> parts[3] = {{"Paint: ", CM_PAINTSWATCH}, {"Paper: ", CM_PAPERSWATCH}, {"Fill: ", CM_FILLSWATCH}};
+  const std::pair<const char*, int> parts[3] = {
+      {"Paint: ", CM_PAINTSWATCH}, {"Paper: ", CM_PAPERSWATCH}, {"Fill: ", CM_FILLSWATCH}};
   for (const auto& [text, id] : parts) {
     auto* label = new QLabel(text, this);
     label->setFont(small);
@@ -260,7 +261,8 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   setCentralWidget(central);
   connect(bar_, &ButtonBar::command, this, [this](int id) { PostCommand(id); });
   connect(status_, &StatusBar::command, this, [this](int id) { PostCommand(id); });
-  connect(status_, &StatusBar::rightClicked, this, [this](int, QPoint at) { RunFillTypeMenu(this, this, ActiveDocument(), at); });
+  connect(status_, &StatusBar::rightClicked, this,
+          [this](int, QPoint at) { RunFillTypeMenu(this, this, ActiveDocument(), at); });
   // The toolbox stands at the left, under the button bar.
   toolbox_ = new ToolBox(this);
   addDockWidget(Qt::LeftDockWidgetArea, toolbox_);
@@ -270,7 +272,10 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   settings_ = new SettingsWindow(this);
   addDockWidget(Qt::RightDockWidgetArea, settings_);
   MessageQueue& queue = MessageQueue::Instance();
-  queue.SetWakeup([this] { QMetaObject::invokeMethod(this, [] { MessageQueue::Instance().Drain(); }, Qt::QueuedConnection); });
+  queue.SetWakeup([this] {
+    QMetaObject::invokeMethod(
+        this, [] { MessageQueue::Instance().Drain(); }, Qt::QueuedConnection);
+  });
   queue.SetSink(RECV_TOOLBOX, [this](const ToolMessage& m) {
     if (m.message == UM_SELECTTOOL) toolbox_->ShowCurrent(static_cast<int>(m.wParam));
   });
@@ -303,7 +308,8 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   if (QScreen* screen = QGuiApplication::primaryScreen()) {
     QRect avail = screen->availableGeometry();
     int s = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-    setGeometry(avail.x() + s, avail.y() + s, std::max(620, avail.width() - 2 * s), std::max(460, avail.height() - 2 * s));
+    setGeometry(avail.x() + s, avail.y() + s, std::max(620, avail.width() - 2 * s),
+                std::max(460, avail.height() - 2 * s));
     RECT placement;
     if (SetStickyWindows(avail.width(), avail.height(), &placement))
       setGeometry(placement.left, placement.top, placement.right - placement.left, placement.bottom - placement.top);
@@ -316,7 +322,8 @@ MainFrame::MainFrame(QWidget* parent) : QMainWindow(parent) {
   // Saving goes to its end once begun: a half-cancelled save could still replace the file.
   hooks.runWrite = [this](const std::function<int()>& write) {
     int ok = 0;
-    RunLongWork(this, "Saving", [&write, &ok] { ok = write(); }, false);
+    RunLongWork(
+        this, "Saving", [&write, &ok] { ok = write(); }, false);
     return ok;
   };
   SetFileHooks(hooks);
@@ -376,8 +383,9 @@ void MainFrame::BuildMenus() {
   std::function<QMenu*(const std::string&)> menuAt = [&](const std::string& path) -> QMenu* {
     if (QMenu* m = menus[path]) return m;
     const auto slash = path.rfind('/');
-    QMenu* m = slash == std::string::npos ? menuBar()->addMenu(QString::fromUtf8(path.c_str()))
-                                          : menuAt(path.substr(0, slash))->addMenu(QString::fromUtf8(path.substr(slash + 1).c_str()));
+    QMenu* m = slash == std::string::npos
+                   ? menuBar()->addMenu(QString::fromUtf8(path.c_str()))
+                   : menuAt(path.substr(0, slash))->addMenu(QString::fromUtf8(path.substr(slash + 1).c_str()));
     menus[path] = m;
     return m;
   };
@@ -458,9 +466,7 @@ QAction* MainFrame::action(int id) const {
   return it == actions_.end() ? nullptr : it->second;
 }
 
-DocumentWindow* MainFrame::ActiveDocument() const {
-  return qobject_cast<DocumentWindow*>(client_->activeSubWindow());
-}
+DocumentWindow* MainFrame::ActiveDocument() const { return qobject_cast<DocumentWindow*>(client_->activeSubWindow()); }
 
 int MainFrame::CountOpenDocuments() const {
   int n = 0;
@@ -536,7 +542,8 @@ void MainFrame::UpdatePasteStates() {
 }
 
 void MainFrame::PostCommand(int id) {
-  QMetaObject::invokeMethod(this, [this, id] { Command(id); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      this, [this, id] { Command(id); }, Qt::QueuedConnection);
 }
 
 bool MainFrame::ShiftDown() const {
@@ -568,8 +575,7 @@ void MainFrame::Command(int id) {
     case CM_TILE: client_->tileSubWindows(); break;
     case CM_ARRANGE: ArrangeIcons(client_); break;
     case CM_PRINT:
-    case CM_DELETE:
-      break;  // accelerators without an action
+    case CM_DELETE: break;  // accelerators without an action
     case CM_HELP: DoHelp(this, "INDEX"); break;
     case CM_SETUP:
       DoSetup(this);
@@ -604,8 +610,12 @@ void MainFrame::Command(int id) {
         if (!d->Command(id) && id >= CM_PAINTSWATCH && id <= CM_PAPERSWATCH) {
           BLOCKSET* r = d->record();
           const int code = id == CM_PAINTSWATCH ? COLOUR_PAINT : id == CM_FILLSWATCH ? COLOUR_FILL : COLOUR_PAPER;
-          COLORREF* field = code == COLOUR_PAINT ? &r->PaintColour : code == COLOUR_FILL ? &r->FillColour : &r->PaperColour;
-          int* setting = code == COLOUR_PAINT ? &DefaultPaintColour : code == COLOUR_FILL ? &DefaultFillColour : &DefaultPaperColour;
+          COLORREF* field = code == COLOUR_PAINT  ? &r->PaintColour
+                            : code == COLOUR_FILL ? &r->FillColour
+                                                  : &r->PaperColour;
+          int* setting = code == COLOUR_PAINT  ? &DefaultPaintColour
+                         : code == COLOUR_FILL ? &DefaultFillColour
+                                               : &DefaultPaperColour;
           if (DoColourSelect(d, r, field, setting, code)) {
             // A palette edit changes the picture itself.
             d->view()->InvalidateAll();
@@ -644,9 +654,12 @@ void MainFrame::FinishNewDocument(DocumentWindow* w) {
   ViewStateChanged(r->ViewMode, r->GridActive != 0);
   // The document's tool goes to the toolbox as a command.
   QPointer<DocumentWindow> doc(w);
-  QMetaObject::invokeMethod(this, [this, doc] {
-    if (doc && doc == ActiveDocument()) ChooseTool(doc->record()->Tool);
-  }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      this,
+      [this, doc] {
+        if (doc && doc == ActiveDocument()) ChooseTool(doc->record()->Tool);
+      },
+      Qt::QueuedConnection);
   UpdateMenuStates();
   RefreshStatus();
 }
@@ -838,8 +851,8 @@ bool MainFrame::CloseAllChildren() {
 void MainFrame::closeEvent(QCloseEvent* event) {
   if (QScreen* screen = this->screen()) {
     QRect g = geometry();
-    GetStickyWindows(RECT{g.left(), g.top(), g.right() + 1, g.bottom() + 1}, isMaximized(),
-                     screen->geometry().width(), screen->geometry().height());
+    GetStickyWindows(RECT{g.left(), g.top(), g.right() + 1, g.bottom() + 1}, isMaximized(), screen->geometry().width(),
+                     screen->geometry().height());
   }
   StartMaximized = isMaximized() ? 1 : 0;
   if (OkToSaveConfig) SaveConfig();
@@ -859,7 +872,8 @@ void MainFrame::FocusDocument() {
 void MainFrame::changeEvent(QEvent* event) {
   // Back from an icon: the active document's tool takes the keyboard again.
   if (event->type() == QEvent::WindowStateChange && !isMinimized())
-    QMetaObject::invokeMethod(this, [this] { FocusDocument(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { FocusDocument(); }, Qt::QueuedConnection);
   QMainWindow::changeEvent(event);
 }
 

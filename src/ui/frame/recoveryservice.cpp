@@ -166,7 +166,8 @@ void RecoveryService::CopySlice() {
   DocumentWindow* window = done->window.data();
   writer_ = std::thread([this, done, window] {
     const bool ok = WriteRecovery(folder_, done->entry, done->copy);
-    QMetaObject::invokeMethod(this, [this, window, ok] { Finished(window, ok); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, window, ok] { Finished(window, ok); }, Qt::QueuedConnection);
   });
 }
 
@@ -203,13 +204,13 @@ int RecoveryService::OfferAtStart() {
   if (!RecoveryActive) return 0;
   const std::vector<RecoveryEntry> found = FindRecoveries(folder_);
   if (found.empty()) return 0;
-  const QString text =
-      QString("Ochrel was not closed properly last time, and %1 unsaved picture%2 %3 kept.\n\n"
-              "Click on Yes to reopen %4, No to discard %4, or Cancel to keep %4 for later.")
-          .arg(found.size())
-          .arg(found.size() == 1 ? "" : "s")
-          .arg(found.size() == 1 ? "was" : "were")
-          .arg(found.size() == 1 ? "it" : "them");
+  const QString text = QString(
+                           "Ochrel was not closed properly last time, and %1 unsaved picture%2 %3 kept.\n\n"
+                           "Click on Yes to reopen %4, No to discard %4, or Cancel to keep %4 for later.")
+                           .arg(found.size())
+                           .arg(found.size() == 1 ? "" : "s")
+                           .arg(found.size() == 1 ? "was" : "were")
+                           .arg(found.size() == 1 ? "it" : "them");
   const int answer = DoYesNoCancel(frame_, text);
   if (answer == IDNO) {
     for (const RecoveryEntry& e : found) RemoveRecovery(folder_, e.id);

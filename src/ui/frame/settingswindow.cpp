@@ -200,9 +200,9 @@ struct SettingsWindow::Binding {
   enum Kind { Spin, Track, Radio, Check, Toggle } kind;
   QWidget* widget;
   int BLOCKSET::*field;
-  int value = 0;              // a radio's value
+  int value = 0;                 // a radio's value
   QLabel* valueLabel = nullptr;  // a trackbar's value static
-  int shownOffset = 0;        // the opacity static shows one more than its value
+  int shownOffset = 0;           // the opacity static shows one more than its value
 };
 
 SettingsWindow::SettingsWindow(QWidget* parent) : QDockWidget(parent) {
@@ -246,8 +246,8 @@ SettingsWindow::SettingsWindow(QWidget* parent) : QDockWidget(parent) {
   // Colour replacer.
   AddGroup(117, "Match", QRect(200, 0, 108, 72));
   AddRadios({{115, "Exact"}, {116, "Tolerance"}}, {0, 1}, QPoint(208, 20), 24, &B::MatchType, "MatchType", 0);
-  AddSpin(113, 114, "Size:", QRect(200, 78, 36, 22), QRect(238, 78, 64, 22), 4, 64, 32, &B::ReplacerSize, "ReplacerSize",
-          UM_SETTINGCHANGED, 16);
+  AddSpin(113, 114, "Size:", QRect(200, 78, 36, 22), QRect(238, 78, 64, 22), 4, 64, 32, &B::ReplacerSize,
+          "ReplacerSize", UM_SETTINGCHANGED, 16);
   // Room for the largest square, 65 pixels, inside the sunken edge.
   AddSample(118, QRect(200, 104, 108, 96));
   QLabel* replacerText = AddLabel(119, "Replace pixels of the paper color with the paint color.",
@@ -342,8 +342,8 @@ SettingsWindow::SettingsWindow(QWidget* parent) : QDockWidget(parent) {
   const BrushPage pages[] = {
       {64, 67, 70, 73, 74, &B::BrushShape, &B::BrushType, &B::BrushThickness, &B::BrushSoftness, "BrushShape",
        "BrushType", "BrushThickness", "BrushSoftness"},
-      {89, 93, 96, 92, 98, &B::EraserBrushShape, &B::EraserBrushType, &B::EraserBrushThickness,
-       &B::EraserBrushSoftness, "EraserBrushShape", "EraserBrushType", "EraserBrushThickness", "EraserBrushSoftness"},
+      {89, 93, 96, 92, 98, &B::EraserBrushShape, &B::EraserBrushType, &B::EraserBrushThickness, &B::EraserBrushSoftness,
+       "EraserBrushShape", "EraserBrushType", "EraserBrushThickness", "EraserBrushSoftness"},
       {126, 129, 132, 137, 134, &B::UndoShape, &B::UndoType, &B::UndoThickness, &B::UndoSoftness, "UndoShape",
        "UndoType", "UndoThickness", "UndoSoftness"},
   };
@@ -443,7 +443,8 @@ QSpinBox* SettingsWindow::AddSpin(int id, int labelId, const char* label, QRect 
   controls_[id + kSpinId] = s;
   if (!field) return s;
   bindings_.push_back(new Binding{Binding::Spin, s, field});
-  connect(s, &QSpinBox::valueChanged, this, [this, s, field, stem, message] { Store(field, s->Clamped(), stem, message); });
+  connect(s, &QSpinBox::valueChanged, this,
+          [this, s, field, stem, message] { Store(field, s->Clamped(), stem, message); });
   // Once the typing is over the edit shows what was stored.
   connect(s, &QSpinBox::editingFinished, this, [this, s] {
     if (s->value() == s->Clamped()) return;
@@ -518,52 +519,54 @@ QWidget* SettingsWindow::AddSample(int id, QRect r) {
         PaintStamp(p, r, CreateToolStamp(rec, RGB(255, 255, 255), 0, kind));
       };
   if (!painter) switch (id) {
-    case 47: painter = [this](QPainter& p, const QRect& r) { PaintShape(p, r, Shown(), true); }; break;
-    case 48:
-    case 138: painter = [this](QPainter& p, const QRect& r) { PaintShape(p, r, Shown(), false); }; break;
-    case 53: painter = [this](QPainter& p, const QRect& r) { PaintLine(p, r, Shown()); }; break;
-    case 118:
-      painter = [this](QPainter& p, const QRect& r) {
-        p.fillRect(r, Qt::white);
-        const int s = std::clamp(Shown().ReplacerSize, 0, 64) + 1;
-        QPen pen(Qt::black, 1, Qt::DotLine);
-        p.setPen(pen);
-        const QPoint c = r.center();
-        p.drawRect(c.x() - s / 2, c.y() - s / 2, s - 1, s - 1);
-      };
-      break;
-    case 29:
-      painter = [this](QPainter& p, const QRect& r) {
-        const BLOCKSET& rec = Shown();
-        p.fillRect(r, Qt::white);
-        QFont f(QString::fromStdString(rec.TextFontName));
-        f.setPixelSize(std::clamp(rec.TextFontSize, 1, 288));
-        if (rec.TextFontBold) f.setWeight(QFont::Bold);
-        f.setItalic(rec.TextFontItal);
-        f.setUnderline(rec.TextFontUnder);
-        QString text = QString::fromUtf8(TextFontExampleString);
-        if (text.isEmpty()) text = QString::fromStdString(rec.TextFontName);
-        // A size larger than the sample shows scaled down, whole, rather than cut.
-        for (int i = 0; i < 40 && f.pixelSize() > 4; ++i) {
-          const QFontMetrics fm(f);
-          if (fm.height() <= r.height() && fm.horizontalAdvance(text) <= r.width() - 4) break;
-          f.setPixelSize(std::max(4, f.pixelSize() * 9 / 10));
-        }
-        p.setFont(f);
-        p.setPen(Qt::black);
-        const Qt::Alignment h = rec.TextFontJust == 1 ? Qt::AlignHCenter : rec.TextFontJust == 2 ? Qt::AlignRight : Qt::AlignLeft;
-        p.drawText(r.adjusted(2, 0, -2, 0), static_cast<int>(h | Qt::AlignVCenter | Qt::TextSingleLine), text);
-      };
-      break;
-    default:  // 122, the spray: one spot of the size at six times the flow
-      painter = [this](QPainter& p, const QRect& r) {
-        const BLOCKSET& rec = Shown();
-        HGLOBAL list = CreateSpraycan(std::clamp(rec.SpraycanThickness, 1, 255));
-        HDIB spot = RenderSpraycan(list, 0, 255, std::clamp(rec.SpraycanFlow, 1, 100) * 6);
-        PaintStamp(p, r, spot);
-      };
-      break;
-  }
+      case 47: painter = [this](QPainter& p, const QRect& r) { PaintShape(p, r, Shown(), true); }; break;
+      case 48:
+      case 138: painter = [this](QPainter& p, const QRect& r) { PaintShape(p, r, Shown(), false); }; break;
+      case 53: painter = [this](QPainter& p, const QRect& r) { PaintLine(p, r, Shown()); }; break;
+      case 118:
+        painter = [this](QPainter& p, const QRect& r) {
+          p.fillRect(r, Qt::white);
+          const int s = std::clamp(Shown().ReplacerSize, 0, 64) + 1;
+          QPen pen(Qt::black, 1, Qt::DotLine);
+          p.setPen(pen);
+          const QPoint c = r.center();
+          p.drawRect(c.x() - s / 2, c.y() - s / 2, s - 1, s - 1);
+        };
+        break;
+      case 29:
+        painter = [this](QPainter& p, const QRect& r) {
+          const BLOCKSET& rec = Shown();
+          p.fillRect(r, Qt::white);
+          QFont f(QString::fromStdString(rec.TextFontName));
+          f.setPixelSize(std::clamp(rec.TextFontSize, 1, 288));
+          if (rec.TextFontBold) f.setWeight(QFont::Bold);
+          f.setItalic(rec.TextFontItal);
+          f.setUnderline(rec.TextFontUnder);
+          QString text = QString::fromUtf8(TextFontExampleString);
+          if (text.isEmpty()) text = QString::fromStdString(rec.TextFontName);
+          // A size larger than the sample shows scaled down, whole, rather than cut.
+          for (int i = 0; i < 40 && f.pixelSize() > 4; ++i) {
+            const QFontMetrics fm(f);
+            if (fm.height() <= r.height() && fm.horizontalAdvance(text) <= r.width() - 4) break;
+            f.setPixelSize(std::max(4, f.pixelSize() * 9 / 10));
+          }
+          p.setFont(f);
+          p.setPen(Qt::black);
+          const Qt::Alignment h = rec.TextFontJust == 1   ? Qt::AlignHCenter
+                                  : rec.TextFontJust == 2 ? Qt::AlignRight
+                                                          : Qt::AlignLeft;
+          p.drawText(r.adjusted(2, 0, -2, 0), static_cast<int>(h | Qt::AlignVCenter | Qt::TextSingleLine), text);
+        };
+        break;
+      default:  // 122, the spray: one spot of the size at six times the flow
+        painter = [this](QPainter& p, const QRect& r) {
+          const BLOCKSET& rec = Shown();
+          HGLOBAL list = CreateSpraycan(std::clamp(rec.SpraycanThickness, 1, 255));
+          HDIB spot = RenderSpraycan(list, 0, 255, std::clamp(rec.SpraycanFlow, 1, 100) * 6);
+          PaintStamp(p, r, spot);
+        };
+        break;
+    }
   auto* v = new SampleView(body_, std::move(painter));
   v->setGeometry(r);
   controls_[id] = v;

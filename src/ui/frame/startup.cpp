@@ -254,12 +254,19 @@ void ShowManual(QWidget* parent) {
 
 namespace {
 const std::pair<unsigned, const char*> kSetupLabels[] = {
-    {113, "Auto-adjust task windows"}, {119, "Create backups"},       {121, "Revert after eyedropper"},
-    {107, "Show startup window"},      {108, "Show tip of the day"},  {122, "Update defaults"},
-    {115, "Warn before displaying manual"}, {123, "Keep recovery copies of unsaved pictures"},
-    {114, "JPEG Quality:"},            {120, "Nudge size:"},
+    {113, "Auto-adjust task windows"},
+    {119, "Create backups"},
+    {121, "Revert after eyedropper"},
+    {107, "Show startup window"},
+    {108, "Show tip of the day"},
+    {122, "Update defaults"},
+    {115, "Warn before displaying manual"},
+    {123, "Keep recovery copies of unsaved pictures"},
+    {114, "JPEG Quality:"},
+    {120, "Nudge size:"},
     {124, "Recovery copy after (seconds):"},
-    {130, "Undo steps:"},              {131, "Undo memory (MiB, 0 for automatic):"},
+    {130, "Undo steps:"},
+    {131, "Undo memory (MiB, 0 for automatic):"},
 };
 }  // namespace
 

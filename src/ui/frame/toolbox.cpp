@@ -132,7 +132,8 @@ void Draw(QPainter& p, ToolIconId icon) {
       p.setBrush(kInk);
       p.drawRect(QRectF(0.53, 0.25, 0.14, 0.1));
       p.setPen(P(kRed, 0.06));
-      for (auto [x, y] : {std::pair{0.3, 0.15}, {0.2, 0.3}, {0.32, 0.35}, {0.12, 0.18}, {0.22, 0.08}}) p.drawPoint(QPointF(x, y));
+      for (auto [x, y] : {std::pair{0.3, 0.15}, {0.2, 0.3}, {0.32, 0.35}, {0.12, 0.18}, {0.22, 0.08}})
+        p.drawPoint(QPointF(x, y));
       break;
     case ICON_AIRBRUSH: {
       QRadialGradient g(QPointF(0.5, 0.5), 0.42);
@@ -143,13 +144,25 @@ void Draw(QPainter& p, ToolIconId icon) {
       p.drawEllipse(QPointF(0.5, 0.5), 0.42, 0.42);
       break;
     }
-    case ICON_LINE: p.setPen(P(kInk, 0.09)); p.drawLine(QPointF(0.15, 0.85), QPointF(0.85, 0.15)); break;
-    case ICON_RECTANGLE: p.setPen(P(kInk, 0.08)); p.setBrush(Qt::NoBrush); p.drawRect(QRectF(0.15, 0.25, 0.7, 0.5)); break;
-    case ICON_ELLIPSE: p.setPen(P(kInk, 0.08)); p.setBrush(Qt::NoBrush); p.drawEllipse(QRectF(0.12, 0.25, 0.76, 0.5)); break;
+    case ICON_LINE:
+      p.setPen(P(kInk, 0.09));
+      p.drawLine(QPointF(0.15, 0.85), QPointF(0.85, 0.15));
+      break;
+    case ICON_RECTANGLE:
+      p.setPen(P(kInk, 0.08));
+      p.setBrush(Qt::NoBrush);
+      p.drawRect(QRectF(0.15, 0.25, 0.7, 0.5));
+      break;
+    case ICON_ELLIPSE:
+      p.setPen(P(kInk, 0.08));
+      p.setBrush(Qt::NoBrush);
+      p.drawEllipse(QRectF(0.12, 0.25, 0.76, 0.5));
+      break;
     case ICON_POLYGON:
       p.setPen(P(kInk, 0.07));
       p.setBrush(Qt::NoBrush);
-      p.drawPolygon(QPolygonF({QPointF(0.15, 0.8), QPointF(0.3, 0.2), QPointF(0.7, 0.3), QPointF(0.85, 0.75), QPointF(0.5, 0.55)}));
+      p.drawPolygon(QPolygonF(
+          {QPointF(0.15, 0.8), QPointF(0.3, 0.2), QPointF(0.7, 0.3), QPointF(0.85, 0.75), QPointF(0.5, 0.55)}));
       break;
     case ICON_BUCKET: {
       p.setPen(P(kInk, 0.05));

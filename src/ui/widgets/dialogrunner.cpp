@@ -18,7 +18,7 @@ namespace ochrel {
 namespace {
 DialogAnswerer g_answerer;
 UrlOpener g_opener;
-}
+}  // namespace
 
 void SetDialogAnswerer(DialogAnswerer answerer) { g_answerer = std::move(answerer); }
 

@@ -198,7 +198,8 @@ QIcon DocumentIcon() {
     p.drawRect(QRectF(0.16, 0.20, 0.68, 0.36));
     p.setBrush(QColor(60, 150, 70));
     QPolygonF hill;
-    hill << QPointF(0.16, 0.80) << QPointF(0.42, 0.46) << QPointF(0.62, 0.64) << QPointF(0.84, 0.50) << QPointF(0.84, 0.80);
+    hill << QPointF(0.16, 0.80) << QPointF(0.42, 0.46) << QPointF(0.62, 0.64) << QPointF(0.84, 0.50)
+         << QPointF(0.84, 0.80);
     p.drawPolygon(hill);
   });
 }

@@ -70,14 +70,12 @@ class InputHold : public QObject {
       case QEvent::ContextMenu:
       case QEvent::Drop:
       case QEvent::DragEnter:
-      case QEvent::DragMove:
-        return true;
+      case QEvent::DragMove: return true;
       case QEvent::Close:
         // The frame and its documents stay while work on them runs; other
         // windows (the start-up window on its timer) may close.
         return InFrame(target);
-      default:
-        return false;
+      default: return false;
     }
   }
 
@@ -207,8 +205,8 @@ LongWorkEnd RunLongWork(QWidget* owner, const QString& label, std::function<void
   return LongWorkEnd::Cancelled;
 }
 
-HDIB RunLongImageWork(QWidget* owner, const QString& label, const HDIB& source,
-                      std::function<HDIB(const HDIB&)> make, bool* cancelled) {
+HDIB RunLongImageWork(QWidget* owner, const QString& label, const HDIB& source, std::function<HDIB(const HDIB&)> make,
+                      bool* cancelled) {
   if (cancelled) *cancelled = false;
   auto input = std::make_shared<HDIB>(DuplicateObject(source));
   if (!*input) return nullptr;

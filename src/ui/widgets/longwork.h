@@ -27,8 +27,8 @@ LongWorkEnd RunLongWork(QWidget* owner, const QString& label, std::function<void
 
 // The common case: an image made from a copy of source. Empty on cancel (with
 // *cancelled set) or when make gave nothing (a memory error).
-HDIB RunLongImageWork(QWidget* owner, const QString& label, const HDIB& source,
-                      std::function<HDIB(const HDIB&)> make, bool* cancelled);
+HDIB RunLongImageWork(QWidget* owner, const QString& label, const HDIB& source, std::function<HDIB(const HDIB&)> make,
+                      bool* cancelled);
 
 // The busy cursor and the status bar's label and moving bar alone, for work
 // that runs its own worker (the filter dialog's OK), for as long as it lives.

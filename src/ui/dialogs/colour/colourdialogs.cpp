@@ -195,7 +195,7 @@ ColourSelectBox::ColourSelectBox(COLORREF colour, QWidget* parent) : QDialog(par
   sample_->setFixedSize(64, 48);
   fieldsGrid->addWidget(new QLabel(tr("Color"), this), 0, 0);
   fieldsGrid->addWidget(sample_, 1, 0, 2, 1);
-  const std::pair<int, const char*> labels[6] = {{IDC_HUE, "Hu&e:"},       {IDC_SATURATION, "&Sat:"},
+  const std::pair<int, const char*> labels[6] = {{IDC_HUE, "Hu&e:"},        {IDC_SATURATION, "&Sat:"},
                                                  {IDC_LUMINOSITY, "&Lum:"}, {IDC_RED, "&Red:"},
                                                  {IDC_GREEN, "&Green:"},    {IDC_BLUE, "Bl&ue:"}};
   for (int k = 0; k < 6; ++k) {
@@ -257,9 +257,8 @@ ColourSelectBox::ColourSelectBox(COLORREF colour, QWidget* parent) : QDialog(par
     if (selecting_ || row < 0) return;
     setColour(list_->item(row)->data(Qt::UserRole).toUInt());
   });
-  connect(list_, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
-    setColour(item->data(Qt::UserRole).toUInt());
-  });
+  connect(list_, &QListWidget::itemClicked, this,
+          [this](QListWidgetItem* item) { setColour(item->data(Qt::UserRole).toUInt()); });
   // A double click chooses the item and acts as OK.
   connect(list_, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
     setColour(item->data(Qt::UserRole).toUInt());
@@ -299,7 +298,7 @@ void ColourSelectBox::setHls(const HLSCOLOUR& hls) {
 
 void ColourSelectBox::ShowColour(bool) {
   updating_ = true;
-  const int values[6] = {hls_.Hue, hls_.Saturation, hls_.Luminosity,
+  const int values[6] = {hls_.Hue,           hls_.Saturation,    hls_.Luminosity,
                          GetRValue(colour_), GetGValue(colour_), GetBValue(colour_)};
   for (int k = 0; k < 6; ++k) fields_[k]->setValue(values[k]);
   updating_ = false;
@@ -559,8 +558,8 @@ COLORREF PaletteColourSelectBox::entry(int i) const {
 void PaletteColourSelectBox::ShowInfo() {
   const COLORREF c = entry(selected_);
   const int r = GetRValue(c), g = GetGValue(c), b = GetBValue(c);
-  info_->setText(QString::asprintf("Color: %d\n\nR:%d (%.2Xh)\nG:%d (%.2Xh)\nB:%d (%.2Xh)\n", selected_, r, r,
-                                   g, g, b, b));
+  info_->setText(
+      QString::asprintf("Color: %d\n\nR:%d (%.2Xh)\nG:%d (%.2Xh)\nB:%d (%.2Xh)\n", selected_, r, r, g, g, b, b));
 }
 
 void PaletteColourSelectBox::TileClicked(int index, bool shift) {

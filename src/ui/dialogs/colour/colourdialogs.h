@@ -33,7 +33,6 @@ int DoColourSelectPalette(QWidget* window, COLORREF* colour, BYTE* palette, int 
 // "GreySelectBox": *colour takes the grey of the chosen level.
 int DoColourSelectGrey(QWidget* window, COLORREF* colour);
 
-
 // Ids of ColourSelectBox's controls.
 enum ColourSelectIds : int {
   IDC_COLOUROPEN = 101,

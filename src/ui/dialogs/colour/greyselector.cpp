@@ -73,7 +73,8 @@ long long GreyLevelSelector::SendMessage(int message, long long wParam, long lon
 }
 
 void GreyLevelSelector::PostLevelChanged() {
-  QMetaObject::invokeMethod(this, [this] { LevelChanged(); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      this, [this] { LevelChanged(); }, Qt::QueuedConnection);
 }
 
 void GreyLevelSelector::LevelChanged() {

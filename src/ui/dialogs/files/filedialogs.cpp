@@ -183,7 +183,8 @@ ImageFileDialog::ImageFileDialog(QWidget* parent, const QString& title, const st
   setOption(QFileDialog::DontUseNativeDialog, true);
   setOption(QFileDialog::DontConfirmOverwrite, true);  // asked in Finish, through the program's prompt
   setNameFilters(ImageFileFilters());
-  if (!folder.empty() && QFileInfo(QString::fromStdString(folder)).isDir()) setDirectory(QString::fromStdString(folder));
+  if (!folder.empty() && QFileInfo(QString::fromStdString(folder)).isDir())
+    setDirectory(QString::fromStdString(folder));
 
   // The type list the user sees: the names alone, in a combo box of our own
   // standing where the dialog's own one stood, so that a change of type is

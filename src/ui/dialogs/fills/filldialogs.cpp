@@ -125,9 +125,7 @@ int DoColourSelect(QWidget* window, BLOCKSET* record, COLORREF* colour, int* set
       }
       break;
     }
-    default:
-      DoMessage(window, "There has been an error determining the type of the current image.");
-      return 0;
+    default: DoMessage(window, "There has been an error determining the type of the current image."); return 0;
   }
   if (result && UpdateDefaults && setting) *setting = static_cast<int>(chosen);
   return result;

@@ -139,10 +139,8 @@ void GradientTypeButton::paintEvent(QPaintEvent*) {
   sample.ImageType = 0;
   sample.Angle = 0;
   DrawGradientInto(p, sample, rect());
-  if (box_->working()->GradientType == type_)
-    DrawSunkenEdge(p, rect());
-  else
-    DrawRaisedEdge(p, rect());
+  if (box_->working()->GradientType == type_) DrawSunkenEdge(p, rect());
+  else DrawRaisedEdge(p, rect());
 }
 
 GradientPreview::GradientPreview(GradientBox* box) : QWidget(box), box_(box) {
@@ -174,8 +172,9 @@ void GradientPreview::paintEvent(QPaintEvent*) {
     const int x = last_.x(), y = last_.y();
     p.setPen(Qt::NoPen);
     p.setBrush(Qt::black);
-    for (QRect r : {QRect(QPoint(x + 2, y - 2), QPoint(x + 6, y + 1)), QRect(QPoint(x - 7, y - 2), QPoint(x - 3, y + 1)),
-                    QRect(QPoint(x - 2, y + 2), QPoint(x + 1, y + 6)), QRect(QPoint(x - 2, y - 7), QPoint(x + 1, y - 3))})
+    for (QRect r :
+         {QRect(QPoint(x + 2, y - 2), QPoint(x + 6, y + 1)), QRect(QPoint(x - 7, y - 2), QPoint(x - 3, y + 1)),
+          QRect(QPoint(x - 2, y + 2), QPoint(x + 1, y + 6)), QRect(QPoint(x - 2, y - 7), QPoint(x + 1, y - 3))})
       p.drawRect(r);
   }
 }

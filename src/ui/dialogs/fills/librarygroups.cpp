@@ -34,9 +34,9 @@ void ShowLibraryGroup(QComboBox* groups, const QString& name) {
 }
 
 bool DeleteLibraryGroup(QWidget* owner, const char* kind, const QString& name, const std::string& path) {
-  const QString ask = QString::asprintf(
-      "Do you want to delete the %s %s group?\n\nClick on Yes to delete this file, or No to abort.",
-      name.toLocal8Bit().constData(), kind);
+  const QString ask =
+      QString::asprintf("Do you want to delete the %s %s group?\n\nClick on Yes to delete this file, or No to abort.",
+                        name.toLocal8Bit().constData(), kind);
   if (DoYesNo(owner, ask) != IDYES) return false;
   if (DeleteFileToRecycleBin(path) == 0) return true;
   DoMessage(owner, FetchString(IDS_ERROR_WRITING));

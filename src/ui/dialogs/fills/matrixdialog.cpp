@@ -97,10 +97,8 @@ void MatrixThumbnailDelegate::paint(QPainter* p, const QStyleOptionViewItem& opt
     p->drawImage(PlaceMatrixThumbnail(r, image.width(), image.height(), selected), image);
     p->restore();
   }
-  if (selected)
-    DrawSunkenEdge(*p, r);
-  else
-    DrawRaisedEdge(*p, r);
+  if (selected) DrawSunkenEdge(*p, r);
+  else DrawRaisedEdge(*p, r);
 }
 
 MatrixPreview::MatrixPreview(MatrixBox* box) : QWidget(box), box_(box) {
@@ -260,7 +258,8 @@ void MatrixBox::AddTile() {
     std::snprintf(MatrixLibrary, kSettingTextSize, "%s", file.c_str());
     // Shift is down as the file is written, so the new group carries the
     // protecting flag, as the library's rules have it.
-    if (!SaveMatrixFile(GroupPath(), entries_, FillShiftHeld() ? 0 : 1, std::time(nullptr), SaveOptionsFromSettings())) {
+    if (!SaveMatrixFile(GroupPath(), entries_, FillShiftHeld() ? 0 : 1, std::time(nullptr),
+                        SaveOptionsFromSettings())) {
       DoMessage(this, "Error writing file");
       return;
     }

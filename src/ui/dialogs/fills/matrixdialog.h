@@ -67,13 +67,13 @@ class MatrixBox : public QDialog {
   static std::string GroupPath();
 
   // The commands, as the controls give them.
-  void SelectTile(int row);  // 102, selection changed
-  void AddTile();            // 103
-  void DeleteTile();         // 104 and "&Delete"
-  void ExportTile();         // "&Export"
-  void EditTile();           // "E&dit"
+  void SelectTile(int row);     // 102, selection changed
+  void AddTile();               // 103
+  void DeleteTile();            // 104 and "&Delete"
+  void ExportTile();            // "&Export"
+  void EditTile();              // "E&dit"
   void ChooseGroup(int index);  // 108, list closed
-  void Accept();             // 1
+  void Accept();                // 1
   // The entry's context menu ("&Export", "E&dit", "&Delete"), built for the entry at `row`.
   QMenu* ContextMenu(int row);
 

@@ -41,10 +41,8 @@ void ShadowDirectionButton::paintEvent(QPaintEvent*) {
   QPainter p(this);
   const bool pressed = box_->working()->ShadowDirection == direction_;
   p.fillRect(rect(), palette().button());
-  if (pressed)
-    DrawSunkenEdge(p, rect());
-  else
-    DrawRaisedEdge(p, rect());
+  if (pressed) DrawSunkenEdge(p, rect());
+  else DrawRaisedEdge(p, rect());
   // An arrow from the middle toward the shadow's side.
   int dx = 0, dy = 0;
   ShadowOffsetFor(direction_, 1, &dx, &dy);

@@ -87,18 +87,15 @@ int FieldValue(const TEXTURE& t, const Field& f) {
 }
 
 void StoreField(TEXTURE* t, const Field& f, int v) {
-  if (f.f)
-    t->*f.f = f.percent ? static_cast<float>(v * 0.01) : static_cast<float>(v);
-  else if (f.u)
-    t->*f.u = static_cast<std::uint32_t>(v);
-  else
-    t->*f.i = v;
+  if (f.f) t->*f.f = f.percent ? static_cast<float>(v * 0.01) : static_cast<float>(v);
+  else if (f.u) t->*f.u = static_cast<std::uint32_t>(v);
+  else t->*f.i = v;
 }
 
 COLORREF TEXTURE::*const kSwatchFields[6] = {&TEXTURE::BackColour,  &TEXTURE::ForeColour1, &TEXTURE::ForeColour2,
                                              &TEXTURE::ForeColour3, &TEXTURE::ForeColour4, &TEXTURE::ForeColour5};
-const char* const kSwatchLabels[6] = {"Background:",    "Foreground #1:", "Foreground #2:",
-                                      "Foreground #3:", "Foreground #4:", "Foreground #5:"};
+const char* const kSwatchLabels[6] = {
+    "Background:", "Foreground #1:", "Foreground #2:", "Foreground #3:", "Foreground #4:", "Foreground #5:"};
 
 float TEXTURE::*const kCurveFields[3][4] = {
     {&TEXTURE::ColorRed0, &TEXTURE::ColorRed1, &TEXTURE::ColorRed2, &TEXTURE::ColorRed3},
@@ -279,7 +276,8 @@ void TexturePreview::Start() {
   worker_ = std::thread([this, record] {
     HDIB dib = CreateTexture(&record);
     QImage picture = FillDibImage(dib).copy();
-    QMetaObject::invokeMethod(this, [this, picture] { Finished(picture); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, picture] { Finished(picture); }, Qt::QueuedConnection);
   });
   update();
 }
@@ -433,7 +431,8 @@ TextureBox::TextureBox(TEXTURE* working, QWidget* parent) : QDialog(parent), wor
   connect(list_, &QListWidget::currentRowChanged, this, [this](int row) {
     if (!filling_) SelectTexture(row);
   });
-  connect(list_, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) { RenameTexture(list_->row(item)); });
+  connect(list_, &QListWidget::itemDoubleClicked, this,
+          [this](QListWidgetItem* item) { RenameTexture(list_->row(item)); });
   connect(add_, &QPushButton::clicked, this, &TextureBox::AddTexture);
   connect(delete_, &QPushButton::clicked, this, &TextureBox::DeleteTexture);
   connect(groups_, &QComboBox::activated, this, &TextureBox::ChooseGroup);
@@ -615,7 +614,8 @@ void TextureBox::PickNodeColour(int k) {
 }
 
 void TextureBox::Accept() {
-  if (modified_ && TextureLibraryWriteable() && !SaveTextureFile(GroupPath(), items_, 1, nullptr, SaveOptionsFromSettings()))
+  if (modified_ && TextureLibraryWriteable() &&
+      !SaveTextureFile(GroupPath(), items_, 1, nullptr, SaveOptionsFromSettings()))
     DoMessage(this, "Error writing file");
   accept();
 }

@@ -125,13 +125,13 @@ class TextureBox : public QDialog {
   static std::string GroupPath();
 
   // The commands, as the controls give them.
-  void SelectTexture(int row);   // 102, selection changed
-  void RenameTexture(int row);   // 102, double click
-  void AddTexture();             // 104
-  void DeleteTexture();          // 105
-  void ChooseGroup(int index);   // 103, list closed
-  void ChooseType(int index);    // 106, list closed
-  void Accept();                 // 1
+  void SelectTexture(int row);  // 102, selection changed
+  void RenameTexture(int row);  // 102, double click
+  void AddTexture();            // 104
+  void DeleteTexture();         // 105
+  void ChooseGroup(int index);  // 103, list closed
+  void ChooseType(int index);   // 106, list closed
+  void Accept();                // 1
   // Shows a record in every control.
   void ImposeTexture(const TEXTURE& t);
   void SetFractalToolLevel(int type);

@@ -253,7 +253,8 @@ QRect FilterPane::ImageRect(int panX, int panY) const {
 QPoint FilterPane::ClampedPan(int panX, int panY) const {
   const QRect image = ImageRect(0, 0);
   const QRect inner = InnerRect();
-  return QPoint(ClampFilterPan(panX, inner.width(), image.width()), ClampFilterPan(panY, inner.height(), image.height()));
+  return QPoint(ClampFilterPan(panX, inner.width(), image.width()),
+                ClampFilterPan(panY, inner.height(), image.height()));
 }
 
 void FilterPane::paintEvent(QPaintEvent*) {
@@ -673,12 +674,30 @@ void MasterFilterBox::UpdateLabels() {
 
 void MasterFilterBox::PaneCommand(int id) {
   switch (id) {
-    case 103: view_.BeforeMode = !view_.BeforeMode; before_->UpdateCursor(); break;
-    case 104: view_.AfterMode = !view_.AfterMode; after_->UpdateCursor(); break;
-    case 108: if (view_.BeforeZoom * 2 <= 1600) view_.BeforeZoom *= 2; before_->update(); break;
-    case 109: if (view_.BeforeZoom / 2 >= 25) view_.BeforeZoom /= 2; before_->update(); break;
-    case 110: if (view_.AfterZoom * 2 <= 1600) view_.AfterZoom *= 2; after_->update(); break;
-    case 111: if (view_.AfterZoom / 2 >= 25) view_.AfterZoom /= 2; after_->update(); break;
+    case 103:
+      view_.BeforeMode = !view_.BeforeMode;
+      before_->UpdateCursor();
+      break;
+    case 104:
+      view_.AfterMode = !view_.AfterMode;
+      after_->UpdateCursor();
+      break;
+    case 108:
+      if (view_.BeforeZoom * 2 <= 1600) view_.BeforeZoom *= 2;
+      before_->update();
+      break;
+    case 109:
+      if (view_.BeforeZoom / 2 >= 25) view_.BeforeZoom /= 2;
+      before_->update();
+      break;
+    case 110:
+      if (view_.AfterZoom * 2 <= 1600) view_.AfterZoom *= 2;
+      after_->update();
+      break;
+    case 111:
+      if (view_.AfterZoom / 2 >= 25) view_.AfterZoom /= 2;
+      after_->update();
+      break;
     default: return;
   }
   UpdateLabels();
@@ -721,7 +740,9 @@ void MasterFilterBox::StartPreview(bool thenAccept) {
       job->result = RunFilter(job->filter, &job->param);
       job->done = true;
       std::lock_guard<std::mutex> hold(job->lock);
-      if (!job->abandoned) QMetaObject::invokeMethod(this, [this] { DeliverPreview(); }, Qt::QueuedConnection);
+      if (!job->abandoned)
+        QMetaObject::invokeMethod(
+            this, [this] { DeliverPreview(); }, Qt::QueuedConnection);
     });
   } catch (...) {
     job->result = RunFilter(job->filter, &job->param);
@@ -805,7 +826,6 @@ void MasterFilterBox::done(int result) {
   if (job_) return;
   QDialog::done(result);
 }
-
 
 // ---- The operation --------------------------------------------------------------------
 

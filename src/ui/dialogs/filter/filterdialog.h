@@ -29,7 +29,6 @@ class LongWorkSigns;
 
 struct BLOCKSET;
 
-
 // What the dialog shows, apart from the filter's record: each pane's zoom (in
 // percent), pan and mode (0 zoom, 1 pan), and the pan drag under way.
 struct FilterView {
@@ -158,10 +157,10 @@ class MasterFilterBox : public QDialog {
 
 // What the dialog's OK leaves for the document to put in place.
 struct FilterOutcome {
-  HDIB image;            // the filtered picture (or fragment)
-  HDIB newMask;          // a fragment's new 1-bit mask, when a free rotation made one
-  bool selection = false;   // the image is the floating fragment's
-  bool toDuplicate = false; // the result goes into a new document
+  HDIB image;                // the filtered picture (or fragment)
+  HDIB newMask;              // a fragment's new 1-bit mask, when a free rotation made one
+  bool selection = false;    // the image is the floating fragment's
+  bool toDuplicate = false;  // the result goes into a new document
 };
 
 // Opens the dialog on the record's image (or its floating fragment) with the

@@ -58,10 +58,13 @@ ImageAttributesBox::ImageAttributesBox(const BLOCKSET* r, QWidget* parent)
   form->addRow(tr("Colors:"), colours_);
   auto* grid = new QGridLayout;
   auto* group = new QButtonGroup(this);
-  const struct { int id; int row, col; const char* name; } cells[] = {
-      {ANCHOR_UPPERLEFT, 0, 0, "UpperLeft"},   {ANCHOR_UPPERRIGHT, 0, 2, "UpperRight"},
-      {ANCHOR_CENTER, 1, 1, "Center"},         {ANCHOR_LOWERLEFT, 2, 0, "LowerLeft"},
-      {ANCHOR_LOWERRIGHT, 2, 2, "LowerRight"},
+  const struct {
+    int id;
+    int row, col;
+    const char* name;
+  } cells[] = {
+      {ANCHOR_UPPERLEFT, 0, 0, "UpperLeft"}, {ANCHOR_UPPERRIGHT, 0, 2, "UpperRight"}, {ANCHOR_CENTER, 1, 1, "Center"},
+      {ANCHOR_LOWERLEFT, 2, 0, "LowerLeft"}, {ANCHOR_LOWERRIGHT, 2, 2, "LowerRight"},
   };
   for (const auto& c : cells) {
     auto* b = new QToolButton(this);

@@ -186,15 +186,17 @@ ConvertToMonoBox::ConvertToMonoBox(const HDIB& source, QWidget* parent) : Conver
   row->addWidget(contrast_);
   row->addStretch(1);
 
-  Build(tr("Convert to monochrome"),
-        tr("Conversion to a monochrome will reduce your image to black and white. This is distinct from "
-           "continuous-tone grey scale. You can choose a conversion strategy which best matches your image and "
-           "intended target application. See Help for more about what these options do."),
-        options, 3, 104, &ToMonoType,
-        [this](int w, int h, int* ox, int* oy) -> HDIB {
-          return image() ? MonoPreviewImage(*image(), previewOption(), w, h, ox, oy, DitherOptionsFromSettings()) : nullptr;
-        },
-        numbers);
+  Build(
+      tr("Convert to monochrome"),
+      tr("Conversion to a monochrome will reduce your image to black and white. This is distinct from "
+         "continuous-tone grey scale. You can choose a conversion strategy which best matches your image and "
+         "intended target application. See Help for more about what these options do."),
+      options, 3, 104, &ToMonoType,
+      [this](int w, int h, int* ox, int* oy) -> HDIB {
+        return image() ? MonoPreviewImage(*image(), previewOption(), w, h, ox, oy, DitherOptionsFromSettings())
+                       : nullptr;
+      },
+      numbers);
 
   // Connected after the start values are in, so that opening the dialog
   // writes nothing; every change after that is stored at once.
@@ -251,7 +253,11 @@ HDIB ConvertToMono(QWidget* parent, const HDIB& image) {
   bool cancelled = false;
   const int type = ToMonoType;
   HDIB result = RunLongImageWork(
-      parent, "Converting", image, [type, dither = DitherOptionsFromSettings()](const HDIB& copy) { return ConvertToMonoStrategy(copy, type, dither); }, &cancelled);
+      parent, "Converting", image,
+      [type, dither = DitherOptionsFromSettings()](const HDIB& copy) {
+        return ConvertToMonoStrategy(copy, type, dither);
+      },
+      &cancelled);
   if (cancelled) return nullptr;
   if (!result) DoMessage(parent, QString::fromUtf8(FetchString(IDS_MEMORY_ERROR)));
   return result;
@@ -265,7 +271,8 @@ HDIB ConvertToPalette(QWidget* parent, const HDIB& image) {
   bool cancelled = false;
   const int type = ToPaletteType;
   HDIB result = RunLongImageWork(
-      parent, "Converting", image, [type](const HDIB& copy) { return ConvertToPaletteStrategy(copy, type); }, &cancelled);
+      parent, "Converting", image, [type](const HDIB& copy) { return ConvertToPaletteStrategy(copy, type); },
+      &cancelled);
   if (cancelled) return nullptr;
   if (!result) DoMessage(parent, QString::fromUtf8(FetchString(IDS_MEMORY_ERROR)));
   return result;

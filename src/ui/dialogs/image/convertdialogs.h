@@ -82,8 +82,8 @@ class ConvertBox : public QDialog {
   };
   // Builds the controls; the checked option comes from `*setting` (101 when no
   // button has that id) and every choice is stored there at once.
-  void Build(const QString& title, const QString& text, const Option* options, int count, int previewId,
-             int* setting, ConvertPreview::Maker maker, QWidget* below = nullptr);
+  void Build(const QString& title, const QString& text, const Option* options, int count, int previewId, int* setting,
+             ConvertPreview::Maker maker, QWidget* below = nullptr);
   // Whether the button with this id is checked, for the preview's order rule.
   bool IsChecked(int id) const;
 

@@ -53,8 +53,7 @@ COLORREF ValueForType(int type, COLORREF colour) {
 void SetNewFileAnswerer(NewFileAnswerer answerer) { g_answerer = std::move(answerer); }
 
 NewFileBox::NewFileBox(const NEWFILEPARAM& initial, QWidget* parent)
-    : QDialog(parent),
-      colour_(initial.colour & 0xFFFFFF) {
+    : QDialog(parent), colour_(initial.colour & 0xFFFFFF) {
   setObjectName("NewFileBox");
   setWindowTitle(tr("New"));
   auto* form = new QFormLayout(this);
