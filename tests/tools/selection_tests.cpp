@@ -175,8 +175,7 @@ TEST_F(RectSelect, GesturesLayDownWhatTheyMoved) {
 
 TEST_F(RectSelect, OpacityBlendsOnlyWhatWasDraggedAndNotOnAPalettedImage) {
   doc->record.Opacity = 128;
-  Select();
-  doc->Drag({12, 10}, {15, 10}), Drop();
+  Select(), doc->Drag({12, 10}, {15, 10}), Drop();
   // At (15, 10) the fragment's pixel from (12, 10) lies over the paper of the hole,
   // at (21, 10) the one from (18, 10) over the image, which kept its pixel.
   EXPECT_EQ(doc->Pixel(15, 10), CoverageBlend(kPaper, Pixel(original, 12, 10), 128));
@@ -194,11 +193,9 @@ TEST_F(RectSelect, PasteModeExactLetsThePaperThrough) {
   doc->record.FragmentPasteMode = 1;
   Select();
   ASSERT_TRUE(Param(*doc)->SelectMask);
-  doc->Drag({12, 10}, {32, 10});  // over the blue half
-  Drop();
-  EXPECT_EQ(doc->Pixel(32, 10), RGB(200, 0, 0));
-  EXPECT_EQ(doc->Pixel(31, 9), RGB(0, 0, 90));  // paper of the fragment left the blue alone
-  EXPECT_EQ(doc->Pixel(12, 10), kPaper);
+  doc->Drag({12, 10}, {32, 10}), Drop();  // over the blue half, whose pixels the fragment's paper leaves
+  EXPECT_EQ((std::vector<std::uint32_t>{doc->Pixel(32, 10), doc->Pixel(31, 9), doc->Pixel(12, 10)}),
+            (std::vector<std::uint32_t>{RGB(200, 0, 0), RGB(0, 0, 90), kPaper}));
 }
 
 TEST_F(RectSelect, AFilteredFragmentOfAnotherSizeFloatsAndLandsWhole) {
@@ -207,8 +204,7 @@ TEST_F(RectSelect, AFilteredFragmentOfAnotherSizeFloatsAndLandsWhole) {
   doc->tools.Send(UM_FRAGMENTCHANGED);
   EXPECT_EQ(doc->tools.session()->window, (RECT{10, 8, 35, 12}));
   Drop();
-  EXPECT_EQ(doc->Pixel(34, 11), RGB(1, 2, 3));
-  EXPECT_EQ(doc->Pixel(12, 13), kPaper);
+  EXPECT_EQ((std::vector<std::uint32_t>{doc->Pixel(34, 11), doc->Pixel(12, 13)}), (std::vector<std::uint32_t>{RGB(1, 2, 3), kPaper}));
 }
 
 TEST_F(RectSelect, PopupOffersTilesOnlyForSmallTrueColourFragments) {
