@@ -2,19 +2,11 @@
 // that commits, and the figure's exact place in the image.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <functional>
-#include <memory>
-#include <set>
-#include <string>
-#include <vector>
 
 #include "fake_tool_host.h"
-#include "frame/blockset.h"
-#include "frame/view.h"
 #include "tools/polygontool.h"
-#include "tools/toolsession.h"
 
 namespace ochrel {
 namespace {
@@ -26,16 +18,9 @@ class PolygonTest : public test::ToolTest {
   void SetUp() override { Make(0); }
   void Make(int type) {
     Open(40, 30, type, kWhite);
-    BLOCKSET& record = d->record;
-    record.Opacity = 255;
-    record.Antialias = 0;
-    record.LineThickness = 0;
-    record.SolidFillMode = 0;
-    record.FillType = 0;
-    record.ShadowActive = 0;
-    record.GridActive = 0;
-    record.PaintColour = RGB(0, 0, 0);
-    record.FillColour = RGB(255, 0, 0);
+    BLOCKSET& r = d->record;
+    r.Opacity = 255, r.Antialias = r.LineThickness = r.SolidFillMode = r.FillType = r.ShadowActive = r.GridActive = 0;
+    r.PaintColour = RGB(0, 0, 0), r.FillColour = RGB(255, 0, 0);
     ASSERT_TRUE(Change(TOOL_POLYGON));
   }
   PolygonTool* tool() { return dynamic_cast<PolygonTool*>(d->tools.session()); }
@@ -50,6 +35,12 @@ class PolygonTest : public test::ToolTest {
     d->tools.MouseEvent(WM_LBUTTONUP, x, y, 0);
     d->Drain();
   }
+  // Presses at all the vertices but the last, where the figure is finished.
+  void Figure(const std::vector<POINT>& v) {
+    for (std::size_t i = 0; i + 1 < v.size(); ++i) Click(v[i].x, v[i].y);
+    Finish(v.back().x, v.back().y);
+  }
+  void Hover(int x, int y, unsigned keys = 0) { d->tools.MouseEvent(WM_MOUSEMOVE, x, y, keys); }
   RECT Painted(std::uint32_t colour, int* count) {
     RECT r{1000, 1000, -1, -1};
     *count = 0;
@@ -61,7 +52,6 @@ class PolygonTest : public test::ToolTest {
         }
     return r;
   }
-
 };
 
 TEST_F(PolygonTest, StandsOverTheImageAndCommitsAtTheDoubleClick) {
@@ -81,10 +71,8 @@ TEST_F(PolygonTest, StandsOverTheImageAndCommitsAtTheDoubleClick) {
   int n = 0;
   const RECT r = Painted(RGB(255, 0, 0), &n);
   EXPECT_EQ(n, 100);
-  EXPECT_EQ(r.right - r.left, 10);
-  EXPECT_EQ(r.bottom - r.top, 10);
-  EXPECT_TRUE(r.left == 10 || r.left == 11) << r.left;
-  EXPECT_TRUE(r.top == 10 || r.top == 11) << r.top;
+  EXPECT_TRUE((r.left == 10 || r.left == 11) && (r.top == 10 || r.top == 11)) << test::FakeToolHost::Text(r);
+  EXPECT_TRUE(r.right - r.left == 10 && r.bottom - r.top == 10) << test::FakeToolHost::Text(r);
   EXPECT_TRUE(tool()->Points().empty());
   EXPECT_FALSE(d->host.captured);
   EXPECT_EQ(d->record.Modified, 1);
@@ -94,35 +82,28 @@ TEST_F(PolygonTest, StandsOverTheImageAndCommitsAtTheDoubleClick) {
 }
 
 TEST_F(PolygonTest, DoubleClickFirstGivesOneOrTwoVertices) {
-  d->record.LineThickness = 3;
-  d->record.SolidFillMode = 1;
+  d->record.LineThickness = 3, d->record.SolidFillMode = 1;
   // A double click on the spot: one vertex, drawn as a dot.
   Finish(15, 15);
   int n = 0;
   RECT r = Painted(RGB(0, 0, 0), &n);
-  EXPECT_GT(n, 0);
-  EXPECT_GE(r.left, 13);
-  EXPECT_LE(r.right, 18);
+  EXPECT_TRUE(n > 0 && r.left >= 13 && r.right <= 18) << n << " " << test::FakeToolHost::Text(r);
   EXPECT_EQ(Pixel(15, 15), RGB(0, 0, 0));
   // The mouse moved between the press and the double click: a second vertex.
   Make(0);
-  d->record.LineThickness = 1;
-  d->record.SolidFillMode = 1;
+  d->record.LineThickness = 1, d->record.SolidFillMode = 1;
   Click(5, 5);
   d->tools.MouseEvent(WM_LBUTTONDBLCLK, 30, 5, MK_LBUTTON);
   d->Drain();
   r = Painted(RGB(0, 0, 0), &n);
-  EXPECT_EQ(r.top, 5);
-  EXPECT_EQ(r.bottom, 6);
-  EXPECT_LE(r.left, 6);
-  EXPECT_GE(r.right, 30);
+  EXPECT_TRUE(r.top == 5 && r.bottom == 6 && r.left <= 6 && r.right >= 30) << test::FakeToolHost::Text(r);
   EXPECT_EQ(n, r.right - r.left);
 }
 
 TEST_F(PolygonTest, CtrlAndGridPlaceVertices) {
   Click(10, 10);
   // Ctrl during the band: the free end goes onto the horizontal.
-  d->tools.MouseEvent(WM_MOUSEMOVE, 30, 12, MK_CONTROL);
+  Hover(30, 12, MK_CONTROL);
   EXPECT_EQ(tool()->RubberEnd(), (POINT{30, 10}));
   // Ctrl at the press takes the constrained end, not the mouse point.
   d->tools.MouseEvent(WM_LBUTTONDOWN, 30, 12, MK_LBUTTON | MK_CONTROL);
@@ -133,12 +114,10 @@ TEST_F(PolygonTest, CtrlAndGridPlaceVertices) {
 
   // The grid snaps presses, not the band.
   Make(0);
-  d->record.GridActive = 1;
-  d->record.GridHorizontal = 10;
-  d->record.GridVertical = 10;
+  d->record.GridActive = 1, d->record.GridHorizontal = d->record.GridVertical = 10;
   Click(13, 17);
   EXPECT_EQ(tool()->Points().back(), (POINT{10, 20}));
-  d->tools.MouseEvent(WM_MOUSEMOVE, 26, 34, 0);
+  Hover(26, 34);
   EXPECT_EQ(tool()->RubberEnd(), (POINT{26, 34}));
   Click(26, 24);
   EXPECT_EQ(tool()->Points().back(), (POINT{30, 20}));
@@ -146,74 +125,56 @@ TEST_F(PolygonTest, CtrlAndGridPlaceVertices) {
 
 TEST_F(PolygonTest, BandAndEdgesOnTheScreen) {
   Click(10, 10);
-  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 12, 0);
+  Hover(20, 12);
   EXPECT_EQ(d->host.Shown(), (std::set<std::string>{"line 10,10 20,12"}));
-  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 10, 0);
+  Hover(20, 10);
   EXPECT_EQ(d->host.Shown(), (std::set<std::string>{"line 10,10 20,10"}));
   Click(20, 10);
   // The fixed edge stays; the band starts again at the new vertex.
-  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 20, 0);
-  EXPECT_EQ(d->host.Shown(), (std::set<std::string>{"line 10,10 20,10", "line 20,10 20,20"}));
+  Hover(20, 20);
+  const std::set<std::string> two{"line 10,10 20,10", "line 20,10 20,20"};
+  EXPECT_EQ(d->host.Shown(), two);
   EXPECT_EQ(d->host.status, "(20,20)");
-  // Back onto the last press: the band stays where it was.
-  d->tools.MouseEvent(WM_MOUSEMOVE, 20, 10, 0);
-  EXPECT_EQ(d->host.Shown(), (std::set<std::string>{"line 10,10 20,10", "line 20,10 20,20"}));
+  Hover(20, 10);  // back onto the last press: the band stays where it was
+  EXPECT_EQ(d->host.Shown(), two);
   d->host.invalidated.clear();
   Finish(20, 20);
   // The commit redraws the figure's area, which takes the edges away.
   ASSERT_FALSE(d->host.invalidated.empty());
   const RECT& r = d->host.invalidated.back();
-  EXPECT_LE(r.left, 10);
-  EXPECT_LE(r.top, 10);
-  EXPECT_GE(r.right, 21);
-  EXPECT_GE(r.bottom, 21);
+  EXPECT_TRUE(r.left <= 10 && r.top <= 10 && r.right >= 21 && r.bottom >= 21) << test::FakeToolHost::Text(r);
 }
 
 TEST_F(PolygonTest, ScrolledViewsAndZoomLandUnderTheDrawing) {
-  auto square = [this] {
-    Click(10, 10);
-    Click(20, 10);
-    Click(20, 20);
-    Finish(10, 20);
-  };
-  square();
+  const std::vector<POINT> square{{10, 10}, {20, 10}, {20, 20}, {10, 20}};
+  Figure(square);
   int n = 0;
   const RECT home = Painted(RGB(255, 0, 0), &n);
   Make(0);
-  d->host.scrollX = 7;
-  d->host.scrollY = 5;
-  square();
+  d->host.scrollX = 7, d->host.scrollY = 5;
+  Figure(square);
   EXPECT_EQ(Painted(RGB(255, 0, 0), &n), (RECT{home.left + 7, home.top + 5, home.right + 7, home.bottom + 5}));
   EXPECT_EQ(n, 100);
-  d->host.scrollX = d->host.scrollY = 0;
   // At 200 percent the view points are halved.
   Make(0);
   d->record.ViewMode = 6;
   d->tools.PrepareToolFunction(TOOL_POLYGON);
   d->tools.PrepareToolFunction(TOOL_POLYGON);
-  Click(20, 20);
-  Click(40, 20);
-  Click(40, 40);
-  Finish(20, 40);
+  Figure({{20, 20}, {40, 20}, {40, 40}, {20, 40}});
   EXPECT_EQ(Painted(RGB(255, 0, 0), &n), home);
 }
 
 TEST_F(PolygonTest, NothingToPaintAndToolChangeLeaveTheImage) {
-  d->record.LineThickness = 0;
-  d->record.SolidFillMode = 1;
+  d->record.SolidFillMode = 1;  // no line, no fill
   HDIB before = DuplicateObject(d->record.Image);
-  Click(5, 5);
-  Click(30, 5);
-  Finish(30, 25);
+  Figure({{5, 5}, {30, 5}, {30, 25}});
   EXPECT_EQ(std::memcmp(before->data(), d->record.Image->data(), before->size()), 0);
   EXPECT_EQ(d->record.UndoAvailable, 1);
   // A tool change in the middle of a figure forgets it and redraws its place.
   d->record.SolidFillMode = 0;
-  Click(5, 5);
-  Click(30, 5);
+  Click(5, 5), Click(30, 5);
   d->host.invalidated.clear();
-  ASSERT_TRUE(ChangeTool(&d->tools, TOOL_PEN));
-  d->Drain();
+  ASSERT_TRUE(Change(TOOL_PEN));
   EXPECT_EQ(std::memcmp(before->data(), d->record.Image->data(), before->size()), 0);
   EXPECT_FALSE(d->host.invalidated.empty());
   EXPECT_FALSE(d->host.captured);
@@ -243,13 +204,8 @@ TEST_F(PolygonTest, FiguresKeepTheirRecordedDigests) {
       {2, [](BLOCKSET& r) { r.Antialias = 1, r.FillColour = 6; }, {{3, 3}, {36, 9}, {12, 27}}, 0xeaca8de4e4dba3f8},
       {0,
        [](BLOCKSET& r) {
-         r.ShadowActive = 1;
-         r.Shadow.ShadowType = 2;
-         r.Shadow.ShadowColor = RGB(0, 0, 0);
-         r.Shadow.ShadowDirection = 7;
-         r.Shadow.ShadowOffset = 5;
-         r.Shadow.ShadowSoft = 5;
-         r.Shadow.ShadowOpacity = 255;
+         r.ShadowActive = 1, r.Shadow.ShadowType = 2, r.Shadow.ShadowColor = RGB(0, 0, 0), r.Shadow.ShadowDirection = 7;
+         r.Shadow.ShadowOffset = r.Shadow.ShadowSoft = 5, r.Shadow.ShadowOpacity = 255;
        },
        {{5, 5}, {20, 5}, {20, 15}, {5, 15}}, 0x25838816fb410fec},
   };
@@ -257,8 +213,7 @@ TEST_F(PolygonTest, FiguresKeepTheirRecordedDigests) {
     SCOPED_TRACE(s.type);
     Make(s.type);
     s.set(d->record);
-    for (std::size_t i = 0; i + 1 < s.vertices.size(); ++i) Click(s.vertices[i].x, s.vertices[i].y);
-    Finish(s.vertices.back().x, s.vertices.back().y);
+    Figure(s.vertices);
     EXPECT_EQ(test::Digest(d->record.Image), s.digest);
   }
 }

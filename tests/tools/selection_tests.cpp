@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <functional>
 #include <random>
 
 #include "fake_tool_host.h"
@@ -20,9 +21,10 @@ using test::FakeDocument;
 using test::Pixel;
 
 constexpr COLORREF kPaper = RGB(255, 255, 255);
+constexpr RECT kSel{10, 8, 20, 16};  // what Select() drags out
 
-// The image as it must be after a rectangle (x, y, w, h) was lifted and laid
-// down at (x + dx, y + dy), with the paper in the hole.
+// The image as it must be after a rectangle was lifted and laid down moved by
+// (dx, dy), with the paper in the hole.
 HDIB Moved(const HDIB& original, RECT from, int dx, int dy, std::uint32_t paper) {
   HDIB out = DuplicateObject(original);
   HDIB piece = CropImage(original, from);
@@ -34,27 +36,37 @@ HDIB Moved(const HDIB& original, RECT from, int dx, int dy, std::uint32_t paper)
 }
 
 HDIB Image(int bits, unsigned seed = 1) {
-  if (bits == 24) return test::RandomDib(40, 30, 24, seed);
   if (bits == 108) return test::RandomDib(40, 30, 8, seed, 10);  // grey
   return test::RandomDib(40, 30, bits, seed);
 }
 
-struct Session {
-  static const TOOLPARAM* Of(const FakeDocument& d) { return d.tools.session() ? &d.tools.session()->param : nullptr; }
-};
+const TOOLPARAM* Param(const FakeDocument& d) { return d.tools.session() ? &d.tools.session()->param : nullptr; }
+RECT Commit(const FakeDocument& d) { return static_cast<SelectorTool*>(d.tools.session())->CommitRect(); }
+void Click(FakeDocument& d, int x, int y) { d.Press(x, y), d.Release(x, y); }
+void Drop(FakeDocument& d) { d.Press(390, 290); }  // a press outside lays it down and starts nothing
+void Function(FakeDocument& d, int tool, int function) {
+  d.tools.BeginToolFunction(0, 0, tool, function);
+  d.Drain();
+}
+void Tolerance(FakeDocument& d, int t) { d.record.RedTolerance = d.record.GreenTolerance = d.record.BlueTolerance = t; }
+// The triangle (5, 5), (25, 5), (5, 25) drawn with the lasso.
+void Triangle(FakeDocument& d) {
+  d.Choose(TOOL_LASSO);
+  d.Press(5, 5), d.Move(25, 5), d.Move(5, 25), d.Release(5, 25);
+}
 
 class RectSelect : public ::testing::Test {
- protected:
-  void SetUp() override {
-    original = Image(24);
+ public:
+  void SetUp() override { Open(Image(24)); }
+  void Open(HDIB image) {
+    original = std::move(image);
     doc = std::make_unique<FakeDocument>(DuplicateObject(original));
     doc->record.PaperColour = kPaper;
-    CurrentTool() = TOOL_RECTSELECT;
-    doc->record.Tool = TOOL_RECTSELECT;
+    CurrentTool() = doc->record.Tool = TOOL_RECTSELECT;
   }
-  // Drags out (10, 8) - (20, 16) at 100 percent.
   void Select() { doc->Drag({10, 8}, {20, 16}); }
-  void Drop() { doc->Press(390, 290); }  // a press outside lays it down and starts nothing
+  void Drop() { ochrel::Drop(*doc); }
+  bool Is(const HDIB& expect) const { return test::SamePixels(doc->record.Image, expect); }
   HDIB original;
   std::unique_ptr<FakeDocument> doc;
 };
@@ -62,19 +74,18 @@ class RectSelect : public ::testing::Test {
 TEST_F(RectSelect, ClickWithoutDragChangesNothingAndKeepsTheLastUndo) {
   CreateUndo(&doc->record);  // the last real change, a stroke
   PutDibPixel(LockDib(doc->record.Image), 1, 1, RGB(1, 2, 3));
-  doc->Press(10, 10);
-  doc->Release(10, 10);
+  Click(*doc, 10, 10);
   EXPECT_EQ(doc->tools.session(), nullptr);
   EXPECT_EQ(doc->record.Modified, 0);
   ASSERT_TRUE(DoUndo(&doc->record));
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, original));
+  EXPECT_TRUE(Is(original));
 }
 
 TEST_F(RectSelect, LiftMoveDropAndUndo) {
   Select();
-  const TOOLPARAM* p = Session::Of(*doc);
+  const TOOLPARAM* p = Param(*doc);
   ASSERT_TRUE(p && p->Fragment);
-  EXPECT_TRUE(test::SamePixels(p->Fragment, CropImage(original, RECT{10, 8, 20, 16})));
+  EXPECT_TRUE(test::SamePixels(p->Fragment, CropImage(original, kSel)));
   EXPECT_EQ(doc->Pixel(12, 10), kPaper);  // lifted
   EXPECT_TRUE(doc->host.ScreenClean());   // the drag frame is gone
   EXPECT_EQ(doc->host.status, "(10,8) - (20,16) [ 10,8 ]");
@@ -84,51 +95,95 @@ TEST_F(RectSelect, LiftMoveDropAndUndo) {
   EXPECT_EQ(doc->tools.session()->window, (RECT{15, 11, 25, 19}));
   Drop();
   EXPECT_EQ(doc->tools.session(), nullptr);
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{10, 8, 20, 16}, 5, 3, kPaper)));
+  EXPECT_TRUE(Is(Moved(original, kSel, 5, 3, kPaper)));
   EXPECT_EQ(doc->record.Modified, 1);
   ASSERT_TRUE(DoUndo(&doc->record));
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, original));
+  EXPECT_TRUE(Is(original));
 }
 
-TEST_F(RectSelect, AltFloatsACopyAndTheSourceStays) {
-  doc->host.alt = true;
-  Select();
-  doc->host.alt = false;
+TEST_F(RectSelect, AltFloatsACopyAndClearLeavesPaper) {
+  doc->host.alt = true, Select(), doc->host.alt = false;
   EXPECT_EQ(doc->Pixel(12, 10), Pixel(original, 12, 10));
   doc->Drag({12, 10}, {22, 10});
   Drop();
   HDIB expect = DuplicateObject(original);
-  InsetBitmap(expect, CropImage(original, RECT{10, 8, 20, 16}), nullptr, RECT{20, 8, 30, 16}, 255);
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, expect));
+  InsetBitmap(expect, CropImage(original, kSel), nullptr, RECT{20, 8, 30, 16}, 255);
+  EXPECT_TRUE(Is(expect));
+  Select();
+  Function(*doc, TOOL_RECTSELECT, TF_CLEAR);
+  EXPECT_EQ(doc->tools.session(), nullptr);
+  InsetSolidRectangle(expect, kPaper, kSel);
+  EXPECT_TRUE(Is(expect));
 }
 
-TEST_F(RectSelect, OpacityBlendsOnlyWhatWasDragged) {
+// Gestures whose outcome, once laid down, is the original with a rectangle
+// moved by (dx, dy), or the original itself where no rectangle is given.
+TEST_F(RectSelect, GesturesLayDownWhatTheyMoved) {
+  struct Case {
+    const char* name;
+    std::function<void(RectSelect&, FakeDocument&)> act;
+    RECT from;
+    int dx, dy;
+  } cases[] = {
+      {"opacity, left in place: back at full strength", [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(); }, {}, 0, 0},
+      {"opacity, a nudge is no drag", [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(), d.Key(0x27); }, kSel, 1, 0},
+      {"half off the image", [](RectSelect&, FakeDocument& d) { d.Drag({30, 20}, {40, 30}), d.Drag({32, 22}, {37, 24}); }, {30, 20, 40, 30}, 5, 2},
+      {"scale changes keep the fragment on its pixels",
+       [](RectSelect&, FakeDocument& d) {
+         d.record.ViewMode = 6;  // 200 percent
+         d.Drag({22, 14}, {42, 30});
+         const RECT at200 = d.tools.session()->window;
+         for (int mode : {3, 6, 2, 8, 6}) {
+           const int old = d.record.ViewMode;
+           d.record.ViewMode = mode;
+           d.tools.Send(UM_VIEWCHANGED, old, mode);
+         }
+         EXPECT_EQ(d.tools.session()->window, at200);
+         EXPECT_EQ(Commit(d), (RECT{11, 7, 21, 15}));
+       },
+       {}, 0, 0},
+      {"nudge and scroll follow the image",
+       [](RectSelect&, FakeDocument& d) {
+         d.record.ViewMode = 7;  // 400 percent: a nudge is four view pixels, one image pixel
+         d.Drag({40, 32}, {80, 64});
+         d.Key(0x28);
+         EXPECT_EQ(d.tools.session()->window.top, 36);
+         d.host.scrollX = 3;
+         d.tools.Send(UM_SCROLLED);
+         EXPECT_EQ(d.tools.session()->window.left, 40 - 12);
+       },
+       kSel, 0, 1},
+      {"select all on a scrolled view takes the whole image",
+       [](RectSelect& t, FakeDocument& d) {
+         d.host.scrollX = 7, d.host.scrollY = 4;
+         Function(d, TOOL_RECTSELECT, TF_SELECTALL);
+         ASSERT_TRUE(Param(d) && Param(d)->Fragment);
+         EXPECT_TRUE(test::SamePixels(Param(d)->Fragment, t.original));
+         EXPECT_EQ(d.Pixel(0, 0), kPaper);
+         d.Key(0x25);
+       },
+       {0, 0, 40, 30}, -1, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Open(Image(24));
+    c.act(*this, *doc);
+    Drop();
+    EXPECT_TRUE(c.from.right ? Is(Moved(original, c.from, c.dx, c.dy, kPaper)) : Is(original));
+  }
+}
+
+TEST_F(RectSelect, OpacityBlendsOnlyWhatWasDraggedAndNotOnAPalettedImage) {
   doc->record.Opacity = 128;
-  Select();
-  Drop();  // left in place: back at full strength
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, original));
-  Select();
-  doc->Key(0x27);  // a nudge is no drag
-  Drop();
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{10, 8, 20, 16}, 1, 0, kPaper)));
-  doc->record.Image = DuplicateObject(original);
-  Select();
-  doc->Drag({12, 10}, {15, 10});
-  Drop();
+  Select(), doc->Drag({12, 10}, {15, 10}), Drop();
   // At (15, 10) the fragment's pixel from (12, 10) lies over the paper of the hole,
   // at (21, 10) the one from (18, 10) over the image, which kept its pixel.
   EXPECT_EQ(doc->Pixel(15, 10), CoverageBlend(kPaper, Pixel(original, 12, 10), 128));
   EXPECT_EQ(doc->Pixel(21, 10), CoverageBlend(Pixel(original, 21, 10), Pixel(original, 18, 10), 128));
-}
-
-TEST_F(RectSelect, OpacityHasNoEffectOnAPalettedImage) {
-  original = Image(8, 4);
-  doc = std::make_unique<FakeDocument>(DuplicateObject(original));
+  Open(Image(8, 4));
   doc->record.Opacity = 128;
-  Select();
-  doc->Drag({12, 10}, {15, 10});
-  Drop();
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{10, 8, 20, 16}, 3, 0, doc->record.PaperColour)));
+  Select(), doc->Drag({12, 10}, {15, 10}), Drop();
+  EXPECT_TRUE(Is(Moved(original, kSel, 3, 0, doc->record.PaperColour)));
 }
 
 TEST_F(RectSelect, PasteModeExactLetsThePaperThrough) {
@@ -137,71 +192,10 @@ TEST_F(RectSelect, PasteModeExactLetsThePaperThrough) {
   InsetSolidRectangle(doc->record.Image, RGB(0, 0, 90), RECT{20, 0, 40, 30});
   doc->record.FragmentPasteMode = 1;
   Select();
-  ASSERT_TRUE(Session::Of(*doc)->SelectMask);
-  doc->Drag({12, 10}, {32, 10});  // over the blue half
-  Drop();
-  EXPECT_EQ(doc->Pixel(32, 10), RGB(200, 0, 0));
-  EXPECT_EQ(doc->Pixel(31, 9), RGB(0, 0, 90));  // paper of the fragment left the blue alone
-  EXPECT_EQ(doc->Pixel(12, 10), kPaper);
-}
-
-TEST_F(RectSelect, FragmentDroppedHalfOffTheImageKeepsWhatLiesOnIt) {
-  doc->Drag({30, 20}, {40, 30});
-  doc->Drag({32, 22}, {37, 24});
-  Drop();
-  HDIB expect = Moved(original, RECT{30, 20, 40, 30}, 5, 2, kPaper);
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, expect));
-}
-
-TEST_F(RectSelect, ScaleChangesKeepTheFragmentOnItsPixels) {
-  doc->record.ViewMode = 6;  // 200 percent
-  doc->Drag({22, 14}, {42, 30});
-  const RECT at200 = doc->tools.session()->window;
-  for (int mode : {3, 6, 2, 8, 6}) {
-    const int old = doc->record.ViewMode;
-    doc->record.ViewMode = mode;
-    doc->tools.Send(UM_VIEWCHANGED, old, mode);
-  }
-  EXPECT_EQ(doc->tools.session()->window, at200);
-  EXPECT_EQ(static_cast<SelectorTool*>(doc->tools.session())->CommitRect(), (RECT{11, 7, 21, 15}));
-  Drop();
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, original));
-}
-
-TEST_F(RectSelect, NudgeAndScrollFollowTheImage) {
-  doc->record.ViewMode = 7;  // 400 percent: a nudge is four view pixels, one image pixel
-  doc->Drag({40, 32}, {80, 64});
-  doc->Key(0x28);
-  EXPECT_EQ(doc->tools.session()->window.top, 36);
-  doc->host.scrollX = 3;
-  doc->tools.Send(UM_SCROLLED);
-  EXPECT_EQ(doc->tools.session()->window.left, 40 - 12);
-  Drop();
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{10, 8, 20, 16}, 0, 1, kPaper)));
-}
-
-TEST_F(RectSelect, SelectAllOnAScrolledViewTakesTheWholeImage) {
-  doc->host.scrollX = 7;
-  doc->host.scrollY = 4;
-  doc->tools.BeginToolFunction(0, 0, TOOL_RECTSELECT, TF_SELECTALL);
-  doc->Drain();
-  const TOOLPARAM* p = Session::Of(*doc);
-  ASSERT_TRUE(p && p->Fragment);
-  EXPECT_TRUE(test::SamePixels(p->Fragment, original));
-  EXPECT_EQ(doc->Pixel(0, 0), kPaper);
-  doc->Key(0x25);
-  Drop();
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, Moved(original, RECT{0, 0, 40, 30}, -1, 0, kPaper)));
-}
-
-TEST_F(RectSelect, ClearDropsTheFragmentAndLeavesPaper) {
-  Select();
-  doc->tools.BeginToolFunction(0, 0, TOOL_RECTSELECT, TF_CLEAR);
-  doc->Drain();
-  EXPECT_EQ(doc->tools.session(), nullptr);
-  HDIB expect = DuplicateObject(original);
-  InsetSolidRectangle(expect, kPaper, RECT{10, 8, 20, 16});
-  EXPECT_TRUE(test::SamePixels(doc->record.Image, expect));
+  ASSERT_TRUE(Param(*doc)->SelectMask);
+  doc->Drag({12, 10}, {32, 10}), Drop();  // over the blue half, whose pixels the fragment's paper leaves
+  EXPECT_EQ((std::vector<std::uint32_t>{doc->Pixel(32, 10), doc->Pixel(31, 9), doc->Pixel(12, 10)}),
+            (std::vector<std::uint32_t>{RGB(200, 0, 0), RGB(0, 0, 90), kPaper}));
 }
 
 TEST_F(RectSelect, AFilteredFragmentOfAnotherSizeFloatsAndLandsWhole) {
@@ -210,8 +204,7 @@ TEST_F(RectSelect, AFilteredFragmentOfAnotherSizeFloatsAndLandsWhole) {
   doc->tools.Send(UM_FRAGMENTCHANGED);
   EXPECT_EQ(doc->tools.session()->window, (RECT{10, 8, 35, 12}));
   Drop();
-  EXPECT_EQ(doc->Pixel(34, 11), RGB(1, 2, 3));
-  EXPECT_EQ(doc->Pixel(12, 13), kPaper);
+  EXPECT_EQ((std::vector<std::uint32_t>{doc->Pixel(34, 11), doc->Pixel(12, 13)}), (std::vector<std::uint32_t>{RGB(1, 2, 3), kPaper}));
 }
 
 TEST_F(RectSelect, PopupOffersTilesOnlyForSmallTrueColourFragments) {
@@ -219,14 +212,12 @@ TEST_F(RectSelect, PopupOffersTilesOnlyForSmallTrueColourFragments) {
   doc->tools.MouseEvent(WM_RBUTTONDOWN, 12, 10, MK_RBUTTON);
   ASSERT_EQ(doc->host.popups.size(), 1u);
   EXPECT_TRUE(doc->host.popups[0].tiles);
-  Drop();
   // A fragment larger than 256 each way gets no tile entries.
-  auto big = std::make_unique<FakeDocument>(test::Uniform(300, 20, 24, kPaper));
-  big->tools.BeginToolFunction(0, 0, TOOL_RECTSELECT, TF_SELECTALL);
-  big->Drain();
-  big->tools.MouseEvent(WM_RBUTTONDOWN, 5, 5, MK_RBUTTON);
-  ASSERT_EQ(big->host.popups.size(), 1u);
-  EXPECT_FALSE(big->host.popups[0].tiles);
+  Open(test::Uniform(300, 20, 24, kPaper));
+  Function(*doc, TOOL_RECTSELECT, TF_SELECTALL);
+  doc->tools.MouseEvent(WM_RBUTTONDOWN, 5, 5, MK_RBUTTON);
+  ASSERT_EQ(doc->host.popups.size(), 1u);
+  EXPECT_FALSE(doc->host.popups[0].tiles);
 }
 
 // Every kind of image: lifted, moved and laid down with no pixel lost, and a
@@ -237,21 +228,18 @@ TEST(SelectKinds, EachImageTypeMovesWithoutLoss) {
     HDIB original = Image(bits, 7);
     FakeDocument doc(DuplicateObject(original));
     CurrentTool() = TOOL_RECTSELECT;
-    doc.Drag({5, 5}, {15, 12});
-    doc.Drag({6, 6}, {13, 10});
-    doc.Press(390, 290);
-    EXPECT_TRUE(test::SamePixels(doc.record.Image, Moved(original, RECT{5, 5, 15, 12}, 7, 4, doc.record.PaperColour)));
-    doc.Drag({3, 3}, {4, 4});  // one pixel
-    doc.Press(390, 290);
+    const HDIB expect = Moved(original, RECT{5, 5, 15, 12}, 7, 4, doc.record.PaperColour);
+    doc.Drag({5, 5}, {15, 12}), doc.Drag({6, 6}, {13, 10}), Drop(doc);
+    EXPECT_TRUE(test::SamePixels(doc.record.Image, expect));
+    doc.Drag({3, 3}, {4, 4}), Drop(doc);  // one pixel
     ASSERT_TRUE(DoUndo(&doc.record));
-    EXPECT_TRUE(test::SamePixels(doc.record.Image, Moved(original, RECT{5, 5, 15, 12}, 7, 4, doc.record.PaperColour)));
+    EXPECT_TRUE(test::SamePixels(doc.record.Image, expect));
   }
   FakeDocument doc(test::Uniform(10, 10, 24, kPaper));
   CurrentTool() = TOOL_RECTSELECT;
-  doc.tools.BeginToolFunction(0, 0, TOOL_RECTSELECT, TF_PASTED);
+  Function(doc, TOOL_RECTSELECT, TF_PASTED);
   static_cast<SelectorTool*>(doc.tools.session())->Float(test::Uniform(30, 30, 8, 0));
-  doc.Drain();
-  doc.Press(390, 290);
+  doc.Drain(), Drop(doc);
   EXPECT_EQ(doc.Pixel(9, 9), 0u);  // the grey black, converted to the image's depth
 }
 
@@ -284,12 +272,10 @@ bool InsideByWinding(const std::vector<POINT>& pts, int x, int y) {
   for (std::size_t i = 0; i < pts.size(); ++i) {
     const POINT a = pts[i], b = pts[(i + 1) % pts.size()];
     if (a.y == b.y) continue;
-    const bool up = a.y < b.y;
     if (cy2 < 2LL * std::min(a.y, b.y) || cy2 > 2LL * std::max(a.y, b.y)) continue;
     // The crossing lies at or left of the centre.
     const long long den = 2LL * (b.y - a.y), num = 2LL * a.x * (b.y - a.y) + (cy2 - 2LL * a.y) * (b.x - a.x);
-    const bool left = den > 0 ? 2 * num <= cx2 * den : 2 * num >= cx2 * den;
-    if (left) winding += up ? 1 : -1;
+    if (den > 0 ? 2 * num <= cx2 * den : 2 * num >= cx2 * den) winding += a.y < b.y ? 1 : -1;
   }
   return winding != 0;
 }
@@ -322,38 +308,32 @@ TEST(Lasso, TriangleLiftsOnlyItsShapeAndAPressOffTheShapeLaysItDown) {
   HDIB original = Image(24, 3);
   FakeDocument doc(DuplicateObject(original));
   doc.record.PaperColour = kPaper;
-  doc.Choose(TOOL_LASSO);
-  doc.Press(5, 5);
-  doc.Move(25, 5);
-  doc.Move(5, 25);
-  doc.Release(5, 25);
-  const TOOLPARAM* p = Session::Of(doc);
+  EXPECT_EQ(SelectionImage(&doc.record), nullptr);  // nothing to copy, nothing to cut
+  Triangle(doc);
+  const TOOLPARAM* p = Param(doc);
   ASSERT_TRUE(p && p->Fragment && p->SelectShape && p->SelectFrame);
   EXPECT_EQ(doc.tools.session()->window, (RECT{5, 5, 25, 25}));
   EXPECT_EQ(doc.Pixel(7, 7), kPaper);
   EXPECT_EQ(doc.Pixel(20, 20), Pixel(original, 20, 20));  // in the rectangle, not the shape
+  // Its copy has paper outside the shape.
+  HDIB copy = SelectionImage(&doc.record);
+  ASSERT_TRUE(LockDib(copy));
+  EXPECT_EQ(Pixel(copy, 2, 2), Pixel(original, 7, 7));
+  EXPECT_EQ(Pixel(copy, 18, 18), kPaper);
   // Inside the rectangle but off the shape: the selection goes down in place.
-  doc.Press(20, 20);
-  doc.Release(20, 20);
+  Click(doc, 20, 20);
   EXPECT_TRUE(test::SamePixels(doc.record.Image, original));
-  ASSERT_TRUE(Session::Of(doc));
-  EXPECT_FALSE(Session::Of(doc)->Fragment);
+  ASSERT_TRUE(Param(doc));
+  EXPECT_FALSE(Param(doc)->Fragment);
   EXPECT_EQ(doc.tools.session()->window, doc.tools.GetLimitRect());
   // A click without a move selects nothing, and the lasso is ready at once.
-  doc.Press(8, 8);
-  doc.Release(8, 8);
-  EXPECT_FALSE(Session::Of(doc)->Fragment);
+  Click(doc, 8, 8);
+  EXPECT_FALSE(Param(doc)->Fragment);
   EXPECT_EQ(doc.tools.session()->window, doc.tools.GetLimitRect());
-}
-
-TEST(Lasso, ChainOutsideTheImageIsHeldToItsEdge) {
-  FakeDocument doc(test::Uniform(40, 30, 24, RGB(9, 9, 9)));
-  doc.Choose(TOOL_LASSO);
-  doc.Press(10, 10);
-  doc.Move(300, 10);  // beyond the image's right edge
-  doc.Move(300, 20);
-  doc.Release(10, 20);
-  EXPECT_EQ(static_cast<SelectorTool*>(doc.tools.session())->CommitRect(), (RECT{10, 10, 40, 20}));
+  // A chain outside the image is held to its edge.
+  Drop(doc);
+  doc.Press(10, 10), doc.Move(300, 10), doc.Move(300, 20), doc.Release(10, 20);
+  EXPECT_EQ(Commit(doc), (RECT{10, 10, 40, 20}));
 }
 
 // ---- Wand -----------------------------------------------------------------------------------
@@ -361,23 +341,18 @@ TEST(Lasso, ChainOutsideTheImageIsHeldToItsEdge) {
 TEST(Wand, OneColourSelectsAllAndNoToleranceSelectsNothing) {
   FakeDocument doc(test::Uniform(40, 30, 24, RGB(50, 60, 70)));
   doc.Choose(TOOL_WAND);
-  doc.Press(3, 3);
-  doc.Release(3, 3);
-  const TOOLPARAM* p = Session::Of(doc);
-  ASSERT_TRUE(p && p->Fragment);
-  EXPECT_EQ(static_cast<SelectorTool*>(doc.tools.session())->CommitRect(), (RECT{0, 0, 40, 30}));
-  doc.Press(390, 290);
-  doc.record.RedTolerance = doc.record.GreenTolerance = doc.record.BlueTolerance = 0;
-  doc.Press(3, 3);
-  doc.Release(3, 3);
-  EXPECT_FALSE(Session::Of(doc)->Fragment);
+  Click(doc, 3, 3);
+  ASSERT_TRUE(Param(doc) && Param(doc)->Fragment);
+  EXPECT_EQ(Commit(doc), (RECT{0, 0, 40, 30}));
+  Drop(doc);
+  Tolerance(doc, 0);
+  Click(doc, 3, 3);
+  EXPECT_FALSE(Param(doc)->Fragment);
   EXPECT_EQ(doc.tools.session()->window, doc.tools.GetLimitRect());
   // Outside the image nothing is selected either.
-  doc.record.RedTolerance = doc.record.GreenTolerance = doc.record.BlueTolerance = 16;
-  doc.tools.session()->OnLButtonDown(100, 100, MK_LBUTTON);
-  doc.tools.session()->OnLButtonUp(100, 100, 0);
-  doc.Drain();
-  EXPECT_FALSE(Session::Of(doc)->Fragment);
+  Tolerance(doc, 16);
+  doc.tools.session()->OnLButtonDown(100, 100, MK_LBUTTON), doc.tools.session()->OnLButtonUp(100, 100, 0), doc.Drain();
+  EXPECT_FALSE(Param(doc)->Fragment);
 }
 
 TEST(Wand, RegionIsTheLikePixelsConnectedToTheSeed) {
@@ -389,25 +364,23 @@ TEST(Wand, RegionIsTheLikePixelsConnectedToTheSeed) {
   FakeDocument doc(std::move(image));
   doc.host.scrollX = 4;  // the seed is the pixel under the mouse: (6 + 4, 7)
   doc.Choose(TOOL_WAND);
-  doc.Press(6, 7);
-  doc.Release(6, 7);
-  const TOOLPARAM* p = Session::Of(doc);
+  Click(doc, 6, 7);
+  const TOOLPARAM* p = Param(doc);
   ASSERT_TRUE(p && p->SelectShape);
-  const RECT r = static_cast<SelectorTool*>(doc.tools.session())->CommitRect();
-  std::vector<int> seen(40 * 30, 0);
-  std::deque<POINT> todo{{10, 7}};
+  const RECT r = Commit(doc);
   // The picture before the lift: the fragment laid back into its hole.
   HDIB before = DuplicateObject(doc.record.Image);
   InsetBitmap(before, p->Fragment, p->SelectMask, r, 255);
   const std::uint32_t seed = GetDibPixel(LockDib(before), 10, 7);
+  std::vector<int> seen(40 * 30, 0);
+  std::deque<POINT> todo{{10, 7}};
   seen[7 * 40 + 10] = 1;
   while (!todo.empty()) {
-    POINT q = todo.front();
+    const POINT q = todo.front();
     todo.pop_front();
     for (POINT d : {POINT{1, 0}, POINT{-1, 0}, POINT{0, 1}, POINT{0, -1}}) {
       const int x = q.x + d.x, y = q.y + d.y;
-      if (x < 0 || y < 0 || x >= 40 || y >= 30 || seen[y * 40 + x]) continue;
-      if (GetDibPixel(LockDib(before), x, y) != seed) continue;
+      if (x < 0 || y < 0 || x >= 40 || y >= 30 || seen[y * 40 + x] || GetDibPixel(LockDib(before), x, y) != seed) continue;
       seen[y * 40 + x] = 1;
       todo.push_back({x, y});
     }
@@ -438,47 +411,21 @@ TEST(Wand, FrameIsTheShapesEdgeWithADash) {
   EXPECT_EQ(digest, 0x53f874c165c7be2fu);
 }
 
-}  // namespace
-}  // namespace ochrel
-
 // ---- The clipboard's record-level steps ---------------------------------------------------
 
-namespace ochrel {
-namespace {
-
-TEST(PasteSteps, CopyOfALassoSelectionHasPaperOutsideItsShape) {
-  HDIB original = Image(24, 9);
-  FakeDocument doc(DuplicateObject(original));
-  doc.record.PaperColour = kPaper;
-  EXPECT_EQ(SelectionImage(&doc.record), nullptr);  // nothing to copy, nothing to cut
-  doc.Choose(TOOL_LASSO);
-  doc.Press(5, 5);
-  doc.Move(25, 5);
-  doc.Release(5, 25);
-  HDIB copy = SelectionImage(&doc.record);
-  ASSERT_TRUE(LockDib(copy));
-  EXPECT_EQ(Pixel(copy, 2, 2), Pixel(original, 7, 7));  // inside the triangle
-  EXPECT_EQ(Pixel(copy, 18, 18), kPaper);              // in its rectangle, outside the shape
-}
-
-TEST(PasteSteps, PasteCommitsWhatFloatsAndFloatsAtTheViewsTopLeft) {
-  HDIB original = Image(24, 9);
-  FakeDocument doc(DuplicateObject(original));
-  doc.record.PaperColour = kPaper;
-  CurrentTool() = TOOL_RECTSELECT;
-  doc.Drag({10, 8}, {20, 16});
-  doc.host.scrollX = 6;
-  doc.host.scrollY = 2;
-  ASSERT_TRUE(DoPaste(&doc.tools, test::Uniform(4, 3, 24, RGB(7, 8, 9))));
-  doc.Drain();
-  EXPECT_TRUE(test::SamePixels(doc.record.Image, original));  // the first selection went back
-  const auto* s = static_cast<SelectorTool*>(doc.tools.session());
+TEST_F(RectSelect, PasteCommitsWhatFloatsAndFloatsAtTheViewsTopLeft) {
+  Select();
+  doc->host.scrollX = 6, doc->host.scrollY = 2;
+  ASSERT_TRUE(DoPaste(&doc->tools, test::Uniform(4, 3, 24, RGB(7, 8, 9))));
+  doc->Drain();
+  EXPECT_TRUE(Is(original));  // the first selection went back
+  const auto* s = static_cast<SelectorTool*>(doc->tools.session());
   ASSERT_TRUE(s && s->param.Fragment);
   EXPECT_EQ(s->window, (RECT{0, 0, 4, 3}));
   EXPECT_EQ(s->CommitRect(), (RECT{6, 2, 10, 5}));
-  doc.Press(390, 290);
-  EXPECT_EQ(doc.Pixel(9, 4), RGB(7, 8, 9));
-  EXPECT_EQ(doc.Pixel(10, 4), Pixel(original, 10, 4));
+  Drop();
+  EXPECT_EQ(doc->Pixel(9, 4), RGB(7, 8, 9));
+  EXPECT_EQ(doc->Pixel(10, 4), Pixel(original, 10, 4));
 }
 
 TEST(PasteSteps, PastedTextOpensTheTextTool) {
