@@ -112,7 +112,7 @@ TEST_F(ToolsTest, SnapPointRules) {
   d->record.ViewMode = 5;  // 100 percent
   EXPECT_EQ(d->tools.SnapPoint(POINT{3, 5}), (POINT{0, 8}));
   EXPECT_EQ(d->tools.SnapPoint(POINT{4, 12}), (POINT{8, 16}));  // a tie goes to the higher line
-  d->record.ViewMode = 6;                                      // 200 percent: g = 16
+  d->record.ViewMode = 6;                                       // 200 percent: g = 16
   EXPECT_EQ(d->tools.SnapPoint(POINT{7, 9}), (POINT{0, 16}));
   d->host.scrollX = 3;  // zoomed offset 6: 7 + 6 = 13 snaps to 16, back to 10
   EXPECT_EQ(d->tools.SnapPoint(POINT{7, 0}), (POINT{10, 0}));
