@@ -19,6 +19,13 @@ namespace ochrel {
 namespace {
 
 std::uint32_t Px(const HDIB& d, int x, int y) { return GetDibPixel(LockDib(d), x, y); }
+int Count(const HDIB& d, std::uint32_t value) {
+  int n = 0;
+  const BITMAPINFOHEADER* h = LockDib(d);
+  for (int y = 0; y < h->biHeight; ++y)
+    for (int x = 0; x < h->biWidth; ++x) n += GetDibPixel(h, x, y) == value;
+  return n;
+}
 
 std::vector<std::pair<int, int>> Entries(const HGLOBAL& list) {
   std::vector<std::pair<int, int>> out;
@@ -69,20 +76,11 @@ TEST(SprayList, ExactDotsForASeedAndTheFlowLimits) {
 
   // Flow 100: one spot fills the disc, the next is empty.
   HGLOBAL full = DuplicateObject(t);
-  HDIB a = RenderSpraycan(full, 9, 0, 100);
-  HDIB b = RenderSpraycan(full, 9, 0, 100);
-  int inA = 0, inB = 0;
-  for (int y = 0; y < 12; ++y)
-    for (int x = 0; x < 12; ++x) {
-      inA += Px(a, x, y) == 9;
-      inB += Px(b, x, y) == 9;
-    }
-  EXPECT_EQ(inA, static_cast<int>(order.size()));
-  EXPECT_EQ(inB, 0);
+  EXPECT_EQ(Count(RenderSpraycan(full, 9, 0, 100), 9), static_cast<int>(order.size()));
+  EXPECT_EQ(Count(RenderSpraycan(full, 9, 0, 100), 9), 0);
   // total * flow / 100 of 0: an empty spot, the list untouched.
   HGLOBAL one = CreateSpraycan(1);
-  HDIB e = RenderSpraycan(one, 255, 0, 50);
-  EXPECT_EQ(Px(e, 0, 0), 0u);
+  EXPECT_EQ(Px(RenderSpraycan(one, 255, 0, 50), 0, 0), 0u);
   EXPECT_EQ(LockSprayList(one)->remaining, 1);
   EXPECT_FALSE(RenderSpraycan(HGLOBAL{}, 255, 0, 50));
   // A list whose counts don't fit its block is refused.
@@ -106,19 +104,11 @@ class SprayToolTest : public test::ToolTest {
     ASSERT_TRUE(Change(TOOL_SPRAYCAN));
   }
   SpraycanTool* Tool() { return dynamic_cast<SpraycanTool*>(d->tools.session()); }
-  int Count(std::uint32_t value) {
-    int n = 0;
-    const BITMAPINFOHEADER* h = LockDib(d->record.Image);
-    for (int y = 0; y < h->biHeight; ++y)
-      for (int x = 0; x < h->biWidth; ++x) n += GetDibPixel(h, x, y) == value;
-    return n;
-  }
+  int Count(std::uint32_t value) { return ochrel::Count(d->record.Image, value); }
+  void Tick() { d->tools.TimerEvent(d->tools.session(), kSprayTimer); }
 };
 
-HDIB White(int w, int h) {
-  NEWFILEPARAM p{w, h, 0, RGB(255, 255, 255)};
-  return CreateNewImage(p);
-}
+HDIB White(int w, int h) { return CreateNewImage(NEWFILEPARAM{w, h, 0, RGB(255, 255, 255)}); }
 
 TEST_F(SprayToolTest, HeldStillTheDiscFillsEvenlyByTheTimer) {
   Start(White(100, 80), 10, 5, 255, RGB(0, 0, 0));
@@ -140,14 +130,11 @@ TEST_F(SprayToolTest, HeldStillTheDiscFillsEvenlyByTheTimer) {
   EXPECT_EQ(Count(0), n);
   // Each tick lays another spot from the same shrinking list.
   int ticks = 0;
-  while (Count(0) < total && ticks < 100) {
-    d->tools.TimerEvent(d->tools.session(), kSprayTimer);
-    ++ticks;
-  }
+  for (; Count(0) < total && ticks < 100; ++ticks) Tick();
   EXPECT_EQ(Count(0), total);
   EXPECT_EQ(ticks, (total + n - 1) / n - 1);
   // Full: later ticks paint nothing, nothing outside the disc was touched.
-  d->tools.TimerEvent(d->tools.session(), kSprayTimer);
+  Tick();
   EXPECT_EQ(Count(0), total);
   EXPECT_EQ(Count(RGB(255, 255, 255)), 100 * 80 - total);
   d->tools.MouseEvent(WM_LBUTTONUP, 40, 30, 0);
@@ -165,7 +152,7 @@ TEST_F(SprayToolTest, HalfOpacityStaysHalfAndMovesRenewTheList) {
   // 255 * 127 / 255 = 127 wherever the spot reached; coverage keeps the maximum.
   EXPECT_EQ(Count(RGB(127, 127, 127)), total);
   EXPECT_EQ(LockSprayList(Tool()->SprayList())->remaining, 0);
-  d->tools.TimerEvent(d->tools.session(), kSprayTimer);
+  Tick();
   EXPECT_EQ(Count(RGB(127, 127, 127)), total);
   // A move: a spot at each pixel of the line, each from the whole disc.
   d->tools.MouseEvent(WM_MOUSEMOVE, 53, 40, MK_LBUTTON);
