@@ -22,8 +22,8 @@ TEST(CliBatch, OutDirKeepsNamesDoesTheGoodAndNamesEachBadFile) {
   ASSERT_EQ(WriteImage((dir / "b.pcx").c_str(), b), 1);
   test::Spit(dir / "broken.png", "not a picture at all");
   const std::string out = dir / "out";
-  CliRun r = Cli(dir, "resize " + Q(dir / "a.bmp") + " " + Q(dir / "broken.png") + " " + Q(dir / "b.pcx") + " 200 --out-dir " +
-                          Q(out) + " --format png --jobs 2");
+  CliRun r = Cli(dir, "resize " + Q(dir / "a.bmp") + " " + Q(dir / "broken.png") + " " + Q(dir / "b.pcx") +
+                          " 200 --out-dir " + Q(out) + " --format png --jobs 2");
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.err.find((dir / "broken.png") + ": Error reading file"), std::string::npos) << r.err;
   EXPECT_NE(r.err.find("1 of 3 files failed: " + (dir / "broken.png")), std::string::npos) << r.err;
@@ -41,7 +41,8 @@ TEST(CliBatch, OutDirKeepsNamesDoesTheGoodAndNamesEachBadFile) {
   EXPECT_TRUE(fs::exists(dir / "same/a.bmp"));
   EXPECT_TRUE(fs::exists(dir / "same/b.pcx"));
   ASSERT_EQ(WriteImage((dir / "a.tga").c_str(), a), 1);
-  r = Cli(dir, "convert " + Q(dir / "a.bmp") + " " + Q(dir / "a.tga") + " --out-dir " + Q(dir / "clash") + " --format png");
+  r = Cli(dir,
+          "convert " + Q(dir / "a.bmp") + " " + Q(dir / "a.tga") + " --out-dir " + Q(dir / "clash") + " --format png");
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.err.find("another input also goes to"), std::string::npos) << r.err;
   EXPECT_FALSE(fs::exists(dir / "clash/a.png"));
@@ -51,7 +52,8 @@ TEST(CliBatch, DashReadsStandardInputAndWritesStandardOutput) {
   Scratch dir;
   HDIB a = test::RandomDib(11, 6, 24, 5);
   ASSERT_EQ(WriteImage((dir / "a.png").c_str(), a), 1);
-  ASSERT_EQ(Cli(dir, "filter " + Q(dir / "a.png") + " " + Q(dir / "want.bmp") + " --filter \"Invert Colours\"").status, 0);
+  ASSERT_EQ(Cli(dir, "filter " + Q(dir / "a.png") + " " + Q(dir / "want.bmp") + " --filter \"Invert Colours\"").status,
+            0);
   // Input and output formats both come from --format: give it a BMP.
   ASSERT_EQ(WriteImage((dir / "a.png.bmp").c_str(), a), 1);
   CliRun r = Cli(dir, "filter - - --filter \"Invert Colours\" --format bmp < " + Q(dir / "a.png.bmp"));

@@ -45,7 +45,7 @@ TEST(CliErrors, EachCommandRefusesWithOneClearLineAndWritesNothing) {
   struct {
     std::string args;
     int status;
-    std::string text;  // in the message; status 2 is a usage error, checked by status alone
+    std::string text;                       // in the message; status 2 is a usage error, checked by status alone
     std::vector<std::string> tails = {""};  // one command line each, after args
   } cases[] = {
       {"convert @in.png @out.jpg --quality", 1, "", {" 0", " abc"}},
@@ -53,8 +53,11 @@ TEST(CliErrors, EachCommandRefusesWithOneClearLineAndWritesNothing) {
       {"convert @none.bmp @out.png", 1, "ochrel-cli: @none.bmp: Error reading file\n"},
       {"convert @in.png @out.gif", 1, ""},
       {"convert @in.png @no/such/out.bmp", 1, "ochrel-cli: @no/such/out.bmp: Error writing file\n"},
-      {"convert @in.bmp @out.bmp --", 1, "", {"to paletted:100", "to paletted:110", "to mono:104", "to sepia", "brightness 5",
-                                             "to mono:101 --brightness 0", "to mono:101 --contrast 129"}},
+      {"convert @in.bmp @out.bmp --",
+       1,
+       "",
+       {"to paletted:100", "to paletted:110", "to mono:104", "to sepia", "brightness 5", "to mono:101 --brightness 0",
+        "to mono:101 --contrast 129"}},
       {"convert @in.bmp @out.bmp --to", 1, "--to needs a value"},
       {"convert @mono.bmp @out.bmp --to paletted:105", 1, "can't be dithered"},
       {"convert @in.bmp --out-dir @out --format gif", 1, ""},
@@ -77,12 +80,20 @@ TEST(CliErrors, EachCommandRefusesWithOneClearLineAndWritesNothing) {
       {"filter @in.bmp @out.xyz --filter Swirl", 1, "@out.xyz"},
       {"filter @in.bmp @out.bmp --filter Resize --set ResizeHorizontal=5", 1, "Memory error"},
       {"filters extra", 2, ""},
-      {"texture @out.png --size ", 1, "", {"8x8 --set TextureType=6", "8x8 --set Bogus=1", "8x8 --set MatrixSize=x",
-                                          "8x8 --set Power1", "0x5"}},
-      {"gradient @out.png --size ", 1, "", {"8x8 --set Angle=361", "8x8 --set CenterY=-51", "8x8 --set Colour=1",
-                                           "8x8 --set GradientType=4", "4x4 --out-dir @out"}},
-      {"shadow @", 1, "", {"mask.png @out.png --set ShadowSoft=4", "mask.png @out.png --set ShadowDirection=8",
-                           "mask.png @out.png --paint -1", "mask.png @out.png --set Nope=2", "missing.png @out.png"}},
+      {"texture @out.png --size ",
+       1,
+       "",
+       {"8x8 --set TextureType=6", "8x8 --set Bogus=1", "8x8 --set MatrixSize=x", "8x8 --set Power1", "0x5"}},
+      {"gradient @out.png --size ",
+       1,
+       "",
+       {"8x8 --set Angle=361", "8x8 --set CenterY=-51", "8x8 --set Colour=1", "8x8 --set GradientType=4",
+        "4x4 --out-dir @out"}},
+      {"shadow @",
+       1,
+       "",
+       {"mask.png @out.png --set ShadowSoft=4", "mask.png @out.png --set ShadowDirection=8",
+        "mask.png @out.png --paint -1", "mask.png @out.png --set Nope=2", "missing.png @out.png"}},
       {"config get NoSuchSetting", 1, "ochrel-cli: unknown setting: NoSuchSetting\n"},
       {"config get ToolBox", 1, ""},  // the command wants whole names
       {"config", 2, "", {"", " get", " read x", " write a b"}},

@@ -29,12 +29,9 @@ TEST(CliInfo, OneLinePerFileWithFormatSizeDepthAndKind) {
     int bits, palette;
     const char* expect;
   } cases[] = {
-      {"true.png", 24, 8, "png 31x7 24-bit true colour"},
-      {"grey.bmp", 8, 10, "bmp 31x7 8-bit grey"},
-      {"pal.pcx", 8, 8, "pcx 31x7 8-bit paletted"},
-      {"mono.bmp", 1, 0, "bmp 31x7 1-bit mono"},
-      {"sixteen.png", 4, 8, "png 31x7 4-bit paletted"},
-      {"colour.tga", 24, 8, "tga 31x7 24-bit true colour"},
+      {"true.png", 24, 8, "png 31x7 24-bit true colour"},  {"grey.bmp", 8, 10, "bmp 31x7 8-bit grey"},
+      {"pal.pcx", 8, 8, "pcx 31x7 8-bit paletted"},        {"mono.bmp", 1, 0, "bmp 31x7 1-bit mono"},
+      {"sixteen.png", 4, 8, "png 31x7 4-bit paletted"},    {"colour.tga", 24, 8, "tga 31x7 24-bit true colour"},
       {"photo.jpg", 24, 8, "jpg 31x7 24-bit true colour"},
   };
   std::string all;
@@ -58,7 +55,7 @@ TEST(CliInfo, BadFilesReportEachAndFail) {
   std::ofstream(dir / "liar.png") << "not a picture at all";
   std::ofstream(dir / "empty.tga").close();
   CliRun r = Cli(dir, "info " + Q(dir / "liar.png") + " " + Q(dir / "good.bmp") + " " + Q(dir / "empty.tga") + " " +
-                       Q(dir / "notes.txt"));
+                          Q(dir / "notes.txt"));
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.out, (dir / "good.bmp") + ": bmp 4x4 24-bit true colour\n");
   EXPECT_NE(r.err.find("ochrel-cli: " + (dir / "liar.png") + ": Error reading file\n"), std::string::npos);
@@ -94,7 +91,6 @@ TEST(CliConvert, QualityAndJpegNames) {
   ASSERT_EQ(Cli(dir, "convert " + Q(dir / "in.png") + " " + Q(dir / "photo.JPEG")).status, 0);
   ASSERT_EQ(Cli(dir, "convert " + Q(dir / "photo.JPEG") + " " + Q(dir / "again.jfif")).status, 0);
   EXPECT_EQ(Cli(dir, "info " + Q(dir / "again.jfif")).out, (dir / "again.jfif") + ": jpg 64x64 24-bit true colour\n");
-
 }
 
 TEST(CliConvert, KilledSavesNeverDamageTheOldFileNorLeaveFilesBehind) {

@@ -59,12 +59,14 @@ TEST(FillsCli, StockLibrariesListAndRender) {
   EXPECT_GE(list.size(), 12u);
 
   const std::string item = list[1].name;
-  CliRun one = Cli(dir, "texture '" + dir / "s.png" + "' --size 40x30 --library '" + kStockFft + "' --item '" + item + "'");
+  CliRun one =
+      Cli(dir, "texture '" + dir / "s.png" + "' --size 40x30 --library '" + kStockFft + "' --item '" + item + "'");
   ASSERT_EQ(one.status, 0) << one.err;
   TEXTURE t = list[1].texture;
   t.Rect = RECT{0, 0, 40, 30};
   EXPECT_TRUE(SamePixels(LoadImage((dir / "s.png").c_str()), CreateTexture(&t)));
-  EXPECT_NE(Cli(dir, "texture '" + dir / "s.png" + "' --size 4x4 --library '" + kStockFft + "' --item 'no such'").status, 0);
+  EXPECT_NE(
+      Cli(dir, "texture '" + dir / "s.png" + "' --size 4x4 --library '" + kStockFft + "' --item 'no such'").status, 0);
 
   CliRun sizes = Cli(dir, "tiles '" + kStockMtx + "'");
   ASSERT_EQ(sizes.status, 0) << sizes.err;
@@ -96,9 +98,10 @@ TEST(FillsCli, StockFilesAreWhatTheGeneratorMakes) {
 
 TEST(FillsCli, GradientGreyAndColour) {
   Scratch dir;
-  CliRun r = Cli(dir, "gradient '" + dir / "g.png" +
-                          "' --size 50x30 --set GradientType=3 --set Angle=-90 --set StartColour=255 --set EndColour=65280"
-                          " --set CenterX=10");
+  CliRun r =
+      Cli(dir, "gradient '" + dir / "g.png" +
+                   "' --size 50x30 --set GradientType=3 --set Angle=-90 --set StartColour=255 --set EndColour=65280"
+                   " --set CenterX=10");
   ASSERT_EQ(r.status, 0) << r.err;
   GRADIENT g;
   g.GradientType = 3;

@@ -71,9 +71,7 @@ TEST(CliConvertTo, EachTargetEqualsTheEngine) {
 TEST(CliConvertTo, BrightnessAndContrastFromTheCommandOrTheStoredSettings) {
   Scratch dir;
   HDIB in = Store(test::RandomDib(40, 30, 24, 5), dir / "in.bmp");
-  auto engine = [&](int b, int c) {
-    return ConvertToMonoStrategy(in, 101, DitherOptions{b, c});
-  };
+  auto engine = [&](int b, int c) { return ConvertToMonoStrategy(in, 101, DitherOptions{b, c}); };
   auto run = [&](const std::string& extra) {
     CliRun r = Cli(dir, "convert " + Q(dir / "in.bmp") + " " + Q(dir / "out.bmp") + " --to mono:101" + extra);
     EXPECT_EQ(r.status, 0) << r.err;

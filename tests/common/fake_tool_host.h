@@ -152,8 +152,7 @@ struct FakeDocument {
   // Press, a few moves on the way, release.
   void Drag(POINT from, POINT to, unsigned keys = MK_LBUTTON) {
     Press(from.x, from.y, keys);
-    for (int k = 1; k <= 4; ++k)
-      Move(from.x + (to.x - from.x) * k / 4, from.y + (to.y - from.y) * k / 4, keys);
+    for (int k = 1; k <= 4; ++k) Move(from.x + (to.x - from.x) * k / 4, from.y + (to.y - from.y) * k / 4, keys);
     Release(to.x, to.y);
   }
   void Key(int key) {

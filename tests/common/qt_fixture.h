@@ -146,8 +146,7 @@ class QtFixture : public ::testing::Test {
   }
   // A mouse move with buttons held, as a drag sends it.
   static void Move(QWidget* v, QPoint p, Qt::MouseButtons buttons = Qt::LeftButton) {
-    QMouseEvent move(QEvent::MouseMove, QPointF(p), v->mapToGlobal(QPointF(p)), Qt::NoButton, buttons,
-                     Qt::NoModifier);
+    QMouseEvent move(QEvent::MouseMove, QPointF(p), v->mapToGlobal(QPointF(p)), Qt::NoButton, buttons, Qt::NoModifier);
     QCoreApplication::sendEvent(v, &move);
     QCoreApplication::processEvents();
   }

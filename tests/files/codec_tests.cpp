@@ -201,8 +201,10 @@ TEST(CodecHostile, SelfContradictingHeadersAreRefused) {
   const Case cases[] = {
       {"bmp 8-bit with 257 colours", BmpDecode, Encoded(BmpEncode, pal8), [](auto& f) { PutLe32(&f[46], 257); }},
       {"bmp 4-bit with 17 colours", BmpDecode, Encoded(BmpEncode, pal4), [](auto& f) { PutLe32(&f[46], 17); }},
-      {"bmp 24-bit with a billion colours", BmpDecode, Encoded(BmpEncode, rgb), [](auto& f) { PutLe32(&f[46], 1u << 30); }},
-      {"bmp pixels inside the colour table", BmpDecode, Encoded(BmpEncode, pal8), [](auto& f) { PutLe32(&f[10], 54 + 40); }},
+      {"bmp 24-bit with a billion colours", BmpDecode, Encoded(BmpEncode, rgb),
+       [](auto& f) { PutLe32(&f[46], 1u << 30); }},
+      {"bmp pixels inside the colour table", BmpDecode, Encoded(BmpEncode, pal8),
+       [](auto& f) { PutLe32(&f[10], 54 + 40); }},
       {"bmp with two planes", BmpDecode, Encoded(BmpEncode, rgb), [](auto& f) { PutLe16(&f[26], 2); }},
       {"tga map beyond index 255", TgaDecode, Encoded(TgaEncode, pal8), [](auto& f) { PutLe16(&f[3], 100); }},
       {"tga map of 7-bit entries", TgaDecode, Encoded(TgaEncode, pal8), [](auto& f) { f[7] = 7; }},
@@ -230,10 +232,10 @@ TEST(CodecHostile, BmpRunLengthOverrunsStayInsideTheImage) {
   PutLe32(&f[30], 1);
   for (int i = 0; i < 256; ++i) f[54 + 4 * i] = f[55 + 4 * i] = f[56 + 4 * i] = static_cast<std::uint8_t>(i);
   PutLe32(&f[10], static_cast<std::uint32_t>(f.size()));
-  const std::uint8_t rle[] = {200, 7,  0, 0,               // run of 200 in a row of 5
-                              0,   6,  1, 2, 3, 4, 5, 6,  // absolute group of 6
-                              0,   0,  0, 2, 250, 250,    // delta far outside
-                              9,   9,  0, 1};
+  const std::uint8_t rle[] = {200, 7, 0, 0,                  // run of 200 in a row of 5
+                              0,   6, 1, 2, 3,   4,   5, 6,  // absolute group of 6
+                              0,   0, 0, 2, 250, 250,        // delta far outside
+                              9,   9, 0, 1};
   f.insert(f.end(), std::begin(rle), std::end(rle));
   HDIB d = BmpDecode(f, false);
   ASSERT_TRUE(d);

@@ -44,15 +44,29 @@ TEST(ImageProc, TableAndExtensionRules) {
   struct {
     const char* path;
     int format;
-  } names[] = {{"a/photo.JPG", 0}, {"photo.Jpg", 0}, {"p.jpeg", 0},       {"p.Jpe", 0},         {"p.JFIF", 0},
-               {"x.BMP", 1},       {"x.pcx", 2},     {"x.Tga", 3},        {"x.png", 4},         {"photo.jpeg2", -1},
-               {"png", -1},        {"x.png.gz", -1}, {"folder.png/picture", -1}, {"", -1}};
+  } names[] = {{"a/photo.JPG", 0},
+               {"photo.Jpg", 0},
+               {"p.jpeg", 0},
+               {"p.Jpe", 0},
+               {"p.JFIF", 0},
+               {"x.BMP", 1},
+               {"x.pcx", 2},
+               {"x.Tga", 3},
+               {"x.png", 4},
+               {"photo.jpeg2", -1},
+               {"png", -1},
+               {"x.png.gz", -1},
+               {"folder.png/picture", -1},
+               {"", -1}};
   for (auto n : names) EXPECT_EQ(FindImageFormat(n.path), n.format) << n.path;
   EXPECT_EQ(FindImageFormat(nullptr), -1);
   EXPECT_STREQ(FormatExtensions(0)[0], "jpg");
   EXPECT_EQ(FormatExtensions(5)[0], nullptr);
-  for (auto [code, text] : {std::pair{3, "Error reading file"}, {6, "Memory error"}, {11, "Error writing file"},
-                            {12, "Too many colors"}, {16, ""}})
+  for (auto [code, text] : {std::pair{3, "Error reading file"},
+                            {6, "Memory error"},
+                            {11, "Error writing file"},
+                            {12, "Too many colors"},
+                            {16, ""}})
     EXPECT_STREQ(FileErrorText(code), text) << code;
 }
 
@@ -176,7 +190,8 @@ TEST(ImageProc, JpegQualityHoldsOnShortPathsOnly) {
 TEST(ImageProc, BackupRules) {
   ScratchDir dir;
   SettingsGuard guard;
-  HDIB first = test::RandomDib(5, 5, 24, 1), second = test::RandomDib(5, 5, 24, 2), third = test::RandomDib(5, 5, 24, 3);
+  HDIB first = test::RandomDib(5, 5, 24, 1), second = test::RandomDib(5, 5, 24, 2),
+       third = test::RandomDib(5, 5, 24, 3);
   std::string path = dir / "photo.bmp";
   EXPECT_EQ(BackupFileName(path), dir / "photo.bak.bmp");
   EXPECT_EQ(BackupFileName("a.b/name"), "a.b/name.bak");

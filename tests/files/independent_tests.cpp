@@ -40,8 +40,7 @@ std::vector<std::uint32_t> ReadPpm(const std::string& path, int* w, int* h) {
     while (i < b.size() && (std::isspace(b[i]) || b[i] == '#')) {
       if (b[i] == '#')
         while (i < b.size() && b[i] != '\n') ++i;
-      else
-        ++i;
+      else ++i;
     }
     std::string t;
     while (i < b.size() && !std::isspace(b[i])) t += static_cast<char>(b[i++]);
@@ -94,21 +93,19 @@ TEST_P(ForeignFiles, ReadAsTheOtherProgramReadsThem) {
 INSTANTIATE_TEST_SUITE_P(
     Variants, ForeignFiles,
     testing::Values(Variant{"bmp1", 1, 0}, Variant{"bmp4", 4, 0}, Variant{"bmp4rle", 4, 0}, Variant{"bmp8", 8, 0},
-                    Variant{"bmp8rle", 8, 0}, Variant{"bmp16", 24, 1}, Variant{"bmp24", 24, 0},
-                    Variant{"bmp32", 24, 0}, Variant{"bmpos2", 24, 0}, Variant{"bmpgrey", 8, 0},
-                    Variant{"bmptopdown", 24, 0}, Variant{"pcx1", 1, 0}, Variant{"pcx4", 4, 0},
-                    Variant{"pcx8", 8, 0}, Variant{"pcxgrey", 8, 0}, Variant{"pcx24", 24, 0},
-                    Variant{"tgamap", 8, 0}, Variant{"tgamaprle", 8, 0}, Variant{"tgagrey", 8, 0},
-                    Variant{"tgagreyrle", 8, 0}, Variant{"tga24", 24, 0}, Variant{"tga24rle", 24, 0},
-                    Variant{"tga24top", 24, 0}, Variant{"tga24toprle", 24, 0}, Variant{"tga32", 24, 0},
-                    Variant{"tga16", 24, 1}, Variant{"tga16top", 24, 1}, Variant{"png1", 1, 0},
-                    Variant{"png2", 4, 0}, Variant{"png4", 4, 0}, Variant{"png8", 8, 0},
-                    Variant{"pngpaltrns", 4, 0}, Variant{"pnggrey", 8, 0}, Variant{"pnggrey16", 8, 0},
-                    Variant{"pnggreytrns", 8, 0}, Variant{"pngla", 8, 0}, Variant{"pngrgb", 24, 0},
-                    Variant{"pngrgbtrns", 24, 0}, Variant{"pngrgba", 24, 0}, Variant{"pngrgb16", 24, 0},
-                    Variant{"pngrgba16", 24, 1}, Variant{"pnginterlaced", 24, 0},
-                    Variant{"pnginterlacedpal", 8, 0}, Variant{"jpggrey", 8, 2}, Variant{"jpgrgb", 24, 2},
-                    Variant{"jpgprogressive", 24, 2}, Variant{"jpgcmyk", 24, 1}),
+                    Variant{"bmp8rle", 8, 0}, Variant{"bmp16", 24, 1}, Variant{"bmp24", 24, 0}, Variant{"bmp32", 24, 0},
+                    Variant{"bmpos2", 24, 0}, Variant{"bmpgrey", 8, 0}, Variant{"bmptopdown", 24, 0},
+                    Variant{"pcx1", 1, 0}, Variant{"pcx4", 4, 0}, Variant{"pcx8", 8, 0}, Variant{"pcxgrey", 8, 0},
+                    Variant{"pcx24", 24, 0}, Variant{"tgamap", 8, 0}, Variant{"tgamaprle", 8, 0},
+                    Variant{"tgagrey", 8, 0}, Variant{"tgagreyrle", 8, 0}, Variant{"tga24", 24, 0},
+                    Variant{"tga24rle", 24, 0}, Variant{"tga24top", 24, 0}, Variant{"tga24toprle", 24, 0},
+                    Variant{"tga32", 24, 0}, Variant{"tga16", 24, 1}, Variant{"tga16top", 24, 1}, Variant{"png1", 1, 0},
+                    Variant{"png2", 4, 0}, Variant{"png4", 4, 0}, Variant{"png8", 8, 0}, Variant{"pngpaltrns", 4, 0},
+                    Variant{"pnggrey", 8, 0}, Variant{"pnggrey16", 8, 0}, Variant{"pnggreytrns", 8, 0},
+                    Variant{"pngla", 8, 0}, Variant{"pngrgb", 24, 0}, Variant{"pngrgbtrns", 24, 0},
+                    Variant{"pngrgba", 24, 0}, Variant{"pngrgb16", 24, 0}, Variant{"pngrgba16", 24, 1},
+                    Variant{"pnginterlaced", 24, 0}, Variant{"pnginterlacedpal", 8, 0}, Variant{"jpggrey", 8, 2},
+                    Variant{"jpgrgb", 24, 2}, Variant{"jpgprogressive", 24, 2}, Variant{"jpgcmyk", 24, 1}),
     [](const testing::TestParamInfo<Variant>& i) { return std::string(i.param.name); });
 
 // Our writers, read back by Pillow and by ImageMagick (netpbm's tgatoppm for TGA,
@@ -122,10 +119,10 @@ TEST(OurFilesElsewhere, OtherProgramsSeeTheSamePixels) {
   struct Case {
     const char* ext;
     int bits, palette, tolerance;
-  } cases[] = {{"bmp", 1, 0, 0},  {"bmp", 4, 8, 0},  {"bmp", 8, 8, 0},  {"bmp", 8, 10, 0}, {"bmp", 24, 8, 0},
-               {"pcx", 1, 0, 0},  {"pcx", 4, 8, 0},  {"pcx", 8, 8, 0},  {"pcx", 8, 10, 0}, {"pcx", 24, 8, 0},
-               {"tga", 1, 0, 0},  {"tga", 4, 8, 0},  {"tga", 8, 8, 0},  {"tga", 8, 10, 0}, {"tga", 24, 8, 0},
-               {"png", 1, 0, 0},  {"png", 4, 8, 0},  {"png", 8, 8, 0},  {"png", 8, 10, 0}, {"png", 24, 8, 0},
+  } cases[] = {{"bmp", 1, 0, 0},  {"bmp", 4, 8, 0}, {"bmp", 8, 8, 0}, {"bmp", 8, 10, 0}, {"bmp", 24, 8, 0},
+               {"pcx", 1, 0, 0},  {"pcx", 4, 8, 0}, {"pcx", 8, 8, 0}, {"pcx", 8, 10, 0}, {"pcx", 24, 8, 0},
+               {"tga", 1, 0, 0},  {"tga", 4, 8, 0}, {"tga", 8, 8, 0}, {"tga", 8, 10, 0}, {"tga", 24, 8, 0},
+               {"png", 1, 0, 0},  {"png", 4, 8, 0}, {"png", 8, 8, 0}, {"png", 8, 10, 0}, {"png", 24, 8, 0},
                {"jpg", 24, 8, 2}, {"jpg", 8, 10, 2}};
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.ext) + " " + std::to_string(c.bits) + "-bit palette " + std::to_string(c.palette));
@@ -137,7 +134,8 @@ TEST(OurFilesElsewhere, OtherProgramsSeeTheSamePixels) {
       src = CreateDib(45, 19, grey, c.bits);
       for (int y = 0; y < 19; ++y)
         for (int x = 0; x < 45; ++x)
-          PutDibPixel(LockDib(src), x, y, c.bits == 8 ? static_cast<std::uint32_t>(x * 5) : RGB(x * 5, y * 13, 200 - x * 2));
+          PutDibPixel(LockDib(src), x, y,
+                      c.bits == 8 ? static_cast<std::uint32_t>(x * 5) : RGB(x * 5, y * 13, 200 - x * 2));
     } else {
       src = test::RandomDib(45, 19, c.bits, 21, c.palette);
     }

@@ -14,9 +14,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using test::TempDir;
 using test::Slurp;
 using test::Spit;
+using test::TempDir;
 
 TEXTURE Sample(int k) {
   TEXTURE t;
@@ -249,9 +249,9 @@ TEST(SpinValue, LimitsFromTheSpinTextAndClamping) {
   EXPECT_EQ(GetSpinValue("32,1024,64", "100"), 100);
   EXPECT_EQ(GetSpinValue("32,1024,64", "5"), 32);
   EXPECT_EQ(GetSpinValue("32,1024,64", "99999"), 1024);
-  EXPECT_EQ(GetSpinValue("-360,360,0", "-5"), 0);     // not unsigned: reads as 0
-  EXPECT_EQ(GetSpinValue("5,100,15", "abc"), 5);      // 0, clamped up
-  EXPECT_EQ(GetSpinValue("", "250"), 100);            // no text: 0..100
+  EXPECT_EQ(GetSpinValue("-360,360,0", "-5"), 0);  // not unsigned: reads as 0
+  EXPECT_EQ(GetSpinValue("5,100,15", "abc"), 5);   // 0, clamped up
+  EXPECT_EQ(GetSpinValue("", "250"), 100);         // no text: 0..100
   EXPECT_EQ(GetSpinValue(nullptr, "42"), 42);
   EXPECT_EQ(GetSpinValue("0,255,0", "99999999999"), 0);
   EXPECT_EQ(GetSpinValue("0,255,0", " 17 "), 17);

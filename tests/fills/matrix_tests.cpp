@@ -15,13 +15,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using test::TempDir;
 using test::Slurp;
 using test::Spit;
+using test::TempDir;
 void Le32(std::string& s, std::size_t at, std::uint32_t v) {
   for (int k = 0; k < 4; ++k) s[at + k] = static_cast<char>((v >> (8 * k)) & 255);
 }
-
 
 }  // namespace
 

@@ -122,7 +122,8 @@ TEST(Shadow, OpacityZeroLeavesTheImageAndFullReplacesIt) {
   EXPECT_EQ(GetDibPixel(LockDib(image), 2, 5), RGB(10, 20, 30));
   const COLORREF o = GetDibPixel(LockDib(original), 3, 5);
   auto mix = [](int i, int c) { return (i * 155) / 255 + (c * 100) / 255; };
-  EXPECT_EQ(GetDibPixel(LockDib(image), 3, 5), RGB(mix(GetRValue(o), 10), mix(GetGValue(o), 20), mix(GetBValue(o), 30)));
+  EXPECT_EQ(GetDibPixel(LockDib(image), 3, 5),
+            RGB(mix(GetRValue(o), 10), mix(GetGValue(o), 20), mix(GetBValue(o), 30)));
   EXPECT_EQ(GetDibPixel(LockDib(image), 4, 5), GetDibPixel(LockDib(original), 4, 5));
   BlendShadow(image, full, -2, 39, RGB(1, 1, 1));  // partly outside: dropped, no harm
 }

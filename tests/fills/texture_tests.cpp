@@ -113,7 +113,8 @@ TEST(FractalTransform, SpectralSynthesisFollowsTheDrawOrder) {
     for (int k2 = 0; k2 < n; ++k2) {
       std::complex<double> sum;
       for (int a = 0; a < n; ++a)
-        for (int b = 0; b < n; ++b) sum += at(a, b) * std::polar(1.0, -2 * M_PI * (double(k1) * a + double(k2) * b) / n);
+        for (int b = 0; b < n; ++b)
+          sum += at(a, b) * std::polar(1.0, -2 * M_PI * (double(k1) * a + double(k2) * b) / n);
       worst = std::max(worst, std::abs(sum.real() - mesh[(k1 * n + k2) * 2]));
       imagWorst = std::max(imagWorst, std::abs(double(mesh[(k1 * n + k2) * 2 + 1])));
       peak = std::max(peak, std::abs(sum.real()));
@@ -338,7 +339,8 @@ TEST(FractalTransform, BitForBitTheMultiDimensionalPassBothSigns) {
   for (int sign : {-1, 1}) {
     for (int n : {2, 16, 64}) {
       std::vector<float> ours(n * n * 2), literal(n * n * 2 + 1);
-      for (int i = 0; i < n * n * 2; ++i) ours[i] = literal[i + 1] = static_cast<float>(std::sin(i * 0.731) * (1 + i % 7));
+      for (int i = 0; i < n * n * 2; ++i)
+        ours[i] = literal[i + 1] = static_cast<float>(std::sin(i * 0.731) * (1 + i % 7));
       const unsigned long nn[3] = {0, static_cast<unsigned long>(n), static_cast<unsigned long>(n)};
       td::FourierTransform2D(ours.data(), n, sign);
       LiteralFourn(literal.data(), nn, 2, sign);

@@ -92,8 +92,9 @@ HDIB OracleConvolve(const HDIB& image, int order, const std::vector<double>& k) 
         for (int r = 0; r < order; ++r)
           for (int cc = 0; cc < order; ++cc) sum += k[r * order + cc] * at(x - half + cc, y - half + r, c);
         if (divide) sum /= n;
-        DibBits(o)[stride * y + x * bytes + c] =
-            sum < 0 ? 0 : sum > 255 ? 255 : static_cast<BYTE>(static_cast<int>(sum + 0.5));
+        DibBits(o)[stride * y + x * bytes + c] = sum < 0     ? 0
+                                                 : sum > 255 ? 255
+                                                             : static_cast<BYTE>(static_cast<int>(sum + 0.5));
       }
   return out;
 }
@@ -120,11 +121,18 @@ TEST(OptimalKernelWidth, RadiusAndSigmaRules) {
 TEST(GaussianBlur, MatchesThePlainRuleOnRandomImages) {
   struct Case {
     int w, h, bits, radius, sigma;
-  } cases[] = {{37, 23, 24, 40, 50}, {64, 41, 8, 40, 50},  {1, 30, 24, 40, 50}, {30, 1, 8, 40, 50},
-               {5, 4, 24, 40, 50},   {3, 3, 8, 990, 100}, {101, 7, 24, 10, 10}, {17, 61, 24, 225, 33},
+  } cases[] = {{37, 23, 24, 40, 50},
+               {64, 41, 8, 40, 50},
+               {1, 30, 24, 40, 50},
+               {30, 1, 8, 40, 50},
+               {5, 4, 24, 40, 50},
+               {3, 3, 8, 990, 100},
+               {101, 7, 24, 10, 10},
+               {17, 61, 24, 225, 33},
                {9, 9, 32, 40, 50},
                // Wider than one working strip of samples, so strips and their row rings meet.
-               {1500, 70, 24, 120, 80}, {2500, 33, 8, 40, 50}};
+               {1500, 70, 24, 120, 80},
+               {2500, 33, 8, 40, 50}};
   unsigned seed = 1;
   for (const Case& c : cases) {
     HDIB src = RandomDib(c.w, c.h, c.bits, seed++, 10);
@@ -157,11 +165,10 @@ TEST(Convolve, EmbossAndSharpenMatchThePlainTorusRule) {
     p.ImageType = bits == 8 ? IMAGE_GREY : IMAGE_TRUECOLOUR;
     for (int width : {3, 5}) {
       p.FilterEmbossWidth = p.FilterSharpenWidth = width;
-      EXPECT_TRUE(SameBlock(FilterEmbossImage(src, &p),
-                            OracleConvolve(src, width, FilterMakeEmbossKernel(width, 2.5))))
+      EXPECT_TRUE(SameBlock(FilterEmbossImage(src, &p), OracleConvolve(src, width, FilterMakeEmbossKernel(width, 2.5))))
           << w << "x" << h << " emboss " << width;
-      EXPECT_TRUE(SameBlock(FilterSharpenImage(src, &p),
-                            OracleConvolve(src, width, FilterMakeSharpenKernel(width, 2.5))))
+      EXPECT_TRUE(
+          SameBlock(FilterSharpenImage(src, &p), OracleConvolve(src, width, FilterMakeSharpenKernel(width, 2.5))))
           << w << "x" << h << " sharpen " << width;
     }
   }

@@ -60,7 +60,7 @@ struct Kind {
 };
 // The true-colour width crosses the convolution's chunk of columns.
 const Kind kKinds[] = {{"rgb", 731, 23, 24, 8}, {"rgbx", 97, 19, 32, 8}, {"grey", 233, 21, 8, 10},
-                       {"pal8", 101, 17, 8, 8}, {"pal4", 61, 13, 4, 3},   {"mono", 83, 15, 1, 0}};
+                       {"pal8", 101, 17, 8, 8}, {"pal4", 61, 13, 4, 3},  {"mono", 83, 15, 1, 0}};
 
 using Outputs = std::map<std::string, std::uint64_t>;
 
@@ -91,7 +91,8 @@ void RunFilters(const std::string& kind, const HDIB& image, Outputs& out) {
       BYTE palette[768];
       int bits = 0;
       GetBitmapDimensions(image, &p.BeforeWidth, &p.BeforeDepth, &bits, palette);
-      if (type == IMAGE_PALETTED || type == IMAGE_MONO) p.PaperColour = static_cast<COLORREF>(FindPaletteColour(40, 90, 200, palette, 1 << bits));
+      if (type == IMAGE_PALETTED || type == IMAGE_MONO)
+        p.PaperColour = static_cast<COLORREF>(FindPaletteColour(40, 90, 200, palette, 1 << bits));
       else p.PaperColour = RGB(40, 90, 200);
       p.BeforeImage = &image;
       srand(7);
@@ -139,7 +140,8 @@ Outputs RunAll() {
   // Enough pixels for the nearest-colour searches to take their cell lists,
   // and rows for the codecs to share out.
   HDIB large = Picture(331, 211, 24, 8);
-  for (int o : {103, 104, 106, 109}) out["large palette " + std::to_string(o)] = Digest(ConvertToPaletteStrategy(large, o));
+  for (int o : {103, 104, 106, 109})
+    out["large palette " + std::to_string(o)] = Digest(ConvertToPaletteStrategy(large, o));
   for (int o : {101, 103}) out["large mono " + std::to_string(o)] = Digest(ConvertToMonoStrategy(large, o));
   RunCodecs("large", large, out);
   HDIB even = Picture(330, 40, 24, 8);  // halving takes plain pairs of pixels

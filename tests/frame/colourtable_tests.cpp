@@ -18,7 +18,6 @@ using test::TempDir;
 
 COLOURTABLEITEM Item(const std::string& name, COLORREF c) { return COLOURTABLEITEM{name, c}; }
 
-
 TEST(ColourTable, LineRules) {
   // A space before '=' belongs to the name; byte 8 is skipped right after '='
   // only; runs of commas count as one; atol reads each number (only the first
@@ -72,7 +71,8 @@ TEST(ColourTable, FileTextRules) {
       // A piece cut after "=1," is skipped, and so is its tail.
       {std::string(255, 'c') + "=1,2,3\n", {}},
       // 258 characters, a digit and the line feed: the line feed starts an empty piece.
-      {std::string(252, 'e') + "=1,2,34\nNext=1,1,1\n", {Item(std::string(252, 'e'), RGB(1, 2, 34)), Item("Next", RGB(1, 1, 1))}},
+      {std::string(252, 'e') + "=1,2,34\nNext=1,1,1\n",
+       {Item(std::string(252, 'e'), RGB(1, 2, 34)), Item("Next", RGB(1, 1, 1))}},
       // A zero ends what the parser sees; endless commas and equals signs invent nothing.
       {"A=1,2,3\n" + std::string("B=4\0,5,6\n", 9) + std::string(100000, ',') + "\n" + std::string(5000, '=') +
            "\nC=7,8,9\n",

@@ -44,8 +44,8 @@ TEST(ConfigTable, OnlyTheBuildStampsAreWriteOnly) {
 }
 
 TEST(ConfigTable, SetupControlsFollowTheTable) {
-  const char* onOff[] = {"MaximizeBrowser", "ShowStartupWindow", "ShowTipOfTheDay", "AutoAdjustTaskWindow",
-                         "WarnShowManual", "CreateBackups", "RevertAfterEyedropper", "UpdateDefaults"};
+  const char* onOff[] = {"MaximizeBrowser", "ShowStartupWindow", "ShowTipOfTheDay",       "AutoAdjustTaskWindow",
+                         "WarnShowManual",  "CreateBackups",     "RevertAfterEyedropper", "UpdateDefaults"};
   const unsigned controls[] = {105, 107, 108, 113, 115, 119, 121, 122};
   for (int i = 0; i < 8; ++i) {
     const CONFIGITEM* item = FindConfigItemByControl(controls[i]);
@@ -91,7 +91,8 @@ TEST(ConfigTable, SetupControlsFollowTheTable) {
 TEST(ConfigTable, SetupBindingHelpers) {
   RestoreDefaultSettings();
   const CONFIGITEM& jpeg = *FindConfigItem("JPEGQualityFactor");
-  for (auto [value, clamped] : {std::pair{0, 1}, {-50, 1}, {101, 100}, {55, 55}}) EXPECT_EQ(ClampSpinValue(jpeg, value), clamped);
+  for (auto [value, clamped] : {std::pair{0, 1}, {-50, 1}, {101, 100}, {55, 55}})
+    EXPECT_EQ(ClampSpinValue(jpeg, value), clamped);
   EXPECT_EQ(ClampSpinValue(*FindConfigItem("NudgeSize"), 33), 32);
   EXPECT_EQ(ClampSpinValue(*FindConfigItem("LogoDelay"), 123456), 123456);  // no spin, no range
 

@@ -159,7 +159,10 @@ TEST_F(ConfigFile, ReaderRules) {
       // A control character ends a text; an empty one is empty.
       {"ForRent = ab\tcd\n", "ForRent", "ab"},
       {"ForRent = \n", "ForRent", ""},
-      {std::string("NudgeSize = 5", 13) + std::string("\0" "7\n", 3), "NudgeSize", "5"},
+      {std::string("NudgeSize = 5", 13) + std::string("\0"
+                                                      "7\n",
+                                                      3),
+       "NudgeSize", "5"},
       // Lines are read 259 characters at a time; the rest is a line of its own.
       {long400 + "JPEGQualityFactor = 12\n", "ForRent", std::string(249, 'x')},
       {long400 + "JPEGQualityFactor = 12\n", "JPEGQualityFactor", "12"},
@@ -178,8 +181,9 @@ TEST_F(ConfigFile, ReaderRules) {
   // and empty keys change nothing.
   RestoreDefaultSettings();
   const std::string before = AllValues();
-  Load("VersionNumber = 99\nPatchLevel = 7\nBuildDate = Jan 1 2030\nVersion = 5\nBuildD = x\n"
-       "ToolBoxDoubleX = 9\ntoolboxdouble = 9\n[Varnwick Studio Paint]\n= 5\n  = 6\n");
+  Load(
+      "VersionNumber = 99\nPatchLevel = 7\nBuildDate = Jan 1 2030\nVersion = 5\nBuildD = x\n"
+      "ToolBoxDoubleX = 9\ntoolboxdouble = 9\n[Varnwick Studio Paint]\n= 5\n  = 6\n");
   EXPECT_EQ(AllValues(), before);
 }
 
@@ -187,9 +191,18 @@ TEST_F(ConfigFile, NumbersReadLeniently) {
   struct {
     const char* text;
     int want;
-  } cases[] = {{"4294967295", -1},   {"4294967296", 0},       {"99999999999", 1215752191}, {"-5", -5},
-               {"12abc", 12},        {"abc", 0},              {"", 0},                     {"+8", 8},
-               {"2147483648", INT32_MIN}, {"007", 7},         {"1 2", 1},                  {"0x10", 0}};
+  } cases[] = {{"4294967295", -1},
+               {"4294967296", 0},
+               {"99999999999", 1215752191},
+               {"-5", -5},
+               {"12abc", 12},
+               {"abc", 0},
+               {"", 0},
+               {"+8", 8},
+               {"2147483648", INT32_MIN},
+               {"007", 7},
+               {"1 2", 1},
+               {"0x10", 0}};
   for (auto c : cases) {
     SCOPED_TRACE(c.text);
     LogoDelay = 12345;
@@ -216,7 +229,7 @@ TEST_F(ConfigFile, MissingOrHostileFileLeavesTheDefaults) {
   std::string defaults = AllValues();
   LoadConfigFile(dir_ / "none" / "OCHREL.INI");
   LoadConfigFile(fs::path());
-  LoadConfigFile(dir_);  // a folder, not a file
+  LoadConfigFile(dir_);         // a folder, not a file
   LoadConfigFile("/dev/zero");  // endless: must not hang
   ASSERT_EQ(mkfifo((dir_ / "fifo").c_str(), 0600), 0);
   LoadConfigFile(dir_ / "fifo");  // nobody writes: must not block
@@ -294,13 +307,23 @@ TEST_F(ConfigFile, RecentListKeepsItsOrderOverSaveAndLoad) {
 
 TEST_F(ConfigFile, MenuReaderUsesTheSameRules) {
   fs::path a = Touch("a.png"), b = Touch("B.png");
-  std::string text = "[Varnwick Studio PaintItems]\n"
-                     "MenuItem = " + a.string() + "\n"
-                     ";MenuItem = " + b.string() + "\n"          // a comment
-                     "MenuItem=" + (dir_ / "gone.png").string() + "\n"  // no such file
-                     "MenuItem = relative/path.png\n"
-                     "Menu = " + b.string() + "   \n"            // start of the key, trailing blanks
-                     "MenuItem = " + a.string() + "\n";          // known: keeps its place
+  std::string text =
+      "[Varnwick Studio PaintItems]\n"
+      "MenuItem = " +
+      a.string() +
+      "\n"
+      ";MenuItem = " +
+      b.string() +
+      "\n"  // a comment
+      "MenuItem=" +
+      (dir_ / "gone.png").string() +
+      "\n"  // no such file
+      "MenuItem = relative/path.png\n"
+      "Menu = " +
+      b.string() +
+      "   \n"  // start of the key, trailing blanks
+      "MenuItem = " +
+      a.string() + "\n";  // known: keeps its place
   Spit(ini_, text);
   RecentPaths recent(FileMenuRange);
   LoadMenuConfigFile(ini_, recent);

@@ -22,7 +22,8 @@ TEST(TipOfTheDay, StepsThroughTheLinesAndRoundsToTheFirst) {
   std::string text;
   TipOfTheDay = 2;
   // Past the last line: the first again, and then the second.
-  for (auto [want, next] : {std::pair{"Second\nwith a break", 3}, {"Third", 4}, {"First", 2}, {"Second\nwith a break", 3}}) {
+  for (auto [want, next] :
+       {std::pair{"Second\nwith a break", 3}, {"Third", 4}, {"First", 2}, {"Second\nwith a break", 3}}) {
     GetTipOfTheDayFrom(path, &text);
     EXPECT_EQ(text, want);
     EXPECT_EQ(TipOfTheDay, next);

@@ -18,10 +18,10 @@ BLOCKSET At(int viewMode) {
 
 TEST(ViewArithmetic, ZoomAndUnZoomTruncateTowardZero) {
   BLOCKSET q = At(2), t = At(4), big = At(9), one = At(5);
-  EXPECT_EQ(Zoom(&q, 3), 0);      // 25 percent of 3
-  EXPECT_EQ(Zoom(&t, 3), 2);      // 75 percent of 3
-  EXPECT_EQ(UnZoom(&big, 25), 2); // 25 at 1200 percent
-  EXPECT_EQ(Zoom(&t, -3), -2);    // signed, toward zero
+  EXPECT_EQ(Zoom(&q, 3), 0);       // 25 percent of 3
+  EXPECT_EQ(Zoom(&t, 3), 2);       // 75 percent of 3
+  EXPECT_EQ(UnZoom(&big, 25), 2);  // 25 at 1200 percent
+  EXPECT_EQ(Zoom(&t, -3), -2);     // signed, toward zero
   EXPECT_EQ(UnZoom(&t, -5), -6);
   for (int v : {-7, 0, 1, 12345}) EXPECT_EQ(std::pair(Zoom(&one, v), UnZoom(&one, v)), std::pair(v, v));
   RECT r{3, 5, 7, 9};
@@ -89,7 +89,8 @@ TEST(ViewRendering, MatchesThePlainRuleAtEveryScaleAndDepth) {
         std::vector<std::uint32_t> out(static_cast<std::size_t>(w * d));
         RenderView(h, v, 0, 0, w, d, out.data(), w * 4);
         for (int j = 0; j < d; ++j)
-          for (int i = 0; i < w; ++i) ASSERT_EQ(out[static_cast<std::size_t>(j * w + i)], Expected(h, v, i, j)) << i << "," << j;
+          for (int i = 0; i < w; ++i)
+            ASSERT_EQ(out[static_cast<std::size_t>(j * w + i)], Expected(h, v, i, j)) << i << "," << j;
         // A part rendered alone equals the same part of the whole.
         std::vector<std::uint32_t> part(10 * 7);
         RenderView(h, v, 13, 9, 10, 7, part.data(), 10 * 4);

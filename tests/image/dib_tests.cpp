@@ -116,9 +116,11 @@ TEST(DibPalette, GetAndPutPalette) {
 
 TEST(DibPalette, DefaultPalettesCountsDepthsAndEnds) {
   // Every default palette runs from black to white; anything past its count is zero.
-  struct Row { int number, count, bits; };
-  const Row rows[] = {{0, 2, 1},    {2, 8, 3},    {3, 16, 4},   {4, 32, 5},  {5, 64, 6},   {6, 128, 7},
-                      {7, 216, 8},  {9, 256, 8},  {10, 256, 8}, {1, 256, 8}, {8, 256, 8},  {99, 256, 8}};
+  struct Row {
+    int number, count, bits;
+  };
+  const Row rows[] = {{0, 2, 1},   {2, 8, 3},   {3, 16, 4},   {4, 32, 5},  {5, 64, 6},  {6, 128, 7},
+                      {7, 216, 8}, {9, 256, 8}, {10, 256, 8}, {1, 256, 8}, {8, 256, 8}, {99, 256, 8}};
   for (const Row& r : rows) {
     SCOPED_TRACE(r.number);
     int bits = -1;
@@ -134,11 +136,12 @@ TEST(DibPalette, DefaultPalettesCountsDepthsAndEnds) {
   }
   // Palettes 0, 2, 3, 8 and 10 are pinned by the byte-identity digests; a few
   // entries of the others: {palette, entry, red, green, blue}.
-  const int entries[][5] = {{4, 15, 85, 255, 255}, {6, 87, -1, 180, -1}, {7, 1, -1, -1, 51}, {7, 36, 51, -1, -1},
-                            {9, 111, 128, 109, 255},  // last of the first 16 of the red-128 block
-                            {9, 112, 1, -1, 1}, {9, 143, 254, -1, -1},  // the grey ramp
-                            {9, 144, 128, 146, 0},  // the red-128 block resumes at green 146
-                            {9, 32, 43, -1, -1}, {10, 77, -1, 77, -1}};
+  const int entries[][5] = {
+      {4, 15, 85, 255, 255}, {6, 87, -1, 180, -1},    {7, 1, -1, -1, 51},
+      {7, 36, 51, -1, -1},   {9, 111, 128, 109, 255},  // last of the first 16 of the red-128 block
+      {9, 112, 1, -1, 1},    {9, 143, 254, -1, -1},    // the grey ramp
+      {9, 144, 128, 146, 0},                           // the red-128 block resumes at green 146
+      {9, 32, 43, -1, -1},   {10, 77, -1, 77, -1}};
   for (const auto& e : entries) {
     BYTE pal[768];
     GetDefaultPalette(pal, nullptr, e[0]);
@@ -150,9 +153,15 @@ TEST(DibPalette, DefaultPalettesCountsDepthsAndEnds) {
 TEST(DibPalette, FindPaletteColour) {
   BYTE pal[768] = {};
   // Entries 1 and 2 are equally far from (10, 10, 10); entry 3 is exact.
-  pal[3] = 20; pal[4] = 10; pal[5] = 10;
-  pal[6] = 0; pal[7] = 10; pal[8] = 10;
-  pal[9] = 200; pal[10] = 200; pal[11] = 200;
+  pal[3] = 20;
+  pal[4] = 10;
+  pal[5] = 10;
+  pal[6] = 0;
+  pal[7] = 10;
+  pal[8] = 10;
+  pal[9] = 200;
+  pal[10] = 200;
+  pal[11] = 200;
   EXPECT_EQ(FindPaletteColour(10, 10, 10, pal + 3, 2), 0);
   EXPECT_EQ(FindPaletteColour(200, 200, 200, pal, 4), 3);
   EXPECT_EQ(FindPaletteColour(1, 2, 3, pal, 0), 0);
@@ -286,8 +295,15 @@ TEST(DibScreen, ConversionMatchesPixelsForEveryDepth) {
       for (int x = 0; x < 5; ++x) {
         std::uint32_t v = GetDibPixel(h, x + 3, y + 1);
         int r, g, b;
-        if (bits <= 8) { r = pal[3 * v]; g = pal[3 * v + 1]; b = pal[3 * v + 2]; }
-        else { r = GetRValue(v); g = GetGValue(v); b = GetBValue(v); }
+        if (bits <= 8) {
+          r = pal[3 * v];
+          g = pal[3 * v + 1];
+          b = pal[3 * v + 2];
+        } else {
+          r = GetRValue(v);
+          g = GetGValue(v);
+          b = GetBValue(v);
+        }
         ASSERT_EQ(out[y * 5 + x], 0xFF000000u | (r << 16) | (g << 8) | b);
       }
   }

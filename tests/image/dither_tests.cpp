@@ -105,7 +105,9 @@ HDIB OracleRemap(const HDIB& image, const BYTE* palette, int bits) {
     for (int x = 0; x < w; ++x) {
       std::uint32_t v = GetDibPixel(s, x, y), idx;
       if (s->biBitCount == 1) {
-        idx = bits == 1 ? v : std::uint32_t(v ? FindPaletteColour(255, 255, 255, palette, n) : FindPaletteColour(0, 0, 0, palette, n));
+        idx = bits == 1 ? v
+                        : std::uint32_t(v ? FindPaletteColour(255, 255, 255, palette, n)
+                                          : FindPaletteColour(0, 0, 0, palette, n));
       } else {
         COLORREF c = ColourAt(s, src, x, y);
         if (bits == 1) idx = Luminance(c) < 129 ? 0 : 1;
@@ -134,7 +136,7 @@ TEST(DitherMono, TableFromTheSettings) {
   EXPECT_EQ(t[255], 254);
   for (int i = 1; i < 256; ++i) ASSERT_GE(t[i], t[i - 1]);
   BuildDitherTable(128, 60, t);  // d = 0 is taken as 1: a step of 256
-  EXPECT_EQ(t[0], 1);             // 60 - 128 is below 1
+  EXPECT_EQ(t[0], 1);            // 60 - 128 is below 1
   EXPECT_EQ(t[1], 188);
   EXPECT_EQ(t[2], 254);
   BuildDitherTable(1, 128, t);
@@ -147,7 +149,8 @@ TEST(DitherMono, MatchesTheLiteralRuleOnRandomImages) {
     for (int bits : {4, 8, 24})
       for (int w : {1, 2, 3, 17, 64}) {
         HDIB img = RandomDib(w, 13, bits, 300u + w + bits);
-        ASSERT_TRUE(SameBlock(DitherDib(img, Mono, 1, 0, g_levels), OracleDither(img, Mono, 1))) << b << " " << c << " " << bits << " " << w;
+        ASSERT_TRUE(SameBlock(DitherDib(img, Mono, 1, 0, g_levels), OracleDither(img, Mono, 1)))
+            << b << " " << c << " " << bits << " " << w;
       }
   }
 }
@@ -168,7 +171,8 @@ TEST(DitherColour, MatchesTheLiteralRuleAtEveryDepth) {
       for (int w : {1, 2, 3, 29}) {
         HDIB img = RandomDib(w, 11, bits, 500u + w * bits + target);
         const BYTE* pal = target == 4 ? Vga : Ortho;
-        ASSERT_TRUE(SameBlock(DitherDib(img, pal, target, 0), OracleDither(img, pal, target))) << bits << " " << target << " " << w;
+        ASSERT_TRUE(SameBlock(DitherDib(img, pal, target, 0), OracleDither(img, pal, target)))
+            << bits << " " << target << " " << w;
       }
 }
 
@@ -216,7 +220,8 @@ TEST(RemapDib, MatchesTheLiteralRuleAtEveryDepth) {
       for (int w : {1, 5, 33}) {
         HDIB img = RandomDib(w, 9, bits, 700u + w + bits * target);
         const BYTE* pal = target == 1 ? Mono : target == 4 ? Vga : Ortho;
-        ASSERT_TRUE(SameBlock(RemapDib(img, pal, target, 0), OracleRemap(img, pal, target))) << bits << " " << target << " " << w;
+        ASSERT_TRUE(SameBlock(RemapDib(img, pal, target, 0), OracleRemap(img, pal, target)))
+            << bits << " " << target << " " << w;
       }
   // Big enough to be spread over the cores.
   HDIB big = RandomDib(301, 257, 24, 42);

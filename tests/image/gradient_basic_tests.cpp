@@ -17,7 +17,6 @@ COLORREF At(const BITMAPINFOHEADER* h, int x, int y) {
   return RGB(e[2], e[1], e[0]);
 }
 
-
 // The linear ramp, its angles, the 8-bit form and every kind's exact bytes are
 // pinned by the fill generators' digests (tests/fills/generator_bytes.txt).
 // What they don't pin is where the far corner and edges lie.

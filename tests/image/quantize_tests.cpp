@@ -29,7 +29,8 @@ int OracleQuantize(const HDIB& image, int* colours, BYTE* palette) {
   const BITMAPINFOHEADER* h = LockDib(image);
   int w = h->biWidth, d = h->biHeight, maximum = *colours;
   std::vector<COLOURCELL> cells(4096);
-  for (int i = 0; i < 4096; ++i) cells[i] = COLOURCELL{{BYTE(i >> 8), BYTE((i >> 4) & 15), BYTE(i & 15)}, 0, 0, nullptr};
+  for (int i = 0; i < 4096; ++i)
+    cells[i] = COLOURCELL{{BYTE(i >> 8), BYTE((i >> 4) & 15), BYTE(i & 15)}, 0, 0, nullptr};
   BYTE list[768];
   BYTE srcPal[768];
   GetDibPalette(h, srcPal);

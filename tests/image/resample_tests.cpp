@@ -126,7 +126,8 @@ HDIB OracleKernel(const HDIB& src, const KERNEL& k, int flags) {
         }
       if (W == 0) W = k.divisor;
       for (int c = 0; c < ch; ++c)
-        DibBits(o)[DibStride(o) * y + x * bpp + c] = static_cast<BYTE>(std::clamp<long long>(S[c] / W + k.bias, 0, 255));
+        DibBits(o)[DibStride(o) * y + x * bpp + c] =
+            static_cast<BYTE>(std::clamp<long long>(S[c] / W + k.bias, 0, 255));
     }
   return out;
 }
@@ -137,7 +138,8 @@ HDIB GreyRow(const std::vector<int>& values) {
   BYTE pal[768];
   GetDefaultPalette(pal, nullptr, 10);
   HDIB d = CreateDib(static_cast<int>(values.size()), 1, pal, 8);
-  for (std::size_t i = 0; i < values.size(); ++i) PutDibPixel(LockDib(d), static_cast<int>(i), 0, static_cast<std::uint32_t>(values[i]));
+  for (std::size_t i = 0; i < values.size(); ++i)
+    PutDibPixel(LockDib(d), static_cast<int>(i), 0, static_cast<std::uint32_t>(values[i]));
   return d;
 }
 
@@ -229,11 +231,13 @@ TEST(MaskBitmap, EmptyMaskGivesColourAloneAndFullMaskTheImage) {
     HDIB empty = CreateDib(21, 11, nullptr, 8);
     std::uint32_t colour = bits == 24 ? RGB(1, 2, 3) : 1u;
     HDIB r = MaskBitmap(src, empty, colour);
-    EXPECT_TRUE(SameBlock(r, [&] {
-      HDIB u = CreateDibLike(LockDib(src), 21, 11);
-      InsetSolidRectangle(u, colour, RECT{0, 0, 21, 11});
-      return u;
-    }())) << bits;
+    EXPECT_TRUE(SameBlock(r,
+                          [&] {
+                            HDIB u = CreateDibLike(LockDib(src), 21, 11);
+                            InsetSolidRectangle(u, colour, RECT{0, 0, 21, 11});
+                            return u;
+                          }()))
+        << bits;
     HDIB full = Uniform(21, 11, 8, 7);
     EXPECT_TRUE(SameBlock(MaskBitmap(src, full, colour), src)) << bits;
   }

@@ -39,8 +39,10 @@ Measure MeasureChar(const char* ch, int size, const char* font = "ARIAL", int bo
 }
 
 TEST(WrapperFonts, DefaultFaceResolvesToAMetricTwin) {
-  for (auto [face, bold, family] : {std::tuple{"ARIAL", 0, "Liberation Sans"}, {"Arial", 1, "Liberation Sans"},
-                                    {"Times New Roman", 0, "Liberation Serif"}, {"Courier New", 0, "Liberation Mono"},
+  for (auto [face, bold, family] : {std::tuple{"ARIAL", 0, "Liberation Sans"},
+                                    {"Arial", 1, "Liberation Sans"},
+                                    {"Times New Roman", 0, "Liberation Serif"},
+                                    {"Courier New", 0, "Liberation Mono"},
                                     {nullptr, 0, "Liberation Sans"}})
     EXPECT_EQ(ResolvedFontFamily(face, bold, bold), family) << (face ? face : "(none)");
 
@@ -94,13 +96,18 @@ TEST(WrapperCharacter, MasksAndDrawingMatchTheRecordedDigests) {
   EXPECT_EQ(DibRow(hb, i60.ascent - 1)[hb->biWidth / 2], 160);
   EXPECT_EQ(DibRow(hb, i60.ascent)[hb->biWidth / 2], 0);
   EXPECT_EQ(test::Digest(mask("g", 60, 1, 255, none)), 0xf77c1cd665737a0ull) << "g";
-  EXPECT_EQ(test::Digest(mask("I", 60, 1, 255, [](WRAPPERBLOCK& b) { b.Character.TextFontUnder = 1; })), 0x49510b44c3c1df8cull) << "underlined I";
+  EXPECT_EQ(test::Digest(mask("I", 60, 1, 255, [](WRAPPERBLOCK& b) { b.Character.TextFontUnder = 1; })),
+            0x49510b44c3c1df8cull)
+      << "underlined I";
   EXPECT_EQ(test::Digest(mask("O", 48, 1, 255, none)), 0x21457f435cfaa21ull) << "soft O";
-  EXPECT_EQ(test::Digest(mask("f", 72, 1, 255, [&](WRAPPERBLOCK& b) {
-              b.Character.TextFontItal = 1;
-              b.Character.Advance = f72.advance;
-              b.Character.LineHeight = f72.height;
-            })), 0xcd92c32839aed633ull) << "italic f";
+  EXPECT_EQ(test::Digest(mask("f", 72, 1, 255,
+                              [&](WRAPPERBLOCK& b) {
+                                b.Character.TextFontItal = 1;
+                                b.Character.Advance = f72.advance;
+                                b.Character.LineHeight = f72.height;
+                              })),
+            0xcd92c32839aed633ull)
+      << "italic f";
   EXPECT_EQ(test::Digest(mask(" ", 48, 1, 255, none)), 0x82e7381f6e8f96e8ull) << "space";
 
   HDIB surface = CreateDib(80, 60, nullptr, 24);

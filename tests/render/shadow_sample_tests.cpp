@@ -16,15 +16,19 @@ COLORREF Pixel(const HDIB& dib, int x, int y) { return GetDibPixel(LockDib(dib),
 // known-good code; a changed digest is a changed sample.
 TEST(ShadowSampleMasks, ShapesAndTextMatchTheRecordedDigests) {
   const RECT shape{30, 40, 90, 80};  // 60 by 40; only the size counts
-  EXPECT_EQ(test::Digest(CreateShadowRectangleSampleBitmap(shape, 200, 10, 7, 5)), 0xc56030dccaa12f70ull) << "rectangle";
+  EXPECT_EQ(test::Digest(CreateShadowRectangleSampleBitmap(shape, 200, 10, 7, 5)), 0xc56030dccaa12f70ull)
+      << "rectangle";
   EXPECT_EQ(test::Digest(CreateShadowEllipseSampleBitmap(shape, 255, 0, 7, 5)), 0x5e35d79d397fcd7dull) << "ellipse";
   EXPECT_EQ(test::Digest(CreateShadowPolygonSampleBitmap(shape, 255, 0, 0, 0)), 0xe63eeeb9557eae52ull) << "polygon";
   EXPECT_FALSE(CreateShadowRectangleSampleBitmap(RECT{0, 0, 0, 10}, 255, 0, 1, 1));
   EXPECT_FALSE(CreateShadowRectangleSampleBitmap(shape, 255, 0, -1, 1));
 
-  EXPECT_EQ(test::Digest(CreateShadowTextSampleBitmap(nullptr, 30, 0, 0, 0, 255, 0, 4, 6)), 0xf061eae7eefd19a3ull) << "text";
-  EXPECT_EQ(test::Digest(CreateShadowTextSampleBitmap(nullptr, 30, 1, 0, 0, 255, 0, 4, 6)), 0xce1d9776c5783843ull) << "bold";
-  EXPECT_EQ(test::Digest(CreateShadowTextSampleBitmap(nullptr, 30, 0, 0, 0, 255, 0, 0, 0, "W")), 0x937385cbdf3f8968ull) << "W";
+  EXPECT_EQ(test::Digest(CreateShadowTextSampleBitmap(nullptr, 30, 0, 0, 0, 255, 0, 4, 6)), 0xf061eae7eefd19a3ull)
+      << "text";
+  EXPECT_EQ(test::Digest(CreateShadowTextSampleBitmap(nullptr, 30, 1, 0, 0, 255, 0, 4, 6)), 0xce1d9776c5783843ull)
+      << "bold";
+  EXPECT_EQ(test::Digest(CreateShadowTextSampleBitmap(nullptr, 30, 0, 0, 0, 255, 0, 0, 0, "W")), 0x937385cbdf3f8968ull)
+      << "W";
 }
 
 TEST(ShadowSample, ObjectShadowAndColoursByDocumentKind) {
@@ -68,8 +72,10 @@ TEST(ShadowSample, ShiftsStayInsideAndEachToolDrawsItsFigure) {
   SHADOWSAMPLE doc;
   doc.FillColour = RGB(0, 200, 0);
   // Each tool's figure (ellipse, polygon, text, rectangle), soft and offset.
-  for (auto [tool, digest] : {std::pair{13, 0xaea0d895903bc774ull}, {14, 0x83ab084094030809ull},
-                                     {16, 0x65a5485aac56c864ull}, {3, 0x64b0c984edecfb6aull}}) {
+  for (auto [tool, digest] : {std::pair{13, 0xaea0d895903bc774ull},
+                              {14, 0x83ab084094030809ull},
+                              {16, 0x65a5485aac56c864ull},
+                              {3, 0x64b0c984edecfb6aull}}) {
     doc.Tool = tool;
     EXPECT_EQ(test::Digest(CreateSampleShadow(s, doc, RECT{0, 0, 160, 90})), digest) << tool;
   }

@@ -120,12 +120,8 @@ std::map<std::string, std::uint64_t> StampDigests() {
 
 TEST(BrushStamp, EveryFamilyKeepsItsRecordedDigest) {
   const std::map<std::string, std::uint64_t> want = {
-      {"hard", 0x0119d6224a5edbf3},
-      {"hard type", 0x8f710d310074d037},
-      {"paletted and mono", 0xd691e925569bfd57},
-      {"small", 0x3c0a1455786aefe3},
-      {"soft", 0x32aebba1d35a199f},
-      {"tool rows", 0xe49ee947b5f63d8f},
+      {"hard", 0x0119d6224a5edbf3},  {"hard type", 0x8f710d310074d037}, {"paletted and mono", 0xd691e925569bfd57},
+      {"small", 0x3c0a1455786aefe3}, {"soft", 0x32aebba1d35a199f},      {"tool rows", 0xe49ee947b5f63d8f},
   };
   EXPECT_EQ(StampDigests(), want);
 }
@@ -197,7 +193,12 @@ TEST(BrushLine, ClippedWalkPlacesTheSamePoints) {
     const POINT a{coord(rng), coord(rng)}, b{k % 7 ? coord(rng) : a.x, k % 5 ? coord(rng) : a.y};
     const auto all = Steps(a, b);
     std::vector<POINT> clipped;
-    StepBrushLine(a, b, [&](int x, int y) { clipped.push_back({x, y}); }, &clip);
+    StepBrushLine(
+        a, b,
+        [&](int x, int y) {
+          clipped.push_back({x, y});
+        },
+        &clip);
     const bool straight = a.x == b.x || a.y == b.y;
     const bool xMajor = std::abs(b.y - a.y) <= std::abs(b.x - a.x);
     std::vector<POINT> want;
@@ -344,7 +345,8 @@ TEST(BrushStroke, ScenesKeepTheirRecordedDigests) {
   };
   std::vector<POINT> loops{{20, 30}};  // crossing itself, five times round
   for (int k = 0; k < 5; ++k) loops.insert(loops.end(), {{60, 30}, {40, 10}, {20, 30}});
-  const Stamp square = hand(9, 9, std::vector<int>(81, 255)), dot = hand(1, 1, {255}), row = hand(4, 1, {0, 127, 128, 255});
+  const Stamp square = hand(9, 9, std::vector<int>(81, 255)), dot = hand(1, 1, {255}),
+              row = hand(4, 1, {0, 127, 128, 255});
   struct Scene {
     const char* name;
     int w, h, bits;
@@ -502,18 +504,30 @@ TEST(BrushSettings, ClampsOfTheBrushPages) {
     int stored;
   };
   const Case cases[] = {
-      {&BLOCKSET::BrushThickness, 3, 4},         {&BLOCKSET::BrushThickness, 65, 64},
-      {&BLOCKSET::BrushThickness, 30, 30},       {&BLOCKSET::EraserBrushThickness, 0, 4},
-      {&BLOCKSET::AirBrushThickness, 1000, 64},  {&BLOCKSET::UndoThickness, 2, 4},
-      {&BLOCKSET::HardBrushThickness, 0, 1},     {&BLOCKSET::HardBrushThickness, 1, 1},
-      {&BLOCKSET::HardBrushThickness, 99, 64},   {&BLOCKSET::HardBrushFlat, 61, 60},
-      {&BLOCKSET::HardBrushFlat, 100, 60},       {&BLOCKSET::HardBrushAngle, 361, 360},
-      {&BLOCKSET::HardBrushAngle, -1, 0},        {&BLOCKSET::BrushSoftness, 0, 1},
-      {&BLOCKSET::EraserBrushSoftness, 101, 100}, {&BLOCKSET::AirBrushSoftness, -3, 1},
-      {&BLOCKSET::AirBrushFlow, 0, 1},           {&BLOCKSET::AirBrushFlow, 500, 100},
-      {&BLOCKSET::UndoSoftness, 100, 100},       {&BLOCKSET::Opacity, 256, 255},
-      {&BLOCKSET::Opacity, -1, 0},               {&BLOCKSET::BrushShape, 2, 1},
-      {&BLOCKSET::EraserBrushType, 7, 1},        {&BLOCKSET::BrushThickness, 1LL << 40, 64},
+      {&BLOCKSET::BrushThickness, 3, 4},
+      {&BLOCKSET::BrushThickness, 65, 64},
+      {&BLOCKSET::BrushThickness, 30, 30},
+      {&BLOCKSET::EraserBrushThickness, 0, 4},
+      {&BLOCKSET::AirBrushThickness, 1000, 64},
+      {&BLOCKSET::UndoThickness, 2, 4},
+      {&BLOCKSET::HardBrushThickness, 0, 1},
+      {&BLOCKSET::HardBrushThickness, 1, 1},
+      {&BLOCKSET::HardBrushThickness, 99, 64},
+      {&BLOCKSET::HardBrushFlat, 61, 60},
+      {&BLOCKSET::HardBrushFlat, 100, 60},
+      {&BLOCKSET::HardBrushAngle, 361, 360},
+      {&BLOCKSET::HardBrushAngle, -1, 0},
+      {&BLOCKSET::BrushSoftness, 0, 1},
+      {&BLOCKSET::EraserBrushSoftness, 101, 100},
+      {&BLOCKSET::AirBrushSoftness, -3, 1},
+      {&BLOCKSET::AirBrushFlow, 0, 1},
+      {&BLOCKSET::AirBrushFlow, 500, 100},
+      {&BLOCKSET::UndoSoftness, 100, 100},
+      {&BLOCKSET::Opacity, 256, 255},
+      {&BLOCKSET::Opacity, -1, 0},
+      {&BLOCKSET::BrushShape, 2, 1},
+      {&BLOCKSET::EraserBrushType, 7, 1},
+      {&BLOCKSET::BrushThickness, 1LL << 40, 64},
   };
   for (const Case& c : cases) {
     ASSERT_TRUE(SetBrushSetting(d, c.field, c.typed));

@@ -197,9 +197,14 @@ TEST_F(PolygonTest, FiguresKeepTheirRecordedDigests) {
     std::vector<POINT> vertices;
     std::uint64_t digest;
   } scenes[] = {
-      {0, [](BLOCKSET& r) { r.SolidFillMode = 1, r.LineThickness = 1; }, {{10, 10}, {25, 10}, {25, 20}, {10, 20}}, 0x65e5c2a927ea7410},
+      {0,
+       [](BLOCKSET& r) { r.SolidFillMode = 1, r.LineThickness = 1; },
+       {{10, 10}, {25, 10}, {25, 20}, {10, 20}},
+       0x65e5c2a927ea7410},
       {0, [](BLOCKSET& r) { r.LineThickness = 3; }, {{10, 10}, {25, 10}, {25, 20}, {10, 20}}, 0xbd63895c23be9748},
-      {0, [](BLOCKSET& r) { r.Opacity = 128, r.FillColour = RGB(200, 0, 100); }, {{10, 10}, {20, 10}, {20, 20}, {10, 20}},
+      {0,
+       [](BLOCKSET& r) { r.Opacity = 128, r.FillColour = RGB(200, 0, 100); },
+       {{10, 10}, {20, 10}, {20, 20}, {10, 20}},
        0xff165f44ac48d786},
       {2, [](BLOCKSET& r) { r.Antialias = 1, r.FillColour = 6; }, {{3, 3}, {36, 9}, {12, 27}}, 0xeaca8de4e4dba3f8},
       {0,
@@ -207,7 +212,8 @@ TEST_F(PolygonTest, FiguresKeepTheirRecordedDigests) {
          r.ShadowActive = 1, r.Shadow.ShadowType = 2, r.Shadow.ShadowColor = RGB(0, 0, 0), r.Shadow.ShadowDirection = 7;
          r.Shadow.ShadowOffset = r.Shadow.ShadowSoft = 5, r.Shadow.ShadowOpacity = 255;
        },
-       {{5, 5}, {20, 5}, {20, 15}, {5, 15}}, 0x25838816fb410fec},
+       {{5, 5}, {20, 5}, {20, 15}, {5, 15}},
+       0x25838816fb410fec},
   };
   for (const Scene& s : scenes) {
     SCOPED_TRACE(s.type);

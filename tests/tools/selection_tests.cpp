@@ -31,7 +31,8 @@ HDIB Moved(const HDIB& original, RECT from, int dx, int dy, std::uint32_t paper)
   InsetSolidRectangle(out, paper, from);
   const BITMAPINFOHEADER* p = LockDib(piece);
   for (int y = 0; y < p->biHeight; ++y)
-    for (int x = 0; x < p->biWidth; ++x) PutDibPixel(LockDib(out), from.left + dx + x, from.top + dy + y, GetDibPixel(p, x, y));
+    for (int x = 0; x < p->biWidth; ++x)
+      PutDibPixel(LockDib(out), from.left + dx + x, from.top + dy + y, GetDibPixel(p, x, y));
   return out;
 }
 
@@ -125,9 +126,20 @@ TEST_F(RectSelect, GesturesLayDownWhatTheyMoved) {
     RECT from;
     int dx, dy;
   } cases[] = {
-      {"opacity, left in place: back at full strength", [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(); }, {}, 0, 0},
-      {"opacity, a nudge is no drag", [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(), d.Key(0x27); }, kSel, 1, 0},
-      {"half off the image", [](RectSelect&, FakeDocument& d) { d.Drag({30, 20}, {40, 30}), d.Drag({32, 22}, {37, 24}); }, {30, 20, 40, 30}, 5, 2},
+      {"opacity, left in place: back at full strength",
+       [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(); },
+       {},
+       0,
+       0},
+      {"opacity, a nudge is no drag",
+       [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(), d.Key(0x27); }, kSel, 1, 0},
+      {"half off the image",
+       [](RectSelect&, FakeDocument& d) {
+         d.Drag({30, 20}, {40, 30}), d.Drag({32, 22}, {37, 24});
+       },
+       {30, 20, 40, 30},
+       5,
+       2},
       {"scale changes keep the fragment on its pixels",
        [](RectSelect&, FakeDocument& d) {
          d.record.ViewMode = 6;  // 200 percent
@@ -141,7 +153,9 @@ TEST_F(RectSelect, GesturesLayDownWhatTheyMoved) {
          EXPECT_EQ(d.tools.session()->window, at200);
          EXPECT_EQ(Commit(d), (RECT{11, 7, 21, 15}));
        },
-       {}, 0, 0},
+       {},
+       0,
+       0},
       {"nudge and scroll follow the image",
        [](RectSelect&, FakeDocument& d) {
          d.record.ViewMode = 7;  // 400 percent: a nudge is four view pixels, one image pixel
@@ -162,7 +176,9 @@ TEST_F(RectSelect, GesturesLayDownWhatTheyMoved) {
          EXPECT_EQ(d.Pixel(0, 0), kPaper);
          d.Key(0x25);
        },
-       {0, 0, 40, 30}, -1, 0},
+       {0, 0, 40, 30},
+       -1,
+       0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -204,7 +220,8 @@ TEST_F(RectSelect, AFilteredFragmentOfAnotherSizeFloatsAndLandsWhole) {
   doc->tools.Send(UM_FRAGMENTCHANGED);
   EXPECT_EQ(doc->tools.session()->window, (RECT{10, 8, 35, 12}));
   Drop();
-  EXPECT_EQ((std::vector<std::uint32_t>{doc->Pixel(34, 11), doc->Pixel(12, 13)}), (std::vector<std::uint32_t>{RGB(1, 2, 3), kPaper}));
+  EXPECT_EQ((std::vector<std::uint32_t>{doc->Pixel(34, 11), doc->Pixel(12, 13)}),
+            (std::vector<std::uint32_t>{RGB(1, 2, 3), kPaper}));
 }
 
 TEST_F(RectSelect, PopupOffersTilesOnlyForSmallTrueColourFragments) {
@@ -252,10 +269,17 @@ TEST(SelectMasks, TransparencyByModeAndDepth) {
     std::uint32_t value;
     int expect;
   } cases[] = {
-      {0, 24, 0, RGB(100, 100, 100), 0}, {1, 24, 0, RGB(100, 100, 100), 1}, {1, 24, 0, RGB(100, 100, 101), 0},
-      {2, 24, 0, RGB(104, 96, 100), 1},  {2, 24, 0, RGB(105, 100, 100), 0}, {2, 8, 1, 104, 1},
-      {2, 8, 1, 95, 0},                  {2, 8, 2, 101, 0},                 {1, 4, 2, 12, 1},  // low three bits of 100
-      {1, 1, 3, 0, 1},                   {3, 24, 0, RGB(100, 100, 100), 0},
+      {0, 24, 0, RGB(100, 100, 100), 0},
+      {1, 24, 0, RGB(100, 100, 100), 1},
+      {1, 24, 0, RGB(100, 100, 101), 0},
+      {2, 24, 0, RGB(104, 96, 100), 1},
+      {2, 24, 0, RGB(105, 100, 100), 0},
+      {2, 8, 1, 104, 1},
+      {2, 8, 1, 95, 0},
+      {2, 8, 2, 101, 0},
+      {1, 4, 2, 12, 1},  // low three bits of 100
+      {1, 1, 3, 0, 1},
+      {3, 24, 0, RGB(100, 100, 100), 0},
   };
   for (const Case& c : cases) {
     r.FragmentPasteMode = c.mode;
@@ -380,7 +404,8 @@ TEST(Wand, RegionIsTheLikePixelsConnectedToTheSeed) {
     todo.pop_front();
     for (POINT d : {POINT{1, 0}, POINT{-1, 0}, POINT{0, 1}, POINT{0, -1}}) {
       const int x = q.x + d.x, y = q.y + d.y;
-      if (x < 0 || y < 0 || x >= 40 || y >= 30 || seen[y * 40 + x] || GetDibPixel(LockDib(before), x, y) != seed) continue;
+      if (x < 0 || y < 0 || x >= 40 || y >= 30 || seen[y * 40 + x] || GetDibPixel(LockDib(before), x, y) != seed)
+        continue;
       seen[y * 40 + x] = 1;
       todo.push_back({x, y});
     }

@@ -47,7 +47,8 @@ class ShapeTest : public test::ToolTest {
     CurrentTool() = tool;
     d->tools.MouseEvent(WM_LBUTTONDOWN, path[0].x, path[0].y, MK_LBUTTON | keys);
     d->Drain();
-    for (std::size_t i = 1; i < path.size(); ++i) d->tools.MouseEvent(WM_MOUSEMOVE, path[i].x, path[i].y, MK_LBUTTON | keys);
+    for (std::size_t i = 1; i < path.size(); ++i)
+      d->tools.MouseEvent(WM_MOUSEMOVE, path[i].x, path[i].y, MK_LBUTTON | keys);
     d->tools.MouseEvent(WM_LBUTTONUP, path.back().x, path.back().y, keys);
     d->Drain();
   }
@@ -138,7 +139,9 @@ TEST_F(ShapeTest, CommitsKeepTheirRecordedDigests) {
       {"ellipse antialiased", 0, [](BLOCKSET& r) { r.Antialias = 1, r.LineThickness = 2, r.SolidFillMode = 0; },
        ellipse, 0xb7eb1c1f96e5ff84},
       {"paletted", 2,
-       [](BLOCKSET& r) { r.Antialias = 1, r.LineThickness = 3, r.SolidFillMode = 0, r.PaintColour = 3, r.FillColour = 5; },
+       [](BLOCKSET& r) {
+         r.Antialias = 1, r.LineThickness = 3, r.SolidFillMode = 0, r.PaintColour = 3, r.FillColour = 5;
+       },
        crossed, 0xf1bf3820adff0870},
       {"mono", 3,
        [](BLOCKSET& r) {
@@ -146,9 +149,16 @@ TEST_F(ShapeTest, CommitsKeepTheirRecordedDigests) {
          r.PaintColour = GetDibPixel(LockDib(r.Image), 0, 0) ^ 1;
        },
        crossed, 0x98e59a2ef50f4288},
-      {"line antialiased", 0, [](BLOCKSET& r) { r.Antialias = 1; }, {{TOOL_LINE, {{0, 29}, {39, 0}}}}, 0xd4cf607ddbb6458f},
-      {"half opacity", 0, [](BLOCKSET& r) { r.Opacity = 128, r.SolidFillMode = 0, r.FillColour = RGB(200, 0, 100); },
-       {{TOOL_RECTANGLE, {{5, 4}, {15, 12}}}}, 0xbe2652d1a4f1cf86},
+      {"line antialiased",
+       0,
+       [](BLOCKSET& r) { r.Antialias = 1; },
+       {{TOOL_LINE, {{0, 29}, {39, 0}}}},
+       0xd4cf607ddbb6458f},
+      {"half opacity",
+       0,
+       [](BLOCKSET& r) { r.Opacity = 128, r.SolidFillMode = 0, r.FillColour = RGB(200, 0, 100); },
+       {{TOOL_RECTANGLE, {{5, 4}, {15, 12}}}},
+       0xbe2652d1a4f1cf86},
       {"shadow", 0, shadow(255, 0, 1), box, 0xa2bbc55bc60b50f8},
       {"shadow on grey", 1, shadow(255, 2, 1), box, 0xd248433e59102d96},
       {"no shadow under 255", 0, shadow(254, 0, 1), box, 0xee2922a11c186106},
@@ -203,8 +213,7 @@ TEST_F(ShapeTest, DragPreviewIsAnInvertedOutlineThatLeavesNoTrace) {
   d->tools.MouseEvent(WM_MOUSEMOVE, 20, 18, MK_LBUTTON);
   EXPECT_EQ(d->host.inversions.size(), 1u);
   d->tools.MouseEvent(WM_MOUSEMOVE, 4, 3, MK_LBUTTON);
-  EXPECT_EQ(d->host.inversions,
-            (std::vector<std::string>{"rect 10,8,20,18", "rect 10,8,20,18", "rect 4,3,10,8"}));
+  EXPECT_EQ(d->host.inversions, (std::vector<std::string>{"rect 10,8,20,18", "rect 10,8,20,18", "rect 4,3,10,8"}));
   EXPECT_EQ(d->host.status, "(4,3) - (10,8) [ 6,5 ]");
   // The image is untouched until the release.
   EXPECT_EQ(Pixel(4, 3), kWhite);
@@ -266,15 +275,15 @@ TEST_F(ShapeTest, AngleConstraintFollowsTheStepTable) {
   struct Case {
     POINT to, expected;
   } cases[] = {
-      {{110, 97}, {110, 100}},  // angle 8: horizontal
-      {{110, 91}, {110, 90}},   // 43: diagonal up right, m = the larger distance
-      {{102, 80}, {100, 80}},   // 89: vertical
-      {{91, 89}, {89, 89}},     // 135: diagonal up left
-      {{80, 103}, {80, 100}},   // 182: horizontal
-      {{91, 110}, {90, 110}},   // 223: diagonal down left
-      {{99, 130}, {100, 130}},  // 270: vertical
-      {{109, 110}, {110, 110}}, // 316: diagonal down right
-      {{130, 101}, {130, 100}}, // 360: horizontal
+      {{110, 97}, {110, 100}},   // angle 8: horizontal
+      {{110, 91}, {110, 90}},    // 43: diagonal up right, m = the larger distance
+      {{102, 80}, {100, 80}},    // 89: vertical
+      {{91, 89}, {89, 89}},      // 135: diagonal up left
+      {{80, 103}, {80, 100}},    // 182: horizontal
+      {{91, 110}, {90, 110}},    // 223: diagonal down left
+      {{99, 130}, {100, 130}},   // 270: vertical
+      {{109, 110}, {110, 110}},  // 316: diagonal down right
+      {{130, 101}, {130, 100}},  // 360: horizontal
   };
   for (const Case& c : cases) {
     POINT p = ConstrainToAngle(o, c.to);

@@ -59,7 +59,7 @@ TEST_F(ClipboardGuiTest, CopyOffersPngAndBmpAndPasteFloatsAtTheTopLeft) {
   Drop(d);
   EXPECT_EQ(At(d, 19, 9), kBlock);
   EXPECT_EQ(At(d, 25, 25), kBlock);  // the original stays where it was
-  Choose(CM_UNDO);  // one step takes the paste away
+  Choose(CM_UNDO);                   // one step takes the paste away
   EXPECT_EQ(At(d, 19, 9), RGB(255, 255, 255));
   EXPECT_EQ(At(d, 25, 25), kBlock);
 }

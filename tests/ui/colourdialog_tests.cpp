@@ -104,7 +104,9 @@ TEST_F(ColourDialogTest, AddAndDeleteAskAndSaveAtOnce) {
   });
   answer = IDNO;  // the duplicate question, answered No: nothing asked for or added
   box.AddColour();
-  EXPECT_EQ(prompts, std::vector<QString>{"This color already exists in the current color table as Blood. Do you wish to add it anyway?"});
+  EXPECT_EQ(prompts,
+            std::vector<QString>{
+                "This color already exists in the current color table as Blood. Do you wish to add it anyway?"});
   EXPECT_EQ(addBoxes, 0);
   answer = IDYES;
   box.AddColour();
@@ -263,7 +265,8 @@ TEST_F(ColourDialogTest, RoutingByImageTypeAndFillType) {
   for (int type = 0; type < 4; ++type)
     for (int k = 0; k < 3; ++k)
       for (int fill = 0; fill < 4; ++fill)
-        if (expected[type][k][fill]) EXPECT_EQ(route(type, fill, k == 0 ? 1 : k == 1 ? 2 : 4), expected[type][k][fill]) << type << k << fill;
+        if (expected[type][k][fill])
+          EXPECT_EQ(route(type, fill, k == 0 ? 1 : k == 1 ? 2 : 4), expected[type][k][fill]) << type << k << fill;
   // No image counts as true colour; an image of no known type is an error.
   r.Image.reset();
   r.ImageType = IMAGE_NONE;

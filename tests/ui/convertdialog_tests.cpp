@@ -57,9 +57,13 @@ TEST_F(ConvertDialogTest, BoxesShowTheirTextsAndOptions) {
     QString start;
     std::vector<QString> options;
   } cases[] = {
-      {&mono, "Convert to monochrome", "Conversion to a monochrome will reduce your image to black and white.",
+      {&mono,
+       "Convert to monochrome",
+       "Conversion to a monochrome will reduce your image to black and white.",
        {"Error-diffused dither", "Bayer dither", "Remapped"}},
-      {&pal, "Convert to paletted color", "Conversion to a paletted color format typically involves some loss",
+      {&pal,
+       "Convert to paletted color",
+       "Conversion to a paletted color format typically involves some loss",
        {"256-&color quantized (dithered)", "240-c&olor quantized + Window fixed (dithered)",
         "256-color &quantized (remapped)", "240-co&lor quantized + Window fixed (remapped)",
         "256-color o&rtho (dithered)", "256-color or&tho (remapped)", "256-color &Bayer dither",
@@ -91,7 +95,8 @@ TEST_F(ConvertDialogTest, BoxesShowTheirTextsAndOptions) {
 
 TEST_F(ConvertDialogTest, StartingOptionComesFromTheSettingOr101) {
   HDIB image = RampImage(10, 10);
-  for (auto [mono, palette, monoShown, paletteShown] : {std::tuple{103, 108, 103, 108}, std::tuple{109, 4711, 101, 101}}) {
+  for (auto [mono, palette, monoShown, paletteShown] :
+       {std::tuple{103, 108, 103, 108}, std::tuple{109, 4711, 101, 101}}) {
     ToMonoType = mono, ToPaletteType = palette;
     DitherBrightness = 200;  // beyond the spin's range: shown clamped, not written back
     ConvertToMonoBox m(image);
@@ -124,7 +129,9 @@ TEST_F(ConvertDialogTest, PreviewIsTheEngineResultForTheCheckedButtonAndIsMadeOn
   ConvertPreview* preview = mono.preview();
   for (int id : {103, 102, 101}) {
     mono.option(id)->click();
-    EXPECT_TRUE(test::SameBlock(preview->previewDib(), MonoPreviewImage(image, id, box.width(), box.height(), nullptr, nullptr, DitherOptionsFromSettings()))) << id;
+    EXPECT_TRUE(test::SameBlock(preview->previewDib(), MonoPreviewImage(image, id, box.width(), box.height(), nullptr,
+                                                                        nullptr, DitherOptionsFromSettings())))
+        << id;
   }
   int made = preview->makeCount();
   preview->previewDib();
@@ -137,7 +144,8 @@ TEST_F(ConvertDialogTest, PreviewIsTheEngineResultForTheCheckedButtonAndIsMadeOn
   mono.contrast()->setValue(7);
   EXPECT_FALSE(test::SameBlock(preview->previewDib(), at25));
   EXPECT_EQ(preview->makeCount(), made + 1);
-  EXPECT_TRUE(test::SameBlock(preview->previewDib(), MonoPreviewImage(image, 101, box.width(), box.height(), nullptr, nullptr, DitherOptionsFromSettings())));
+  EXPECT_TRUE(test::SameBlock(preview->previewDib(), MonoPreviewImage(image, 101, box.width(), box.height(), nullptr,
+                                                                      nullptr, DitherOptionsFromSettings())));
   // A closed dialog shows nothing.
   mono.reject();
   EXPECT_FALSE(preview->previewDib());
@@ -170,9 +178,8 @@ TEST_F(ConvertDialogTest, PreviewIsCentredInItsBoxAndPaintedThere) {
 
 TEST_F(ConvertDialogTest, OkOpensTheEngineResultOfTheChosenOptionAsANewDocument) {
   for (int id = 101; id <= 109; ++id) {
-    DocumentWindow* d = Convert<ConvertToPaletteBox>(CM_TOPALETTE, [id](ConvertToPaletteBox& box) {
-      return box.option(id)->click(), true;
-    });
+    DocumentWindow* d = Convert<ConvertToPaletteBox>(
+        CM_TOPALETTE, [id](ConvertToPaletteBox& box) { return box.option(id)->click(), true; });
     ASSERT_NE(d, nullptr) << id;
     EXPECT_EQ(ToPaletteType, id);
     EXPECT_EQ(d->record()->ImageType, IMAGE_PALETTED);
@@ -188,21 +195,24 @@ TEST_F(ConvertDialogTest, OkOpensTheEngineResultOfTheChosenOptionAsANewDocument)
     ASSERT_NE(d, nullptr) << id;
     EXPECT_EQ(ToMonoType, id);
     EXPECT_EQ(d->record()->ImageType, IMAGE_MONO);
-    EXPECT_TRUE(test::SameBlock(d->record()->Image, ConvertToMonoStrategy(source, id, DitherOptionsFromSettings()))) << id;
+    EXPECT_TRUE(test::SameBlock(d->record()->Image, ConvertToMonoStrategy(source, id, DitherOptionsFromSettings())))
+        << id;
   }
   EXPECT_TRUE(prompts.empty());
 }
 
 TEST_F(ConvertDialogTest, CancelOpensNothingSilentlyAndKeepsTheChoices) {
-  EXPECT_EQ(Convert<ConvertToPaletteBox>(CM_TOPALETTE, [](ConvertToPaletteBox& box) {
-              return box.option(104)->click(), false;
-            }), nullptr);
+  EXPECT_EQ(Convert<ConvertToPaletteBox>(CM_TOPALETTE,
+                                         [](ConvertToPaletteBox& box) { return box.option(104)->click(), false; }),
+            nullptr);
   EXPECT_EQ(ToPaletteType, 104);
-  EXPECT_EQ(Convert<ConvertToMonoBox>(CM_TOMONO, [](ConvertToMonoBox& box) {
-              box.option(103)->click();
-              box.contrast()->setValue(64);
-              return false;
-            }), nullptr);
+  EXPECT_EQ(Convert<ConvertToMonoBox>(CM_TOMONO,
+                                      [](ConvertToMonoBox& box) {
+                                        box.option(103)->click();
+                                        box.contrast()->setValue(64);
+                                        return false;
+                                      }),
+            nullptr);
   EXPECT_EQ(ToMonoType, 103);
   EXPECT_EQ(DitherContrast, 64);
   EXPECT_TRUE(prompts.empty());
@@ -212,9 +222,9 @@ TEST_F(ConvertDialogTest, FailedConversionSaysMemoryError) {
   // Error diffusion refuses a 1-bit source; the remapping options work.
   for (auto [id, works] : {std::pair{101, false}, std::pair{105, false}, std::pair{106, true}}) {
     prompts.clear();
-    DocumentWindow* d = Convert<ConvertToPaletteBox>(CM_TOPALETTE, [id](ConvertToPaletteBox& box) {
-      return box.option(id)->click(), true;
-    }, test::RandomDib(16, 9, 1, 3));
+    DocumentWindow* d = Convert<ConvertToPaletteBox>(
+        CM_TOPALETTE, [id](ConvertToPaletteBox& box) { return box.option(id)->click(), true; },
+        test::RandomDib(16, 9, 1, 3));
     EXPECT_EQ(d != nullptr, works) << id;
     EXPECT_EQ(prompts, works ? std::vector<QString>{} : std::vector<QString>{FetchString(IDS_MEMORY_ERROR)}) << id;
   }

@@ -163,12 +163,13 @@ TEST_F(FileDialogTest, PreviewShowsSizeColoursAndTheScaledPictureWhenChecked) {
 }
 
 TEST_F(FileDialogTest, ScaleRuleAtLeastTenPercentCentredAndClipped) {
-  struct Case { int w, h, percent; QRect rect; } cases[] = {
-      {200, 100, 88, QRect(0, 29, 176, 88)},
-      {30, 60, 243, QRect(52, 0, 72, 145)},             // 14600 / 60, below 17600 / 30
-      {4000, 10, 10, QRect(-112, 72, 400, 1)},          // 10 is the least; overflows both sides
-      {30, 9000, 10, QRect(86, -377, 3, 900)},
-      {0, 10, 0, QRect()},
+  struct Case {
+    int w, h, percent;
+    QRect rect;
+  } cases[] = {
+      {200, 100, 88, QRect(0, 29, 176, 88)},   {30, 60, 243, QRect(52, 0, 72, 145)},  // 14600 / 60, below 17600 / 30
+      {4000, 10, 10, QRect(-112, 72, 400, 1)},  // 10 is the least; overflows both sides
+      {30, 9000, 10, QRect(86, -377, 3, 900)}, {0, 10, 0, QRect()},
   };
   for (const Case& c : cases) {
     const PreviewPlacement p = PlacePreview(176, 146, c.w, c.h);
@@ -233,8 +234,8 @@ TEST_F(FileDialogTest, BrokenFilesShowNothingAndLeaveTheText) {
   test::Spit(dir / "plain.txt", "Width: 1");
   fs::create_directory(dir / "folder.png");
   ASSERT_EQ(mkfifo((dir / "pipe.bmp").c_str(), 0600), 0);
-  for (const char* bad : {"noise.png", "empty.jpg", "cut.bmp", "huge.bmp", "plain.txt", "folder.png", "pipe.bmp",
-                          "nothing-here.bmp"}) {
+  for (const char* bad :
+       {"noise.png", "empty.jpg", "cut.bmp", "huge.bmp", "plain.txt", "folder.png", "pipe.bmp", "nothing-here.bmp"}) {
     d.ShowPreviewOf(QString::fromStdString(good));
     ASSERT_TRUE(d.pane()->picture());
     d.ShowPreviewOf(QString::fromStdString(dir / bad));
@@ -247,8 +248,8 @@ TEST_F(FileDialogTest, BrokenFilesShowNothingAndLeaveTheText) {
 TEST_F(FileDialogTest, SaveNameAndTypeFollowEachOther) {
   // The start: the type from the extension (else the remembered one), the name never renamed.
   ImageFileOpenIndex = 2;
-  const std::pair<const char*, int> starts[] = {{"a.jpg", 1}, {"b.BMP", 2}, {"c.Pcx", 3}, {"d.tga", 4},
-                                               {"archive.tar.png", 5}, {"f.gif", 2}, {"noext", 2}, {"h.JFIF", 1}};
+  const std::pair<const char*, int> starts[] = {{"a.jpg", 1},           {"b.BMP", 2}, {"c.Pcx", 3}, {"d.tga", 4},
+                                                {"archive.tar.png", 5}, {"f.gif", 2}, {"noext", 2}, {"h.JFIF", 1}};
   for (auto [name, type] : starts) {
     WriteImageFileDialog d(nullptr, dir / name);
     EXPECT_EQ(d.typeIndex(), type) << name;
@@ -260,11 +261,14 @@ TEST_F(FileDialogTest, SaveNameAndTypeFollowEachOther) {
             fs::absolute(dir.path).string());
   // Choosing a type renames what the user typed; All files leaves it.
   WriteImageFileDialog d(nullptr, dir / "photo.jpg");
-  const struct { const char* typed; int index; const char* shown; } steps[] = {
-      {"photo.jpg", 4, "photo.png"}, {"photo.png", 5, "photo.png"}, {"photo.png", 1, "photo.bmp"},
-      {"holiday", 3, "holiday.tga"}, {"scan.PCX", 2, "scan.PCX"}, {"v1.2.final.pcx", 0, "v1.2.final.jpg"},
-      {"photo.", 1, "photo.bmp"}, {"photo", 5, "photo"}, {"a.b/photo", 3, "a.b/photo.tga"},
-      {"photo.JPG", 0, "photo.JPG"}};
+  const struct {
+    const char* typed;
+    int index;
+    const char* shown;
+  } steps[] = {{"photo.jpg", 4, "photo.png"}, {"photo.png", 5, "photo.png"}, {"photo.png", 1, "photo.bmp"},
+               {"holiday", 3, "holiday.tga"}, {"scan.PCX", 2, "scan.PCX"},   {"v1.2.final.pcx", 0, "v1.2.final.jpg"},
+               {"photo.", 1, "photo.bmp"},    {"photo", 5, "photo"},         {"a.b/photo", 3, "a.b/photo.tga"},
+               {"photo.JPG", 0, "photo.JPG"}};
   for (const auto& s : steps) {
     d.nameEdit()->setText(s.typed);
     d.typeCombo()->setCurrentIndex(s.index);

@@ -166,7 +166,7 @@ TEST_F(FillDialogTest, ShadowsCommandEditsTheActiveDocumentOnOkOnly) {
     box.softness()->setValue(42);
     EXPECT_EQ(box.softnessText()->text(), "0.42");
     box.softness()->triggerAction(QAbstractSlider::SliderPageStepAdd);  // a page is an eighth of 100
-    box.offset()->setValue(300);  // clamped to 256
+    box.offset()->setValue(300);                                        // clamped to 256
     box.offset()->setValue(9);
     box.swatch()->click();  // a custom colour also picks "Custom color"
     EXPECT_TRUE(box.typeButton(2)->isChecked());

@@ -71,7 +71,9 @@ class FilterDialogTest : public test::QtFixture {
     box.filterList()->setCurrentIndex(row);
   }
   template <class W>
-  static W* Find(MasterFilterBox& box, int id) { return box.findChild<W*>(QString::number(id)); }
+  static W* Find(MasterFilterBox& box, int id) {
+    return box.findChild<W*>(QString::number(id));
+  }
   bool Unchanged(DocumentWindow* d) { return test::SameBlock(d->record()->Image, original) && !Enabled(CM_UNDO); }
 
   HDIB original;
@@ -84,9 +86,23 @@ TEST_F(FilterDialogTest, MenuHoldsSeventeenFiltersEnabledByImageType) {
   ASSERT_EQ(items.size(), 19);
   EXPECT_EQ(items[0]->text(), "&Filters");
   EXPECT_TRUE(items[1]->isSeparator());
-  const char* names[17] = {"Add Noise", "Color and Intensity", "Contrast and Brightness", "Despeckle", "Emboss",
-                           "Flip", "Gaussian Blur", "Invert Colours", "Oil Painting", "Resize", "Rotate", "Shade",
-                           "Sharpen", "Solarize", "Swirl", "Unsharp Mask", "Vignette"};
+  const char* names[17] = {"Add Noise",
+                           "Color and Intensity",
+                           "Contrast and Brightness",
+                           "Despeckle",
+                           "Emboss",
+                           "Flip",
+                           "Gaussian Blur",
+                           "Invert Colours",
+                           "Oil Painting",
+                           "Resize",
+                           "Rotate",
+                           "Shade",
+                           "Sharpen",
+                           "Solarize",
+                           "Swirl",
+                           "Unsharp Mask",
+                           "Vignette"};
   auto enabled = [&] {
     std::set<std::string> on;
     for (int i = 0; i < 17; ++i) {
@@ -102,8 +118,8 @@ TEST_F(FilterDialogTest, MenuHoldsSeventeenFiltersEnabledByImageType) {
   grey.insert({"Add Noise", "Contrast and Brightness", "Despeckle", "Emboss", "Gaussian Blur", "Sharpen", "Solarize",
                "Unsharp Mask", "Vignette"});
   paletted.insert({"Color and Intensity", "Contrast and Brightness"});
-  const std::set<std::string> expected[4] = {std::set<std::string>(std::begin(names), std::end(names)), grey,
-                                             paletted, geometry};
+  const std::set<std::string> expected[4] = {std::set<std::string>(std::begin(names), std::end(names)), grey, paletted,
+                                             geometry};
   for (int type = 0; type < 4; ++type) {
     NewDocument(type, 40, 30);
     EXPECT_EQ(enabled(), expected[type]) << "type " << type;
@@ -134,7 +150,8 @@ TEST_F(FilterDialogTest, EachFilterShowsOnlyItsControls) {
         if (*id < 10000) EXPECT_TRUE(box.control(*id)) << *id;
       }
       for (QWidget* w : numbered)
-        EXPECT_EQ(w->isHidden(), !own.count(w->objectName().toInt())) << filtertype[f].name << " " << w->objectName().toStdString();
+        EXPECT_EQ(w->isHidden(), !own.count(w->objectName().toInt()))
+            << filtertype[f].name << " " << w->objectName().toStdString();
     }
     return false;
   });
@@ -203,17 +220,19 @@ TEST_F(FilterDialogTest, PreviewThenOkPutsTheResultInTheDocumentAndUndoBringsItB
   direct.FilterGaussianSigma = 30;
   HDIB expected = FilterGaussianBlur(original, &direct);
   bool sawPreview = false;
-  Filters([&](MasterFilterBox& box) {
-    EXPECT_EQ(box.filterList()->currentText(), "Gaussian Blur");
-    box.scrollBar(222)->setValue(20);
-    box.scrollBar(219)->setValue(30);
-    box.previewButton()->click();
-    box.WaitForPreview();
-    EXPECT_EQ(box.param()->Changed, 0);
-    sawPreview = test::SameBlock(box.param()->AfterImage, expected);
-    EXPECT_TRUE(test::SameBlock(*box.param()->BeforeImage, original));
-    return true;
-  }, FILTER_MENU_FIRST + 6);
+  Filters(
+      [&](MasterFilterBox& box) {
+        EXPECT_EQ(box.filterList()->currentText(), "Gaussian Blur");
+        box.scrollBar(222)->setValue(20);
+        box.scrollBar(219)->setValue(30);
+        box.previewButton()->click();
+        box.WaitForPreview();
+        EXPECT_EQ(box.param()->Changed, 0);
+        sawPreview = test::SameBlock(box.param()->AfterImage, expected);
+        EXPECT_TRUE(test::SameBlock(*box.param()->BeforeImage, original));
+        return true;
+      },
+      FILTER_MENU_FIRST + 6);
   EXPECT_TRUE(sawPreview);
   EXPECT_TRUE(test::SameBlock(d->record()->Image, expected));
   EXPECT_EQ(d->record()->Modified, 1);
@@ -234,13 +253,15 @@ TEST_F(FilterDialogTest, EscWhileOkRunsLeavesTheDocumentAsItWas) {
     for (int i = 0; !release && i < 3000; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   });
   bool wasRunning = false, stillRunning = true;
-  Filters([&](MasterFilterBox& box) {
-    box.okButton()->click();
-    wasRunning = box.PreviewRunning();
-    QTest::keyClick(&box, Qt::Key_Escape);
-    stillRunning = box.PreviewRunning();
-    return box.result() == QDialog::Accepted;
-  }, FILTER_MENU_FIRST + 7);
+  Filters(
+      [&](MasterFilterBox& box) {
+        box.okButton()->click();
+        wasRunning = box.PreviewRunning();
+        QTest::keyClick(&box, Qt::Key_Escape);
+        stillRunning = box.PreviewRunning();
+        return box.result() == QDialog::Accepted;
+      },
+      FILTER_MENU_FIRST + 7);
   release = true;
   SetLongWorkGate({});
   std::this_thread::sleep_for(std::chrono::milliseconds(50));  // the abandoned run ends by itself
@@ -258,17 +279,21 @@ TEST_F(FilterDialogTest, OkAtOnceRunsTheFilterAndAResizeChangesTheSize) {
   direct.FilterContrast = 180;
   Filters([](MasterFilterBox&) { return true; }, FILTER_MENU_FIRST + 2);
   EXPECT_TRUE(test::SameBlock(d->record()->Image, FilterContrastBrightness(original, &direct)));
-  Filters([](MasterFilterBox& box) {
-    Find<QSpinBox>(box, 258)->setValue(50);
-    return true;
-  }, FILTER_MENU_FIRST + 9);
+  Filters(
+      [](MasterFilterBox& box) {
+        Find<QSpinBox>(box, 258)->setValue(50);
+        return true;
+      },
+      FILTER_MENU_FIRST + 9);
   EXPECT_EQ(LockDib(d->record()->Image)->biWidth, 40);
   EXPECT_EQ(LockDib(d->record()->Image)->biHeight, 30);
   // The percentages are never stored: the next dialog starts at 100.
-  Filters([](MasterFilterBox& box) {
-    EXPECT_EQ(Find<QSpinBox>(box, 258)->value(), 100);
-    return false;
-  }, FILTER_MENU_FIRST + 9);
+  Filters(
+      [](MasterFilterBox& box) {
+        EXPECT_EQ(Find<QSpinBox>(box, 258)->value(), 100);
+        return false;
+      },
+      FILTER_MENU_FIRST + 9);
 }
 
 TEST_F(FilterDialogTest, ACheckBoxChangedAfterAPreviewDoesNotReachTheResult) {
@@ -303,19 +328,23 @@ TEST_F(FilterDialogTest, CancelKeepsTheImageAndSettingsAreStoredOnlyWhenRemember
   EXPECT_EQ(FilterSolarizeThreshold, 77);
   EXPECT_STREQ(DefaultFilterType, "");  // the name is kept only by OK
   // "Remember settings" off: this invocation's values are forgotten, also after OK.
-  Filters([](MasterFilterBox& box) {
-    Find<QCheckBox>(box, 113)->click();
-    box.scrollBar(231)->setValue(200);
-    return false;
-  }, FILTER_MENU_FIRST + 13);
+  Filters(
+      [](MasterFilterBox& box) {
+        Find<QCheckBox>(box, 113)->click();
+        box.scrollBar(231)->setValue(200);
+        return false;
+      },
+      FILTER_MENU_FIRST + 13);
   EXPECT_EQ(FilterRemember, 0);
   EXPECT_EQ(FilterSolarizeThreshold, 77);
-  Filters([](MasterFilterBox& box) {
-    EXPECT_FALSE(Find<QCheckBox>(box, 113)->isChecked());
-    EXPECT_EQ(box.scrollBar(231)->value(), 77);
-    box.scrollBar(231)->setValue(30);
-    return true;
-  }, FILTER_MENU_FIRST + 13);
+  Filters(
+      [](MasterFilterBox& box) {
+        EXPECT_FALSE(Find<QCheckBox>(box, 113)->isChecked());
+        EXPECT_EQ(box.scrollBar(231)->value(), 77);
+        box.scrollBar(231)->setValue(30);
+        return true;
+      },
+      FILTER_MENU_FIRST + 13);
   FILTERPARAM direct = DirectParam();
   direct.FilterSolarizeThreshold = 30;
   EXPECT_TRUE(test::SameBlock(d->record()->Image, FilterSolarize(original, &direct)));
@@ -325,10 +354,12 @@ TEST_F(FilterDialogTest, CancelKeepsTheImageAndSettingsAreStoredOnlyWhenRemember
 
 TEST_F(FilterDialogTest, ApplyToDuplicateOpensASecondDocumentAndLeavesTheFirst) {
   DocumentWindow* first = Photo(60, 40);
-  Filters([](MasterFilterBox& box) {
-    Find<QCheckBox>(box, 115)->click();
-    return true;
-  }, FILTER_MENU_FIRST + 7);  // Invert Colours
+  Filters(
+      [](MasterFilterBox& box) {
+        Find<QCheckBox>(box, 115)->click();
+        return true;
+      },
+      FILTER_MENU_FIRST + 7);  // Invert Colours
   EXPECT_EQ(FilterApplyToDuplicate, 1);
   ASSERT_EQ(frame->CountOpenDocuments(), 2);
   DocumentWindow* second = frame->ActiveDocument();
@@ -371,7 +402,7 @@ TEST_F(FilterDialogTest, AFailedFilterSaysMemoryErrorAndChangesNothing) {
     box.WaitForPreview();
     EXPECT_EQ(box.param()->Changed, 1);
     EXPECT_EQ(box.param()->AfterWidth, 100);  // the old result stays
-    return true;  // OK runs the pending preview again, which fails again
+    return true;                              // OK runs the pending preview again, which fails again
   });
   SetAllocationLimit(0);
   EXPECT_EQ(prompts, std::vector<QString>({"Memory error", "Memory error"}));
@@ -418,7 +449,8 @@ TEST_F(FilterDialogTest, PanesDrawTheImageCentredAndZoomAndPanWithTheMouse) {
       EXPECT_EQ(before->lastImageRect(), QRect(origin, QSize(sw, sh)));
       for (int y = 0; y < sh; y += 7)
         for (int x = 0; x < sw; x += 5)
-          EXPECT_EQ(shot.pixel(origin + QPoint(x, y)), Rgb(GetDibPixel(h, x * 100 / zoom, y * 100 / zoom)) | 0xFF000000u);
+          EXPECT_EQ(shot.pixel(origin + QPoint(x, y)),
+                    Rgb(GetDibPixel(h, x * 100 / zoom, y * 100 / zoom)) | 0xFF000000u);
       EXPECT_EQ(shot.pixel(inner.topLeft()), qRgb(255, 255, 255));
       EXPECT_EQ(shot.pixel(0, 0), qRgb(0, 0, 0));  // the black frame
     }

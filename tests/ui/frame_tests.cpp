@@ -40,14 +40,41 @@ using FrameTest = test::QtFixture;
 
 TEST_F(FrameTest, MenuTreeLabelsAndGreyStates) {
   const std::map<int, const char*> labels = {
-      {101, "&New\tCtrl+N"}, {58, "&Open\tCtrl+0"}, {57, "&Save\tCtrl+S"}, {104, "Save &as..."}, {106, "&Close"},
-      {54, "Set&up"}, {55, "E&xit"}, {50, "&Undo\tCtrl+U (Alt+Backspace)"}, {201, "Cu&t\tCtrl+X (Shift+Del)"},
-      {202, "&Copy\tCtrl+C (Ctrl+Ins)"}, {203, "&Paste\tCtrl+V (Shift+Ins)"}, {110, "Paste as &new document"},
-      {206, "C&lear"}, {205, "&Select All"}, {207, "Hide &tool bar"}, {208, "Hide &settings"}, {209, "Copy t&o"},
-      {210, "P&aste from"}, {51, "&Grid active"}, {212, "G&rid settings"}, {53, "Shado&ws"}, {301, "&Attributes"},
-      {302, "&True color"}, {303, "&Greyscale"}, {304, "&Paletted"}, {305, "&Mono"}, {801, "&Cascade\tShift+F5"},
-      {802, "&Tile\tShift+F4"}, {803, "&Arrange Icons"}, {804, "&Duplicate\tCtrl+D"}, {52, "&Contents"},
-      {902, "&About..."}, {903, "&System information"}, {136, "&Tip of the day"}, {62, "&Manual"},
+      {101, "&New\tCtrl+N"},
+      {58, "&Open\tCtrl+0"},
+      {57, "&Save\tCtrl+S"},
+      {104, "Save &as..."},
+      {106, "&Close"},
+      {54, "Set&up"},
+      {55, "E&xit"},
+      {50, "&Undo\tCtrl+U (Alt+Backspace)"},
+      {201, "Cu&t\tCtrl+X (Shift+Del)"},
+      {202, "&Copy\tCtrl+C (Ctrl+Ins)"},
+      {203, "&Paste\tCtrl+V (Shift+Ins)"},
+      {110, "Paste as &new document"},
+      {206, "C&lear"},
+      {205, "&Select All"},
+      {207, "Hide &tool bar"},
+      {208, "Hide &settings"},
+      {209, "Copy t&o"},
+      {210, "P&aste from"},
+      {51, "&Grid active"},
+      {212, "G&rid settings"},
+      {53, "Shado&ws"},
+      {301, "&Attributes"},
+      {302, "&True color"},
+      {303, "&Greyscale"},
+      {304, "&Paletted"},
+      {305, "&Mono"},
+      {801, "&Cascade\tShift+F5"},
+      {802, "&Tile\tShift+F4"},
+      {803, "&Arrange Icons"},
+      {804, "&Duplicate\tCtrl+D"},
+      {52, "&Contents"},
+      {902, "&About..."},
+      {903, "&System information"},
+      {136, "&Tip of the day"},
+      {62, "&Manual"},
   };
   for (const auto& [id, label] : labels) {
     ASSERT_NE(frame->action(id), nullptr) << id;
@@ -82,7 +109,9 @@ TEST_F(FrameTest, MenuTreeLabelsAndGreyStates) {
 }
 
 TEST_F(FrameTest, NewOfEachKindIsWhiteAndShowsAStroke) {
-  struct Kind { int type, bits, palette; } kinds[] = {{0, 24, 0}, {1, 8, 10}, {2, 8, 8}, {3, 1, 0}};
+  struct Kind {
+    int type, bits, palette;
+  } kinds[] = {{0, 24, 0}, {1, 8, 10}, {2, 8, 8}, {3, 1, 0}};
   for (const Kind& k : kinds) {
     SCOPED_TRACE(k.type);
     DocumentWindow* d = NewDocument(k.type, 60, 40);
@@ -342,7 +371,7 @@ TEST_F(FrameTest, ScrollBarsAndTheWheelMoveTheView) {
   h->triggerAction(QAbstractSlider::SliderSingleStepAdd);
   EXPECT_EQ(d->view()->scrollX(), 1);
   EXPECT_EQ(d->view()->ImagePoint(QPoint(4, 0)).x, 2);  // one image pixel is four view pixels
-  d->resize(320, 320);  // a resize returns to the top left
+  d->resize(320, 320);                                  // a resize returns to the top left
   EXPECT_EQ(d->view()->scrollX(), 0);
   for (QScrollBar* bar : NewDocument(0, 20, 20)->findChildren<QScrollBar*>()) {
     EXPECT_TRUE(bar->isVisible());

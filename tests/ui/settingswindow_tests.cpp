@@ -117,21 +117,32 @@ TEST_F(SettingsTest, ControlsWriteIntoTheTopDocumentAndTellItsToolWhatItNeeds) {
     int stored;
     Tells tells;
   } cases[] = {
-      {70, 30, &BLOCKSET::BrushThickness, 30, Setting}, {66, -1, &BLOCKSET::BrushShape, 1, Setting},
-      {68, -1, &BLOCKSET::BrushType, 1, Setting},       {69, -1, &BLOCKSET::BrushType, 0, Setting},
+      {70, 30, &BLOCKSET::BrushThickness, 30, Setting},
+      {66, -1, &BLOCKSET::BrushShape, 1, Setting},
+      {68, -1, &BLOCKSET::BrushType, 1, Setting},
+      {69, -1, &BLOCKSET::BrushType, 0, Setting},
       {74, 55, &BLOCKSET::BrushSoftness, 55, Setting},
       // Fill, caps, thickness, tolerance and match reach the tool at its next use.
-      {42, -1, &BLOCKSET::SolidFillMode, 1, None},      {44, -1, &BLOCKSET::SolidFillMode, 2, None},
-      {56, -1, &BLOCKSET::LineCap, 8704, None},         {45, 7, &BLOCKSET::LineThickness, 7, None},
-      {116, -1, &BLOCKSET::MatchType, 1, None},         {27, -1, &BLOCKSET::FragmentPasteMode, 2, None},
+      {42, -1, &BLOCKSET::SolidFillMode, 1, None},
+      {44, -1, &BLOCKSET::SolidFillMode, 2, None},
+      {56, -1, &BLOCKSET::LineCap, 8704, None},
+      {45, 7, &BLOCKSET::LineThickness, 7, None},
+      {116, -1, &BLOCKSET::MatchType, 1, None},
+      {27, -1, &BLOCKSET::FragmentPasteMode, 2, None},
       {139, -1, &BLOCKSET::ShadowActive, 1, None},
-      {31, 40, &BLOCKSET::TextFontSize, 40, Font},      {34, -1, &BLOCKSET::TextFontItal, 1, Font},
-      {38, -1, &BLOCKSET::TextFontJust, 2, Font},       {51, 150, &BLOCKSET::TextFontLineSpace, 150, Font},
+      {31, 40, &BLOCKSET::TextFontSize, 40, Font},
+      {34, -1, &BLOCKSET::TextFontItal, 1, Font},
+      {38, -1, &BLOCKSET::TextFontJust, 2, Font},
+      {51, 150, &BLOCKSET::TextFontLineSpace, 150, Font},
       // Ranges: stored clamped.
-      {70, 3, &BLOCKSET::BrushThickness, 4, Any},       {70, 65, &BLOCKSET::BrushThickness, 64, Any},
-      {105, 1, &BLOCKSET::HardBrushThickness, 1, Any},  {113, 4, &BLOCKSET::ReplacerSize, 4, Any},
-      {31, 1000, &BLOCKSET::TextFontSize, 288, Any},    {49, 10, &BLOCKSET::TextFontCharacterSpace, 50, Any},
-      {120, 2, &BLOCKSET::SpraycanThickness, 16, Any},  {123, 99, &BLOCKSET::SpraycanFlow, 15, Any},
+      {70, 3, &BLOCKSET::BrushThickness, 4, Any},
+      {70, 65, &BLOCKSET::BrushThickness, 64, Any},
+      {105, 1, &BLOCKSET::HardBrushThickness, 1, Any},
+      {113, 4, &BLOCKSET::ReplacerSize, 4, Any},
+      {31, 1000, &BLOCKSET::TextFontSize, 288, Any},
+      {49, 10, &BLOCKSET::TextFontCharacterSpace, 50, Any},
+      {120, 2, &BLOCKSET::SpraycanThickness, 16, Any},
+      {123, 99, &BLOCKSET::SpraycanFlow, 15, Any},
       {107, 400, &BLOCKSET::HardBrushAngle, 360, Any},
   };
   for (const Case& c : cases) {
@@ -288,7 +299,8 @@ TEST_F(SettingsTest, SamplesFollowTheSettingsAndShowWhole) {
   // The shadow note says why a shadow can't be drawn.
   frame->ChooseTool(TOOL_RECTANGLE);
   r->ShadowActive = 1;
-  for (auto [opacity, fillMode, says] : {std::tuple{255, 0, ""}, std::tuple{200, 0, "opacity"}, std::tuple{255, 1, "fill"}}) {
+  for (auto [opacity, fillMode, says] :
+       {std::tuple{255, 0, ""}, std::tuple{200, 0, "opacity"}, std::tuple{255, 1, "fill"}}) {
     r->Opacity = opacity;
     r->SolidFillMode = fillMode;
     win->Refresh();
@@ -317,7 +329,8 @@ TEST_F(SettingsTest, FontListIsSortedWithNameSamplesAndUnknownNamesStayInTheReco
   for (const char* name : {"ARIAL", "NO SUCH FACE"}) {
     d->record()->TextFontName = name;
     win->Refresh();
-    const int resolved = Fonts()->findText(QString::fromStdString(ResolvedFontFamily(name, 0, 0)), Qt::MatchFixedString);
+    const int resolved =
+        Fonts()->findText(QString::fromStdString(ResolvedFontFamily(name, 0, 0)), Qt::MatchFixedString);
     EXPECT_EQ(Fonts()->currentIndex(), std::max(resolved, 0)) << name;
     EXPECT_EQ(d->record()->TextFontName, name);
   }

@@ -135,7 +135,8 @@ TEST_F(ToolsGuiTest, EveryShapeToolPaintsThroughTheView) {
   QTest::mouseDClick(view, Qt::LeftButton, {}, QPoint(62, 85));
   QCoreApplication::processEvents();
   EXPECT_EQ(At(30, 17), RGB(20, 40, 160));  // along the line
-  for (QPoint inside : {QPoint(87, 22), QPoint(30, 65), QPoint(87, 75)}) EXPECT_EQ(At(inside.x(), inside.y()), RGB(240, 200, 40));
+  for (QPoint inside : {QPoint(87, 22), QPoint(30, 65), QPoint(87, 75)})
+    EXPECT_EQ(At(inside.x(), inside.y()), RGB(240, 200, 40));
   EXPECT_EQ(At(6, 46), kWhite);  // the ellipse's box corner
   if (const char* shots = std::getenv("OCHREL_SCREENSHOT_DIR")) frame->grab().save(QString(shots) + "/shapes.png");
 }
@@ -169,7 +170,8 @@ TEST_F(ToolsGuiTest, TypedTextShowsWithCaretAndIsLaidInOnToolChange) {
   EXPECT_TRUE(test::SameBlock(before, r->Image));
   TextLayout layout;
   ASSERT_TRUE(t->PreviewLayout(&layout));
-  EXPECT_LT(qGray(shot.pixel(box.left + layout.caret.left, box.top + (layout.caret.top + layout.caret.bottom) / 2)), 100);
+  EXPECT_LT(qGray(shot.pixel(box.left + layout.caret.left, box.top + (layout.caret.top + layout.caret.bottom) / 2)),
+            100);
   // Another tool lays the text in, only in the box.
   Tool(TOOL_PEN);
   EXPECT_EQ(dynamic_cast<TextTool*>(doc->tools()->session()), nullptr);
