@@ -6,11 +6,6 @@
 #include "draw_util.h"
 
 namespace ochrel {
-namespace {
-
-COLORREF Pixel(const HDIB& dib, int x, int y) { return GetDibPixel(LockDib(dib), x, y); }
-
-}  // namespace
 
 // The sample masks and pictures are pinned by digests recorded from
 // known-good code; a changed digest is a changed sample.
