@@ -142,16 +142,16 @@ TEST_F(RectSelect, GesturesLayDownWhatTheyMoved) {
        2},
       {"scale changes keep the fragment on its pixels",
        [](RectSelect&, FakeDocument& d) {
-         d.record.ViewMode = 6;  // 200 percent
+         d.record.ViewMode = 6;  // 200 percent: image pixels (11, 7) - (21, 15)
          d.Drag({22, 14}, {42, 30});
-         const RECT at200 = d.tools.session()->window;
-         for (int mode : {3, 6, 2, 8, 6}) {
+         const std::pair<int, RECT> steps[] = {{3, {5, 3, 10, 7}}, {2, {2, 1, 4, 3}}, {8, {88, 56, 168, 120}}};
+         for (auto [mode, window] : steps) {
            const int old = d.record.ViewMode;
            d.record.ViewMode = mode;
            d.tools.Send(UM_VIEWCHANGED, old, mode);
+           EXPECT_EQ(d.tools.session()->window, window) << "mode " << mode;
+           EXPECT_EQ(Commit(d), (RECT{11, 7, 21, 15})) << "mode " << mode;
          }
-         EXPECT_EQ(d.tools.session()->window, at200);
-         EXPECT_EQ(Commit(d), (RECT{11, 7, 21, 15}));
        },
        {},
        0,
