@@ -239,7 +239,10 @@ TEST_F(ConvertDialogTest, HelpOpensTheConvertTopic) {
   EXPECT_TRUE(prompts.empty());
   auto* help = box.findChild<QTextBrowser*>("HelpText");
   ASSERT_NE(help, nullptr);
+  EXPECT_TRUE(help->window()->isVisible());
+  EXPECT_TRUE(help->source().path().endsWith("html/referenc.htm"));
   EXPECT_EQ(help->source().fragment(), "CONVERTTO");
+  EXPECT_FALSE(help->toPlainText().isEmpty());
   EXPECT_EQ(box.result(), 0);  // the dialog stays open
 }
 
