@@ -35,14 +35,7 @@ BLOCKSET Document(HDIB image, int tool = TOOL_BRUSH) {
   return d;
 }
 
-HDIB Blank(int w, int h, COLORREF colour, int type = 0) {
-  NEWFILEPARAM p;
-  p.width = w;
-  p.depth = h;
-  p.type = type;
-  p.colour = colour;
-  return CreateNewImage(p);
-}
+HDIB Blank(int w, int h, COLORREF colour, int type = 0) { return CreateNewImage(NEWFILEPARAM{w, h, type, colour}); }
 
 // A stamp drawn by hand: values given row by row from the top.
 HDIB HandStamp(int w, int h, const std::vector<int>& values) {
