@@ -202,17 +202,11 @@ TEST_F(ConvertDialogTest, OkOpensTheEngineResultOfTheChosenOptionAsANewDocument)
 }
 
 TEST_F(ConvertDialogTest, CancelOpensNothingSilentlyAndKeepsTheChoices) {
-  EXPECT_EQ(Convert<ConvertToPaletteBox>(CM_TOPALETTE,
-                                         [](ConvertToPaletteBox& box) { return box.option(104)->click(), false; }),
-            nullptr);
+  auto palette = [](ConvertToPaletteBox& box) { return box.option(104)->click(), false; };
+  EXPECT_EQ(Convert<ConvertToPaletteBox>(CM_TOPALETTE, palette), nullptr);
   EXPECT_EQ(ToPaletteType, 104);
-  EXPECT_EQ(Convert<ConvertToMonoBox>(CM_TOMONO,
-                                      [](ConvertToMonoBox& box) {
-                                        box.option(103)->click();
-                                        box.contrast()->setValue(64);
-                                        return false;
-                                      }),
-            nullptr);
+  auto mono = [](ConvertToMonoBox& box) { return box.option(103)->click(), box.contrast()->setValue(64), false; };
+  EXPECT_EQ(Convert<ConvertToMonoBox>(CM_TOMONO, mono), nullptr);
   EXPECT_EQ(ToMonoType, 103);
   EXPECT_EQ(DitherContrast, 64);
   EXPECT_TRUE(prompts.empty());
