@@ -186,12 +186,8 @@ TEST(BrushLine, ClippedWalkPlacesTheSamePoints) {
     const POINT a{coord(rng), coord(rng)}, b{k % 7 ? coord(rng) : a.x, k % 5 ? coord(rng) : a.y};
     const auto all = Steps(a, b);
     std::vector<POINT> clipped;
-    StepBrushLine(
-        a, b,
-        [&](int x, int y) {
-          clipped.push_back({x, y});
-        },
-        &clip);
+    auto put = [&](int x, int y) { clipped.push_back({x, y}); };
+    StepBrushLine(a, b, put, &clip);
     const bool straight = a.x == b.x || a.y == b.y;
     const bool xMajor = std::abs(b.y - a.y) <= std::abs(b.x - a.x);
     std::vector<POINT> want;
