@@ -163,8 +163,7 @@ TEST_F(ConvertDialogTest, PreviewIsCentredInItsBoxAndPaintedThere) {
   EXPECT_EQ(box.preview()->previewOffset(), QPoint(36, 0));
   const QImage shot = Shot(box.preview()), expected = DibToQImage(h).convertToFormat(QImage::Format_RGB32);
   const QPoint origin = box.preview()->contentsRect().topLeft() + QPoint(36, 0);
-  for (int y = 0; y < 80; y += 3)
-    for (int x = 0; x < 8; ++x) ASSERT_EQ(shot.pixel(origin + QPoint(x, y)), expected.pixel(x, y)) << x << "," << y;
+  EXPECT_EQ(shot.copy(QRect(origin, QSize(8, 80))), expected);
   // A wide image goes to the top and bottom; a strip too thin for the box draws nothing.
   HDIB wide = RampImage(400, 100), strip = RampImage(1, 9000);
   ConvertToMonoBox mono(wide);
