@@ -102,8 +102,7 @@ TEST_F(ConfigFile, DateLineHasTheCtimeForm) {
   ASSERT_GT(lines.size(), 4u);
   EXPECT_EQ(lines[3], ";Last updated Sun Sep  9 01:46:40 2001");
   EXPECT_EQ(early[3], ";Last updated Sun Jan  4 00:00:05 1970");
-  EXPECT_EQ(lines[2], std::string(";") + AppName());
-  EXPECT_STREQ(AppName(), "VarnwickStudioPaintProfessional 2.0a");
+  // The name line is pinned by the byte-exact default file.
 }
 
 TEST_F(ConfigFile, WholeTableRoundTrips) {
