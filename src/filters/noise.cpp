@@ -242,6 +242,7 @@ HDIB FilterDespeckleImage(const HDIB& image, FILTERPARAM* param) {
       for (int x = 0; x < width; ++x) d[x] = s[x * bytes];
     }
     for (const auto& dir : kDirections) {
+      const auto step = ProgressStage::Part(c * 4 + static_cast<int>(&dir - kDirections), channels * 4);
       int X = dir[0], Y = dir[1];
       Hull(X, Y, 1, width, height, f.data(), g.data());
       Hull(-X, -Y, 1, width, height, f.data(), g.data());
