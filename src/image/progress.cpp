@@ -6,8 +6,7 @@ namespace ochrel {
 
 void ProgressSink::Raise(int permille) {
   int now = permille_.load(std::memory_order_relaxed);
-  while (permille > now && !permille_.compare_exchange_weak(now, permille, std::memory_order_relaxed)) {
-  }
+  while (permille > now && !permille_.compare_exchange_weak(now, permille, std::memory_order_relaxed)) {}
 }
 
 void ReportProgressSlow(long long done, long long total) {
