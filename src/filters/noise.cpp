@@ -460,7 +460,9 @@ HDIB FilterVignetteImage(const HDIB& image, FILTERPARAM* param) {
   if (!src) return nullptr;
   int bytes = SampleBytes(src, param->ImageType);
   if (!bytes) return DuplicateObject(image);
+  ProgressStage stage(0.0, 0.5);
   HDIB mask = CreateVignetteMask(src->biWidth, src->biHeight, param);
+  stage.Move(0.5, 1.0);
   const BITMAPINFOHEADER* m = LockDib(mask);
   if (!m) return nullptr;
   HDIB out = DuplicateObject(image);

@@ -5,6 +5,7 @@
 namespace ochrel {
 
 void ProgressSink::Raise(int permille) {
+  permille = std::min(permille, 1000);
   int now = permille_.load(std::memory_order_relaxed);
   while (permille > now && !permille_.compare_exchange_weak(now, permille, std::memory_order_relaxed)) {}
 }

@@ -186,6 +186,7 @@ TEST(Progress, ClimbsToTheWholeLeavesTheBytesAndStopsWhenCancelled) {
       {"median cut and dither", [&] { return ConvertToPaletteStrategy(image, IDC_PAL_QUANT256_DITHER); }},
       {"mono error diffusion", [&] { return ConvertToMonoStrategy(image, IDC_MONO_DITHER); }},
       {"two-pass blur", [&] { return FilterGaussianBlurImage(image, IMAGE_TRUECOLOUR, 4.0, 2.0); }},
+      {"two-pass resize", [&] { return ResizeDib(image, 150); }},
       {"PNG reading", [&] { return PngDecode(png.bytes); }},
       {"JPEG reading", [&] { return JpgDecode(jpg.bytes); }},
   };
