@@ -9,6 +9,7 @@
 #include "image/fastpath.h"
 #include "image/nearest.h"
 #include "image/parallel.h"
+#include "image/progress.h"
 #include "image/resample.h"
 
 namespace ochrel {
@@ -91,6 +92,7 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
 
   // The work image holds luminance, stored row for stored row.
   int lowest = 255, highest = 0;
+  ProgressStage stage(0.0, 0.2);
   {
     std::vector<int> lo(static_cast<std::size_t>(h), 255), hi(static_cast<std::size_t>(h), 0);
     ParallelBands(h, kBand, [&](int y0, int y1) {
@@ -116,7 +118,9 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
   }
   const int threshold = (highest + lowest) >> 1;
 
+  stage.Move(0.2, 1.0);
   for (int y = 0; y < h; ++y) {
+    ReportProgress(y, h);
     BYTE* cur = &work[static_cast<std::size_t>(y) * w];
     BYTE* up = y + 1 < h ? cur + w : nullptr;
     BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
@@ -153,6 +157,7 @@ HDIB DitherColour(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE*
       !Resize(next, static_cast<std::size_t>(w) * 3) || !Resize(rgb, static_cast<std::size_t>(w) * 3))
     return nullptr;
   for (int y = 0; y < h; ++y) {
+    ReportProgress(y, h);
     ReadRgbRow(s, srcPalette, y, rgb.data());
     for (int i = 0; i < 3 * w; ++i) cur[static_cast<std::size_t>(i)] += rgb[static_cast<std::size_t>(i)];
     BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
@@ -213,6 +218,7 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   auto cellOf = [](const BYTE* p) { return ((p[2] >> 4) << 8) | ((p[1] >> 4) << 4) | (p[0] >> 4); };
   std::vector<BYTE> used(4096, 0);
   std::mutex merge;
+  ProgressStage stage(0.0, 0.2);
   ParallelBands(h, kBand, [&](int y0, int y1) {
     std::vector<BYTE> mine(4096, 0);
     for (int y = y0; y < y1; ++y) {
@@ -228,11 +234,13 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   HGLOBAL table = MemBlock::Allocate(std::size_t{4096} * 4096);
   if (!table) return false;
   BYTE* answers = table->data();
+  stage.Move(0.2, 0.6);
   ParallelBands(static_cast<int>(cells.size()), 8, [&](int i0, int i1) {
     for (int i = i0; i < i1; ++i)
       nearest.FillCell(cells[static_cast<std::size_t>(i)],
                        answers + (static_cast<std::size_t>(cells[static_cast<std::size_t>(i)]) << 12));
   });
+  stage.Move(0.6, 1.0);
   ParallelBands(h, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);

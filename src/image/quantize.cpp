@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "image/progress.h"
 #include "image/resample.h"
 
 namespace ochrel {
@@ -174,6 +175,7 @@ int Quantize(int width, int depth, int* colours, BYTE* palette, const HDIB& imag
 
   // Bottom row first, as the rows are stored.
   for (int y = 0; y < depth; ++y) {
+    ReportProgress(y, depth);
     const BYTE* row = DibBits(h) + DibStride(h) * static_cast<std::size_t>(y);
     for (int x = 0; x < width; ++x) {
       int r, g, b;

@@ -8,6 +8,7 @@
 
 #include "image/fastpath.h"
 #include "image/parallel.h"
+#include "image/progress.h"
 
 namespace ochrel {
 
@@ -414,10 +415,12 @@ HDIB ResizeDib(const HDIB& image, int percentage) {
   int type = GetImageType(image);
   if (type == IMAGE_NONE) return nullptr;
   if (type != IMAGE_TRUECOLOUR && type != IMAGE_GREY) return ResizeNearest(image, percentage);
+  ProgressStage stage(0.0, 0.5);
   HDIB horizontal = percentage > 100   ? ScaleUpHorizontal(image, percentage)
                     : percentage < 100 ? ScaleDownHorizontal(image, percentage)
                                        : DuplicateObject(image);
   if (!horizontal) return nullptr;
+  stage.Move(0.5, 1.0);
   return percentage > 100   ? ScaleUpVertical(horizontal, percentage)
          : percentage < 100 ? ScaleDownVertical(horizontal, percentage)
                             : DuplicateObject(horizontal);
