@@ -5,6 +5,9 @@
 // packets that never cross a row.
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
+#include <thread>
 #include <vector>
 
 #include "files/codec.h"
@@ -308,27 +311,44 @@ bool TgaEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
   coded.reserve(static_cast<std::size_t>(w) * size * 2 + 16);
   if (FastPaths() && bits >= 8 && h >= 64) {
     // Rows are coded independently: groups of rows are coded on the cores
-    // into their own buffers and written out in order.
+    // into their own buffers, and each batch is written out in order by a
+    // writer thread while the next one is coded.
     constexpr int kRows = 32, kGroups = 8;
-    std::vector<std::vector<std::uint8_t>> groups(kGroups);
-    for (int top = 0; top < h; top += kRows * kGroups) {  // top counts rows in file order
+    const std::size_t capacity = static_cast<std::size_t>(kRows) * (static_cast<std::size_t>(w) * (size + 1) + 1);
+    struct Coded {
+      std::unique_ptr<std::uint8_t[]> data;
+      std::size_t size = 0;
+    };
+    std::vector<Coded> coded(2 * kGroups);
+    for (Coded& c : coded) c.data.reset(new (std::nothrow) std::uint8_t[capacity]);
+    if (std::any_of(coded.begin(), coded.end(), [](const Coded& c) { return !c.data; })) return false;
+    struct Writer {
+      std::thread thread;
+      ~Writer() {
+        if (thread.joinable()) thread.join();
+      }
+    } writer;
+    bool failed = false;
+    for (int top = 0, batch = 0; top < h; top += kRows * kGroups, ++batch) {  // top counts rows in file order
       const int count = std::min(kGroups, (h - top + kRows - 1) / kRows);
+      Coded* set = coded.data() + (batch & 1) * kGroups;
       ParallelBands(count, 1, [&](int g0, int g1) {
         std::vector<std::uint64_t> equal;
         for (int g = g0; g < g1; ++g) {
-          std::vector<std::uint8_t>& buffer = groups[static_cast<std::size_t>(g)];
-          buffer.resize(static_cast<std::size_t>(kRows) * (static_cast<std::size_t>(w) * (size + 1) + 1));
-          std::uint8_t* end = buffer.data();
+          std::uint8_t* end = set[g].data.get();
           for (int j = top + g * kRows; j < std::min(h, top + (g + 1) * kRows); ++j)
             end = PutRleRowQuick(end, DibRow(image, h - 1 - j), w, size, equal);
-          buffer.resize(static_cast<std::size_t>(end - buffer.data()));
+          set[g].size = static_cast<std::size_t>(end - set[g].data.get());
         }
       });
-      for (int g = 0; g < count; ++g)
-        if (!out.Write(groups[static_cast<std::size_t>(g)].data(), groups[static_cast<std::size_t>(g)].size()))
-          return false;
+      if (writer.thread.joinable()) writer.thread.join();
+      if (failed) return false;
+      writer.thread = std::thread([&out, &failed, set, count] {
+        for (int g = 0; g < count && !failed; ++g) failed = !out.Write(set[g].data.get(), set[g].size);
+      });
     }
-    return true;
+    if (writer.thread.joinable()) writer.thread.join();
+    return !failed;
   }
   for (int y = h - 1; y >= 0; --y) {
     const BYTE* row = DibRow(image, y);
