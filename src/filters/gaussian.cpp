@@ -304,6 +304,37 @@ HDIB GaussianBlur(const HDIB& image, int imageType, double radius, double sigma)
   return result;
 }
 
+// Unsharp Mask's combine in integers: keep the sample where |d| <= keep,
+// else clamp s + ((d * mul + half) >> shift). Used only once it has been shown
+// to give the rule's byte for every one of the 65536 pairs.
+struct CombineInts {
+  int keep = -1, mul = 0, shift = 0;
+  bool ok = false;
+};
+
+inline int CombineOne(int sv, int bv, const CombineInts& c) {
+  const int d = sv - bv, v = std::clamp(sv + ((d * c.mul + (1 << (c.shift - 1))) >> c.shift), 0, 255);
+  return d <= c.keep && d >= -c.keep ? sv : v;
+}
+
+CombineInts FindCombineInts(double limit, double amount, const std::vector<BYTE>& pairs) {
+  CombineInts c;
+  while (c.keep < 255 && limit > 2.0 * (c.keep + 1)) ++c.keep;
+  for (c.shift = 8; c.shift <= 14 && !c.ok; c.shift += 2) {
+    c.mul = static_cast<int>(std::lround(amount * (1 << c.shift)));
+    c.ok = true;
+    for (int pair = 0; pair < 65536 && c.ok; ++pair) c.ok = CombineOne(pair >> 8, pair & 255, c) == pairs[pair];
+    if (c.ok) return c;
+  }
+  return c;
+}
+
+__attribute__((optimize("vect-cost-model=dynamic"))) OCHREL_BLUR_VECTORS void Combine(const BYTE* __restrict s,
+                                                                                      BYTE* __restrict b, int n,
+                                                                                      CombineInts c) {
+  for (int i = 0; i < n; ++i) b[i] = static_cast<BYTE>(CombineOne(s[i], b[i], c));
+}
+
 }  // namespace
 
 void FilterBlurScanlineRGB(const double* kernel, int width, const BYTE* source, BYTE* destination, int columns) {
@@ -346,10 +377,15 @@ HDIB FilterUnsharpMaskImage(const HDIB& image, FILTERPARAM* param) {
         pairs[static_cast<std::size_t>(sv << 8 | bv)] =
             limit > std::abs(2 * d) ? static_cast<BYTE>(sv) : ClampRound(sv + d * amount);
       }
+  const CombineInts ints = pairs.empty() ? CombineInts{} : FindCombineInts(limit, amount, pairs);
   ParallelBands(src->biHeight, 32, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const BYTE* s = StoredRow(src, y);
       BYTE* b = StoredRow(out, y);
+      if (ints.ok) {
+        Combine(s, b, n, ints);
+        continue;
+      }
       if (!pairs.empty()) {
         for (int i = 0; i < n; ++i) b[i] = pairs[static_cast<std::size_t>(s[i] << 8 | b[i])];
         continue;
