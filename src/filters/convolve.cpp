@@ -208,14 +208,16 @@ HDIB FilterConvolveImage(const HDIB& image, int order, const double* kernel, con
         tapColumn.push_back(cc);
       }
   const bool quick = FastPaths() && weight.size() <= kMaxTaps;
-  // Each float product and sum is within 2^-24 of its value, and so are the
-  // weights and the reciprocal: with the terms at most 255 |w| the float
-  // result is within (taps + 4) 2^-24 255 sum|w| / |divisor| of the double
-  // one, which itself is nearer still; four times that is the margin.
+  // The float result strays from the exact one by at most (taps + 3) u M to
+  // first order, u = 2^-24 and M = 255 sum|w| / |divisor|: u M for rounding
+  // the weights, (taps) u M for the products and sums, 2 u M for the
+  // reciprocal and its product. The double result is far nearer still. The
+  // margin takes (taps + 4) u M with a quarter more, plus 2^-14 for adding 0.5.
   double magnitude = 0.0;
   for (double wt : weight) magnitude += std::fabs(wt);
-  const double margin = std::max(1e-4, 4.0 * (static_cast<double>(weight.size()) + 4.0) * 0x1p-24 * 255.0 * magnitude /
-                                           (divide ? std::fabs(sum) : 1.0));
+  const double margin = 1.25 * (static_cast<double>(weight.size()) + 4.0) * 0x1p-24 * 255.0 * magnitude /
+                            (divide ? std::fabs(sum) : 1.0) +
+                        0x1p-14;
 
   ParallelBands(height, 16, [&](int y0, int y1) {
     std::vector<double> accv(kChunk);
