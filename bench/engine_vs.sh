@@ -63,7 +63,7 @@ ours_out() {  # row name, output extension: the codec's write, less the BMP writ
 if [ "${BENCH_OURS:-}" != cli ]; then
   BUILD=$(dirname "$CLI")
   g++ -O2 -std=c++20 -ffp-contract=off -I"$BUILD/layer_include/engine" "$HERE/engine_time.cpp" \
-    "$BUILD/libochrel_engine.a" -lpng -ljpeg -lz -lpthread -o "$WORK/engine_time" || exit 1
+    "$BUILD/libochrel_engine.a" -lpng -ljpeg -lz -ldeflate -lpthread -o "$WORK/engine_time" || exit 1
   ours() {  # row name, then ochrel-cli arguments: turned into an in-process task
     local name=$1 task=""; shift
     local args=("$@") i

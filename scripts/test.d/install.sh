@@ -45,7 +45,7 @@ grep -qF "$tmp/ramp.png" "$tmp/config/OCHREL.INI" || fail "ochrel did not open t
 (cd "$tmp" && cpack --config "$build/CPackConfig.cmake" -G DEB -B "$tmp/pkg" >/dev/null)
 deb=$(ls "$tmp"/pkg/ochrel_*.deb)
 deps=$(dpkg-deb -f "$deb" Depends)
-for lib in libqt6widgets6 libpng16 libjpeg62-turbo libc6; do
+for lib in libqt6widgets6 libpng16 libjpeg62-turbo libdeflate0 libc6; do
   grep -q "$lib" <<<"$deps" || fail "the package doesn't depend on $lib ($deps)"
 done
 files=$(dpkg-deb -c "$deb")

@@ -5,11 +5,18 @@
 // packets that never cross a row.
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
+#include <thread>
 #include <vector>
 
 #include "files/codec.h"
 #include "image/fastpath.h"
 #include "image/parallel.h"
+
+#if defined(__GNUC__) && defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace ochrel {
 
@@ -49,6 +56,88 @@ void PutRleRow(std::vector<std::uint8_t>& out, const std::uint8_t* px, int count
     out.insert(out.end(), px + i * size, px + (i + raw) * size);
     i += raw;
   }
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+// Pixel equality of 3-byte pixels 21 at a time: bytes against the bytes one
+// pixel on, then every third bit of "three equal bytes in a row". Fills the
+// bits of the pixels k < pairs that it reaches with 64-byte loads inside the
+// row (bits start cleared) and returns the first pixel it left.
+__attribute__((target("avx512f,avx512bw,bmi2"))) int EqualPixelsWide(const std::uint8_t* px, int count,
+                                                                     std::uint64_t* equal) {
+  int k = 0;
+  for (; k + 23 <= count; k += 21) {  // bytes 3k .. 3k + 66 lie in the row
+    const std::uint8_t* p = px + 3 * k;
+    std::uint64_t m = _mm512_cmpeq_epi8_mask(_mm512_loadu_si512(p), _mm512_loadu_si512(p + 3));
+    std::uint64_t bits = _pext_u64(m & (m >> 1) & (m >> 2), 0x1249249249249249ull);  // bits 0, 3, .., 60
+    const int word = k >> 6, at = k & 63;
+    equal[word] |= bits << at;
+    if (at > 43) equal[word + 1] |= bits >> (64 - at);
+  }
+  return k;
+}
+bool HaveWideCompare() {
+  static const bool have = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("bmi2");
+  return have;
+}
+#endif
+
+// The same packets as PutRleRow, from a bit set of "pixel k equals pixel k+1"
+// made a word at a time, so that each packet is found with a bit scan; writes
+// at most count * (size + 1) + 1 bytes at dst and returns the end.
+std::uint8_t* PutRleRowQuick(std::uint8_t* dst, const std::uint8_t* px, int count, int size,
+                             std::vector<std::uint64_t>& equal) {
+  const int pairs = count - 1;
+  equal.assign(static_cast<std::size_t>(count) / 64 + 2, 0);
+  int done = 0;
+#if defined(__GNUC__) && defined(__x86_64__)
+  if (size == 3 && VectorUnit() >= 2 && HaveWideCompare()) done = EqualPixelsWide(px, count, equal.data());
+#endif
+  for (int base = done & ~63; base < pairs; base += 64) {
+    const int end = std::min(pairs, base + 64);
+    std::uint64_t word = equal[static_cast<std::size_t>(base) >> 6];
+    int k = std::max(base, done);
+    if (size == 3) {
+      // Eight bytes at pixel k hold pixels k and k+1 in the low 48 bits.
+      for (; k < end && k + 2 < count; ++k) {
+        std::uint64_t v;
+        std::memcpy(&v, px + 3 * k, 8);
+        word |= std::uint64_t{((v ^ (v >> 24)) & 0xFFFFFF) == 0} << (k - base);
+      }
+      for (; k < end; ++k) word |= std::uint64_t{std::memcmp(px + 3 * k, px + 3 * k + 3, 3) == 0} << (k - base);
+    } else {
+      for (; k < end; ++k) word |= std::uint64_t{px[k] == px[k + 1]} << (k - base);
+    }
+    equal[static_cast<std::size_t>(base) >> 6] = word;
+  }
+  // First k >= from below pairs with bit k equal to `set`, else `none`.
+  auto next = [&](int from, bool set, int none) {
+    for (int at = from; at < pairs;) {
+      std::uint64_t word = equal[static_cast<std::size_t>(at) >> 6];
+      if (!set) word = ~word;
+      word >>= at & 63;
+      if (word) return at + __builtin_ctzll(word) < pairs ? at + __builtin_ctzll(word) : none;
+      at = (at | 63) + 1;
+    }
+    return none;
+  };
+  int i = 0;
+  while (i < count) {
+    if (i < pairs && (equal[static_cast<std::size_t>(i) >> 6] >> (i & 63) & 1)) {
+      int run = std::min(128, next(i, false, pairs) - i + 1);
+      *dst++ = static_cast<std::uint8_t>(0x80 | (run - 1));
+      std::memcpy(dst, px + i * size, static_cast<std::size_t>(size));
+      dst += size;
+      i += run;
+      continue;
+    }
+    int raw = std::min({128, count - i, next(i + 1, true, count) - i});
+    *dst++ = static_cast<std::uint8_t>(raw - 1);
+    std::memcpy(dst, px + i * size, static_cast<std::size_t>(raw) * size);
+    dst += static_cast<std::size_t>(raw) * size;
+    i += raw;
+  }
+  return dst;
 }
 }  // namespace
 
@@ -223,25 +312,45 @@ bool TgaEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
   coded.reserve(static_cast<std::size_t>(w) * size * 2 + 16);
   if (FastPaths() && bits >= 8 && h >= 64) {
     // Rows are coded independently: groups of rows are coded on the cores
-    // into their own buffers and written out in order.
+    // into their own buffers, and each batch is written out in order by a
+    // writer thread while the next one is coded.
     constexpr int kRows = 32, kGroups = 8;
-    std::vector<std::vector<std::uint8_t>> groups(kGroups);
-    for (int top = 0; top < h; top += kRows * kGroups) {  // top counts rows in file order
+    const std::size_t capacity = static_cast<std::size_t>(kRows) * (static_cast<std::size_t>(w) * (size + 1) + 1);
+    struct Coded {
+      std::unique_ptr<std::uint8_t[]> data;
+      std::size_t size = 0;
+    };
+    std::vector<Coded> coded(2 * kGroups);
+    for (Coded& c : coded) c.data.reset(new (std::nothrow) std::uint8_t[capacity]);
+    if (std::any_of(coded.begin(), coded.end(), [](const Coded& c) { return !c.data; })) return false;
+    bool failed = false;  // declared before the writer, which joins its thread on the way out
+    struct Writer {
+      std::thread thread;
+      ~Writer() {
+        if (thread.joinable()) thread.join();
+      }
+    } writer;
+    for (int top = 0, batch = 0; top < h; top += kRows * kGroups, ++batch) {  // top counts rows in file order
       const int count = std::min(kGroups, (h - top + kRows - 1) / kRows);
       ProgressStage part(double(top) / h, double(top + count * kRows) / h);
+      Coded* set = coded.data() + (batch & 1) * kGroups;
       ParallelBands(count, 1, [&](int g0, int g1) {
+        std::vector<std::uint64_t> equal;
         for (int g = g0; g < g1; ++g) {
-          std::vector<std::uint8_t>& buffer = groups[static_cast<std::size_t>(g)];
-          buffer.clear();
+          std::uint8_t* end = set[g].data.get();
           for (int j = top + g * kRows; j < std::min(h, top + (g + 1) * kRows); ++j)
-            PutRleRow(buffer, DibRow(image, h - 1 - j), w, size);
+            end = PutRleRowQuick(end, DibRow(image, h - 1 - j), w, size, equal);
+          set[g].size = static_cast<std::size_t>(end - set[g].data.get());
         }
       });
-      for (int g = 0; g < count; ++g)
-        if (!out.Write(groups[static_cast<std::size_t>(g)].data(), groups[static_cast<std::size_t>(g)].size()))
-          return false;
+      if (writer.thread.joinable()) writer.thread.join();
+      if (failed) return false;
+      writer.thread = std::thread([&out, &failed, set, count] {
+        for (int g = 0; g < count && !failed; ++g) failed = !out.Write(set[g].data.get(), set[g].size);
+      });
     }
-    return true;
+    if (writer.thread.joinable()) writer.thread.join();
+    return !failed;
   }
   for (int y = h - 1; y >= 0; --y) {
     ReportProgress(h - 1 - y, h);
