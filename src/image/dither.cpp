@@ -1,8 +1,10 @@
 #include "image/dither.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <memory>
 #include <cstring>
-#include <mutex>
 #include <new>
 #include <vector>
 
@@ -203,44 +205,55 @@ HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*
 namespace {
 
 // The quick form of the nearest-colour remap of a true-colour image: the
-// colour cells the picture uses are found first, every colour of those cells
-// is answered once (by the very search Find makes), and the pixels then read
-// their answers from that table. False when it does not apply.
+// boxes of 4 levels a side that the picture uses are found first, every
+// colour of those boxes is answered once (as Find answers it), and the pixels
+// then read their answers from that table. False when it does not apply.
 bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const NearestColour& nearest) {
   if (!FastPaths() || !nearest.hasCells() || bits == 1) return false;
   const int w = s->biWidth, h = s->biHeight, step = s->biBitCount / 8;
+  constexpr int kBoxes = 1 << 18;
   auto rowOf = [&](int y) { return DibBits(s) + DibStride(s) * static_cast<std::size_t>(y); };
-  auto cellOf = [](const BYTE* p) { return ((p[2] >> 4) << 8) | ((p[1] >> 4) << 4) | (p[0] >> 4); };
-  std::vector<BYTE> used(4096, 0);
-  std::mutex merge;
+  auto boxOf = [](const BYTE* p) { return ((p[2] >> 2) << 12) | ((p[1] >> 2) << 6) | (p[0] >> 2); };
+  std::vector<std::uint32_t> slot;
+  std::vector<int> boxes;
+  std::unique_ptr<std::atomic<BYTE>[]> used(new (std::nothrow) std::atomic<BYTE>[kBoxes]);
+  if (!used || !Resize(slot, kBoxes)) return false;
+  for (int b = 0; b < kBoxes; ++b) used[b].store(0, std::memory_order_relaxed);
   ParallelBands(h, kBand, [&](int y0, int y1) {
-    std::vector<BYTE> mine(4096, 0);
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);
-      for (int x = 0; x < w; ++x) mine[static_cast<std::size_t>(cellOf(row + static_cast<std::size_t>(x) * step))] = 1;
+      for (int x = 0; x < w; ++x) {
+        // Looked at before it is set, so that the cores rarely write the same line.
+        std::atomic<BYTE>& u = used[boxOf(row + static_cast<std::size_t>(x) * step)];
+        if (!u.load(std::memory_order_relaxed)) u.store(1, std::memory_order_relaxed);
+      }
     }
-    std::lock_guard<std::mutex> lock(merge);
-    for (int c = 0; c < 4096; ++c) used[static_cast<std::size_t>(c)] |= mine[static_cast<std::size_t>(c)];
   });
-  std::vector<int> cells;
-  for (int c = 0; c < 4096; ++c)
-    if (used[static_cast<std::size_t>(c)]) cells.push_back(c);
-  HGLOBAL table = MemBlock::Allocate(std::size_t{4096} * 4096);
+  try {
+    for (int b = 0; b < kBoxes; ++b)
+      if (used[b].load(std::memory_order_relaxed)) {
+        slot[static_cast<std::size_t>(b)] = static_cast<std::uint32_t>(boxes.size());
+        boxes.push_back(b);
+      }
+  } catch (...) {
+    return false;
+  }
+  HGLOBAL table = MemBlock::Allocate(boxes.size() * 64);
   if (!table) return false;
   BYTE* answers = table->data();
-  ParallelBands(static_cast<int>(cells.size()), 8, [&](int i0, int i1) {
-    for (int i = i0; i < i1; ++i)
-      nearest.FillCell(cells[static_cast<std::size_t>(i)],
-                       answers + (static_cast<std::size_t>(cells[static_cast<std::size_t>(i)]) << 12));
+  ParallelBands(static_cast<int>(boxes.size()), 256, [&](int i0, int i1) {
+    for (int i = i0; i < i1; ++i) {
+      const int b = boxes[static_cast<std::size_t>(i)];
+      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, answers + static_cast<std::size_t>(i) * 64);
+    }
   });
   ParallelBands(h, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);
       BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
       auto answer = [&](const BYTE* p) {
-        const unsigned r = p[2], g = p[1], b = p[0];
-        return answers[((r >> 4) << 20) | ((g >> 4) << 16) | ((b >> 4) << 12) | ((r & 15) << 8) | ((g & 15) << 4) |
-                       (b & 15)];
+        const std::size_t at = static_cast<std::size_t>(slot[static_cast<std::size_t>(boxOf(p))]) << 6;
+        return answers[at | static_cast<std::size_t>(((p[2] & 3) << 4) | ((p[1] & 3) << 2) | (p[0] & 3))];
       };
       if (bits == 8 && step == 3) {
         for (int x = 0; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));

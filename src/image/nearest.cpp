@@ -50,19 +50,10 @@ void NearestColour::BuildCells() {
     std::vector<int> least(static_cast<std::size_t>(count_));
     for (int cell = 0; cell < 4096; ++cell) {
       const int lo[3] = {(cell >> 8) * 16, ((cell >> 4) & 15) * 16, (cell & 15) * 16};
-      const int wt[3] = {wr_, wg_, wb_};
       int bound = 0x7FFFFFFF;
       for (int i = 0; i < count_; ++i) {
-        const int p[3] = {pr_[i], pg_[i], pb_[i]};
-        int dmin = 0, dmax = 0;
-        for (int k = 0; k < 3; ++k) {
-          const int a = lo[k], b = lo[k] + 15;
-          const int near = p[k] < a ? a - p[k] : p[k] > b ? p[k] - b : 0;
-          const int far = std::max(std::abs(p[k] - a), std::abs(p[k] - b));
-          dmin += wt[k] * near * near;
-          dmax += wt[k] * far * far;
-        }
-        least[static_cast<std::size_t>(i)] = dmin;
+        int dmax = 0;
+        least[static_cast<std::size_t>(i)] = BoxDistances(i, lo, 16, &dmax);
         bound = std::min(bound, dmax);
       }
       cells->start[static_cast<std::size_t>(cell)] = static_cast<std::uint32_t>(cells->entries.size());
@@ -76,6 +67,21 @@ void NearestColour::BuildCells() {
   } catch (const std::bad_alloc&) {
     cells_.reset();  // the outward search still answers
   }
+}
+
+int NearestColour::BoxDistances(int i, const int lo[3], int side, int* greatest) const {
+  const int p[3] = {pr_[i], pg_[i], pb_[i]};
+  const int wt[3] = {wr_, wg_, wb_};
+  int dmin = 0, dmax = 0;
+  for (int k = 0; k < 3; ++k) {
+    const int a = lo[k], b = lo[k] + side - 1;
+    const int near = p[k] < a ? a - p[k] : p[k] > b ? p[k] - b : 0;
+    const int far = std::max(std::abs(p[k] - a), std::abs(p[k] - b));
+    dmin += wt[k] * near * near;
+    dmax += wt[k] * far * far;
+  }
+  *greatest = dmax;
+  return dmin;
 }
 
 void NearestColour::AllocateCache() {
@@ -110,7 +116,49 @@ void FillCellColours(int r0, int g0, int b0, const BYTE* candidates, int count, 
   }
 }
 
+// The same over the 64 colours of a box of 4 levels a side.
+OCHREL_WIDE_VECTORS
+void FillBoxColours(int r0, int g0, int b0, const BYTE* candidates, int count, const int* pr, const int* pg,
+                    const int* pb, int wr, int wg, int wb, BYTE* answers) {
+  int best[64];
+  for (int k = 0; k < 64; ++k) best[k] = 0x7FFFFFFF;
+  for (int c = 0; c < count; ++c) {
+    const int i = candidates[c];
+    for (int k = 0; k < 64; ++k) {
+      const int dr = pr[i] - (r0 + (k >> 4)), dg = pg[i] - (g0 + ((k >> 2) & 3)), db = pb[i] - (b0 + (k & 3));
+      const int d = wr * dr * dr + wg * dg * dg + wb * db * db;
+      const bool nearer = d < best[k];
+      best[k] = nearer ? d : best[k];
+      answers[k] = nearer ? static_cast<BYTE>(i) : answers[k];
+    }
+  }
+}
+
 }  // namespace
+
+void NearestColour::FillBox(int r0, int g0, int b0, BYTE* answers) const {
+  // The box lies in one cell, and whichever entry is nearest to one of its
+  // colours is among that cell's candidates; pruning those by the cell rule
+  // on the box keeps it, and keeps the index order, so the first minimum
+  // still wins.
+  const int cell = ((r0 >> 4) << 8) | ((g0 >> 4) << 4) | (b0 >> 4);
+  const BYTE* c = cells_->entries.data() + cells_->start[cell];
+  const int count = static_cast<int>(cells_->start[cell + 1] - cells_->start[cell]);
+  const int lo[3] = {r0, g0, b0};
+  int least[256];
+  int bound = 0x7FFFFFFF;
+  for (int k = 0; k < count; ++k) {
+    int dmax = 0;
+    least[k] = BoxDistances(c[k], lo, 4, &dmax);
+    bound = std::min(bound, dmax);
+  }
+  BYTE kept[256];
+  int n = 0;
+  for (int k = 0; k < count; ++k)
+    if (least[k] <= bound) kept[n++] = c[k];
+  std::fill(answers, answers + 64, BYTE{0});
+  FillBoxColours(r0, g0, b0, kept, n, pr_, pg_, pb_, wr_, wg_, wb_, answers);
+}
 
 void NearestColour::FillCell(int cell, BYTE* answers) const {
   const int r0 = (cell >> 8) * 16, g0 = ((cell >> 4) & 15) * 16, b0 = (cell & 15) * 16;

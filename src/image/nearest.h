@@ -43,6 +43,9 @@ class NearestColour {
   // The answers for all 4096 colours of one cell (16 levels a side), as Find
   // gives them, at (r & 15) << 8 | (g & 15) << 4 | (b & 15); needs the cells.
   void FillCell(int cell, BYTE* answers) const;
+  // The same for the 64 colours of the box of 4 levels a side at (r0, g0, b0)
+  // (multiples of 4), at (r & 3) << 4 | (g & 3) << 2 | (b & 3).
+  void FillBox(int r0, int g0, int b0, BYTE* answers) const;
   // The plain scan over the palette in index order.
   int Scan(int r, int g, int b) const;
   // The same answer by a search outward from the colour's green level.
@@ -82,6 +85,9 @@ class NearestColour {
   };
   std::shared_ptr<const Cells> cells_;
   void BuildCells();
+  // Entry i's least weighted distance to the box of `side` levels from lo, and
+  // its greatest in *greatest.
+  int BoxDistances(int i, const int lo[3], int side, int* greatest) const;
   std::vector<std::uint32_t> keys_;
   std::vector<BYTE> values_;
   void AllocateCache();
