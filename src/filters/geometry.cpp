@@ -48,22 +48,26 @@ inline int Lerp4(int A, int B, int C, int D, double fx, double fy) {
 }
 
 // The interpolating turn of a row of 8- or 24-bit pixels, 64 at a time: each
-// sample's position, weights and four neighbours are worked out with the very
-// operations of the per-pixel form, only laid out so that they vectorise.
-// Pixels whose four neighbours are not all inside go to `edge`.
+// sample's position, weights and four neighbours are chosen as the per-pixel
+// form chooses them and then worked out with its very operations, only laid
+// out so that they vectorise.
 struct RotateFrame {
   int w, h, hw, hh, hnw;
   double c, sn;
   const BYTE* bits;
   std::size_t stride;
   int channels;
+  int background[3];  // the background's stored bytes
 };
 
 constexpr int kRotateChunk = 64;
+// What a sample's four neighbours are.
+enum : BYTE { kBackground, kFour, kRepeated };
 
 OCHREL_WIDE_VECTORS
-void RotatePositions(const RotateFrame& f, double Y, int x0, int n, double* sx, double* sy, int* ix, int* iy,
-                     double* fx, double* fy, bool* inner) {
+void RotatePositions(const RotateFrame& f, double Y, int x0, int n, int* ix, int* iy, double* fx, double* fy,
+                     BYTE* kind) {
+  alignas(64) double sx[kRotateChunk], sy[kRotateChunk];
   for (int k = 0; k < n; ++k) {
     const double X = x0 + k - f.hnw;
     sx[k] = f.hw + X * f.c - Y * f.sn;
@@ -72,12 +76,13 @@ void RotatePositions(const RotateFrame& f, double Y, int x0, int n, double* sx, 
   for (int k = 0; k < n; ++k) {
     // The range test first: truncation is only defined near the picture.
     const bool near = sx[k] > -2.0 && sx[k] < f.w + 1.0 && sy[k] > -2.0 && sy[k] < f.h + 1.0;
-    const int a = near ? static_cast<int>(sx[k]) : -1, b = near ? static_cast<int>(sy[k]) : -1;
-    inner[k] = a >= 0 && a + 1 < f.w && b >= 0 && b + 1 < f.h;
-    ix[k] = inner[k] ? a : 0;
-    iy[k] = inner[k] ? b : 0;
-    fx[k] = inner[k] ? sx[k] - a : 0.0;
-    fy[k] = inner[k] ? sy[k] - b : 0.0;
+    const int a = near ? static_cast<int>(sx[k]) : 0, b = near ? static_cast<int>(sy[k]) : 0;
+    const bool in = near && a >= 0 && a < f.w && b >= 0 && b < f.h;
+    kind[k] = !in ? kBackground : a + 1 < f.w && b + 1 < f.h ? kFour : kRepeated;
+    ix[k] = in ? a : 0;
+    iy[k] = in ? b : 0;
+    fx[k] = sx[k] - a;
+    fy[k] = sy[k] - b;
   }
 }
 
@@ -87,24 +92,27 @@ void RotateLerp(int n, const int* A, const int* B, const int* C, const int* D, c
   for (int k = 0; k < n; ++k) out[k] = Lerp4(A[k], B[k], C[k], D[k], fx[k], fy[k]);
 }
 
-template <class Edge>
-void RotateRowQuick(const RotateFrame& f, int y, int nw, BYTE* D, BYTE* M, Edge edge) {
+void RotateRowQuick(const RotateFrame& f, int y, int nw, BYTE* D, BYTE* M) {
   const double Y = y;
   const int ch = f.channels;
-  alignas(64) double sx[kRotateChunk], sy[kRotateChunk], fx[kRotateChunk], fy[kRotateChunk];
+  alignas(64) double fx[kRotateChunk], fy[kRotateChunk];
   alignas(64) int ix[kRotateChunk], iy[kRotateChunk], q[4][3][kRotateChunk], v[3][kRotateChunk];
-  bool inner[kRotateChunk];
+  BYTE kind[kRotateChunk];
   for (int x0 = 0; x0 < nw; x0 += kRotateChunk) {
     const int n = std::min(kRotateChunk, nw - x0);
-    RotatePositions(f, Y, x0, n, sx, sy, ix, iy, fx, fy, inner);
+    RotatePositions(f, Y, x0, n, ix, iy, fx, fy, kind);
     for (int k = 0; k < n; ++k) {
-      if (!inner[k]) {
-        for (int b = 0; b < ch; ++b) q[0][b][k] = q[1][b][k] = q[2][b][k] = q[3][b][k] = 0;
+      if (kind[k] == kBackground) {
+        for (int b = 0; b < ch; ++b) q[0][b][k] = q[1][b][k] = q[2][b][k] = q[3][b][k] = f.background[b];
         continue;
       }
       // Stored rows run bottom up: row iy + 1 lies one stride below row iy.
       const BYTE* p =
           f.bits + f.stride * static_cast<std::size_t>(f.h - 1 - iy[k]) + static_cast<std::size_t>(ix[k]) * ch;
+      if (kind[k] == kRepeated) {
+        for (int b = 0; b < ch; ++b) q[0][b][k] = q[1][b][k] = q[2][b][k] = q[3][b][k] = p[b];
+        continue;
+      }
       const BYTE* below = p - f.stride;
       for (int b = 0; b < ch; ++b) {
         q[0][b][k] = p[b];
@@ -114,15 +122,18 @@ void RotateRowQuick(const RotateFrame& f, int y, int nw, BYTE* D, BYTE* M, Edge 
       }
     }
     for (int b = 0; b < ch; ++b) RotateLerp(n, q[0][b], q[1][b], q[2][b], q[3][b], fx, fy, v[b]);
-    for (int k = 0; k < n; ++k) {
-      const int x = x0 + k;
-      if (!inner[k]) {
-        edge(x);
-        continue;
+    BYTE* d = D + static_cast<std::size_t>(x0) * ch;
+    if (ch == 3) {
+      for (int k = 0; k < n; ++k, d += 3) {
+        d[0] = static_cast<BYTE>(v[0][k]);
+        d[1] = static_cast<BYTE>(v[1][k]);
+        d[2] = static_cast<BYTE>(v[2][k]);
       }
-      for (int b = 0; b < ch; ++b) D[static_cast<std::size_t>(x) * ch + b] = static_cast<BYTE>(v[b][k]);
-      M[x >> 1] |= (x & 1) ? 0x01 : 0x10;
+    } else {
+      for (int k = 0; k < n; ++k) d[k] = static_cast<BYTE>(v[0][k]);
     }
+    for (int k = 0; k < n; ++k)
+      if (kind[k] != kBackground) M[(x0 + k) >> 1] |= ((x0 + k) & 1) ? 0x01 : 0x10;
   }
 }
 
@@ -200,13 +211,23 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, COLORREF background, FI
     }
   };
   const bool quick = FastPaths() && interpolate && (bits == 8 || bits == 24);
+  const RotateFrame frame{w,
+                          h,
+                          hw,
+                          hh,
+                          hnw,
+                          c,
+                          sn,
+                          DibBits(s),
+                          DibStride(s),
+                          bits / 8,
+                          {bits == 8 ? static_cast<int>(bg & 255) : GetBValue(bg), GetGValue(bg), GetRValue(bg)}};
   ParallelBands(nh, 16, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       BYTE* D = DibRow(o, y);
       BYTE* M = DibRow(m, y);
       if (quick) {
-        const RotateFrame f{w, h, hw, hh, hnw, c, sn, DibBits(s), DibStride(s), bits / 8};
-        RotateRowQuick(f, y - hnh, nw, D, M, [&](int x) { pixel(x, y, D, M); });
+        RotateRowQuick(frame, y - hnh, nw, D, M);
         continue;
       }
       for (int x = 0; x < nw; ++x) pixel(x, y, D, M);
