@@ -64,32 +64,34 @@ constexpr int kRotateChunk = 64;
 // What a sample's four neighbours are.
 enum : BYTE { kBackground, kFour, kRepeated };
 
+// Whole chunks, so that the loops vectorise without a remainder; samples past
+// the row's end are worked out and not stored.
 OCHREL_WIDE_VECTORS
-void RotatePositions(const RotateFrame& f, double Y, int x0, int n, int* ix, int* iy, double* fx, double* fy,
-                     BYTE* kind) {
-  alignas(64) double sx[kRotateChunk], sy[kRotateChunk];
-  for (int k = 0; k < n; ++k) {
-    const double X = x0 + k - f.hnw;
-    sx[k] = f.hw + X * f.c - Y * f.sn;
-    sy[k] = f.hh + Y * f.c + X * f.sn;
-  }
-  for (int k = 0; k < n; ++k) {
+void RotatePositions(const RotateFrame& f, double Y, int x0, int* __restrict ix, int* __restrict iy,
+                     double* __restrict fx, double* __restrict fy, BYTE* __restrict kind) {
+  const int w = f.w, h = f.h, hnw = f.hnw;
+  const double hw = f.hw, hh = f.hh, c = f.c, sn = f.sn, right = w + 1.0, top = h + 1.0;
+  for (int k = 0; k < kRotateChunk; ++k) {
+    const double X = x0 + k - hnw;
+    const double sx = hw + X * c - Y * sn;
+    const double sy = hh + Y * c + X * sn;
     // The range test first: truncation is only defined near the picture.
-    const bool near = sx[k] > -2.0 && sx[k] < f.w + 1.0 && sy[k] > -2.0 && sy[k] < f.h + 1.0;
-    const int a = near ? static_cast<int>(sx[k]) : 0, b = near ? static_cast<int>(sy[k]) : 0;
-    const bool in = near && a >= 0 && a < f.w && b >= 0 && b < f.h;
-    kind[k] = !in ? kBackground : a + 1 < f.w && b + 1 < f.h ? kFour : kRepeated;
+    const bool near = (sx > -2.0) & (sx < right) & (sy > -2.0) & (sy < top);
+    const int a = static_cast<int>(near ? sx : 0.0), b = static_cast<int>(near ? sy : 0.0);
+    const bool in = near & (a >= 0) & (a < w) & (b >= 0) & (b < h);
+    const bool four = (a + 1 < w) & (b + 1 < h);
+    kind[k] = in ? (four ? kFour : kRepeated) : kBackground;
     ix[k] = in ? a : 0;
     iy[k] = in ? b : 0;
-    fx[k] = sx[k] - a;
-    fy[k] = sy[k] - b;
+    fx[k] = sx - a;
+    fy[k] = sy - b;
   }
 }
 
 OCHREL_WIDE_VECTORS
-void RotateLerp(int n, const int* A, const int* B, const int* C, const int* D, const double* fx, const double* fy,
-                int* out) {
-  for (int k = 0; k < n; ++k) out[k] = Lerp4(A[k], B[k], C[k], D[k], fx[k], fy[k]);
+void RotateLerp(const int* __restrict A, const int* __restrict B, const int* __restrict C, const int* __restrict D,
+                const double* __restrict fx, const double* __restrict fy, int* __restrict out) {
+  for (int k = 0; k < kRotateChunk; ++k) out[k] = Lerp4(A[k], B[k], C[k], D[k], fx[k], fy[k]);
 }
 
 void RotateRowQuick(const RotateFrame& f, int y, int nw, BYTE* D, BYTE* M) {
@@ -100,8 +102,8 @@ void RotateRowQuick(const RotateFrame& f, int y, int nw, BYTE* D, BYTE* M) {
   BYTE kind[kRotateChunk];
   for (int x0 = 0; x0 < nw; x0 += kRotateChunk) {
     const int n = std::min(kRotateChunk, nw - x0);
-    RotatePositions(f, Y, x0, n, ix, iy, fx, fy, kind);
-    for (int k = 0; k < n; ++k) {
+    RotatePositions(f, Y, x0, ix, iy, fx, fy, kind);
+    for (int k = 0; k < kRotateChunk; ++k) {
       if (kind[k] == kBackground) {
         for (int b = 0; b < ch; ++b) q[0][b][k] = q[1][b][k] = q[2][b][k] = q[3][b][k] = f.background[b];
         continue;
@@ -121,7 +123,7 @@ void RotateRowQuick(const RotateFrame& f, int y, int nw, BYTE* D, BYTE* M) {
         q[3][b][k] = below[ch + b];
       }
     }
-    for (int b = 0; b < ch; ++b) RotateLerp(n, q[0][b], q[1][b], q[2][b], q[3][b], fx, fy, v[b]);
+    for (int b = 0; b < ch; ++b) RotateLerp(q[0][b], q[1][b], q[2][b], q[3][b], fx, fy, v[b]);
     BYTE* d = D + static_cast<std::size_t>(x0) * ch;
     if (ch == 3) {
       for (int k = 0; k < n; ++k, d += 3) {
