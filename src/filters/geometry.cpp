@@ -313,6 +313,7 @@ HDIB FilterResizeImage(const HDIB& image, FILTERPARAM* param) {
   if (horizontal <= 0 || vertical <= 0) return nullptr;
   if (param->FilterResizeInterpolate && (param->ImageType == IMAGE_TRUECOLOUR || param->ImageType == IMAGE_GREY)) {
     if (horizontal < 100 && vertical < 100) return ScaleDown(image, horizontal, vertical);
+    if (horizontal > 100 && vertical > 100) return ScaleUp(image, horizontal, vertical);
     HDIB first = horizontal > 100   ? ScaleUpHorizontal(image, horizontal)
                  : horizontal < 100 ? ScaleDownHorizontal(image, horizontal)
                                     : DuplicateObject(image);

@@ -223,6 +223,76 @@ std::vector<DownStep> PlanScaleDown(int length, int newLength, int percentage) {
 
 }  // namespace
 
+namespace {
+
+// One row of the interpolating scale-up across: nw pixels of ch bytes.
+void UpAcrossRow(const UpPlan& up, int ch, int nw, const BYTE* S, BYTE* D) {
+  const BYTE* tables = up.tables.data();
+  for (int x = 0; x < nw; ++x, D += ch) {
+    const UpStep& p = up.steps[static_cast<std::size_t>(x)];
+    if (p.n == 0) {
+      std::memcpy(D, S + static_cast<std::size_t>(p.a) * ch, static_cast<std::size_t>(ch));
+    } else if (p.n > 0) {
+      const BYTE* A = S + static_cast<std::size_t>(p.a) * ch;
+      for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], A[c + ch]));
+    }
+  }
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+// 64 bytes through a 256-entry table: two 128-entry permutes, chosen by the
+// top bit of each index.
+OCHREL_VBMI inline __m512i LookUp(const __m512i t[4], __m512i index) {
+  const __m512i low = _mm512_permutex2var_epi8(t[0], index, t[1]);
+  const __m512i high = _mm512_permutex2var_epi8(t[2], index, t[3]);
+  return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
+}
+
+OCHREL_VBMI void TwoTablesWide(const BYTE* ta, const BYTE* tb, const BYTE* A, const BYTE* B, BYTE* D, int n) {
+  __m512i a[4], b[4];
+  for (int k = 0; k < 4; ++k) {
+    a[k] = _mm512_loadu_si512(ta + 64 * k);
+    b[k] = _mm512_loadu_si512(tb + 64 * k);
+  }
+  int i = 0;
+  for (; i + 64 <= n; i += 64)
+    _mm512_storeu_si512(D + i,
+                        _mm512_add_epi8(LookUp(a, _mm512_loadu_si512(A + i)), LookUp(b, _mm512_loadu_si512(B + i))));
+  for (; i < n; ++i) D[i] = static_cast<BYTE>(ta[A[i]] + tb[B[i]]);
+}
+#endif
+
+// D[i] = ta[A[i]] + tb[B[i]] (mod 256) over n bytes.
+void TwoTables(const BYTE* ta, const BYTE* tb, const BYTE* A, const BYTE* B, BYTE* D, int n) {
+#if defined(__GNUC__) && defined(__x86_64__)
+  if (FastPaths() && HalveQuarterAvailable()) {
+    TwoTablesWide(ta, tb, A, B, D, n);
+    return;
+  }
+#endif
+  for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(ta[A[i]] + tb[B[i]]);
+}
+
+// One output row of the interpolating scale-up down the rows of byte pixels,
+// from rows A (the step's row) and B (the one after it) of w pixels.
+void UpDownRow(const UpPlan& up, const UpStep& p, int bits, int w, const BYTE* A, const BYTE* B, BYTE* D) {
+  const BYTE* tables = up.tables.data();
+  if (bits == 8 || bits == 24) {
+    const int n = w * (bits / 8);
+    if (p.table >= 0) {
+      TwoTables(tables + p.table, tables + p.table + 256, A, B, D, n);
+    } else {
+      for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(UpValue(p, A[i], B[i]));
+    }
+  } else {
+    // Pixel values carry three channels; the fourth byte stays zero.
+    for (int x = 0; x < w; ++x, A += 4, B += 4, D += 4)
+      for (int c = 0; c < 3; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], B[c]));
+  }
+}
+
+}  // namespace
+
 HDIB ScaleUpHorizontal(const HDIB& image, int percentage) {
   const BITMAPINFOHEADER* s = LockDib(image);
   if (!s || !ByteDepth(s->biBitCount)) return nullptr;
@@ -234,22 +304,8 @@ HDIB ScaleUpHorizontal(const HDIB& image, int percentage) {
   const int ch = s->biBitCount / 8;
   UpPlan up;
   if (!Plan([&] { up = PlanScaleUp(w, nw, percentage, true); })) return nullptr;
-  const std::vector<UpStep>& plan = up.steps;
-  const BYTE* tables = up.tables.data();
   ParallelBands(h, kBand, [&](int y0, int y1) {
-    for (int y = y0; y < y1; ++y) {
-      const BYTE* S = DibRow(s, y);
-      BYTE* D = DibRow(o, y);
-      for (int x = 0; x < nw; ++x, D += ch) {
-        const UpStep& p = plan[static_cast<std::size_t>(x)];
-        if (p.n == 0) {
-          std::memcpy(D, S + static_cast<std::size_t>(p.a) * ch, static_cast<std::size_t>(ch));
-        } else if (p.n > 0) {
-          const BYTE* A = S + static_cast<std::size_t>(p.a) * ch;
-          for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], A[c + ch]));
-        }
-      }
-    }
+    for (int y = y0; y < y1; ++y) UpAcrossRow(up, ch, nw, DibRow(s, y), DibRow(o, y));
   });
   return out;
 }
@@ -278,25 +334,8 @@ HDIB ScaleUpVertical(const HDIB& image, int percentage) {
         std::memcpy(DibRow(o, y), DibRow(s, p.a), DibStride(s));
         continue;
       }
-      if (bits == 8 || bits == 24) {
-        const BYTE* A = DibRow(s, p.a);
-        const BYTE* B = DibRow(s, p.a + 1);
-        BYTE* D = DibRow(o, y);
-        const int n = w * (bits / 8);
-        if (p.table >= 0) {
-          const BYTE* ta = tables + p.table;
-          const BYTE* tb = ta + 256;
-          for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(ta[A[i]] + tb[B[i]]);
-        } else {
-          for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(UpValue(p, A[i], B[i]));
-        }
-      } else if (bits == 32) {
-        // Pixel values carry three channels; the fourth byte stays zero.
-        const BYTE* A = DibRow(s, p.a);
-        const BYTE* B = DibRow(s, p.a + 1);
-        BYTE* D = DibRow(o, y);
-        for (int x = 0; x < w; ++x, A += 4, B += 4, D += 4)
-          for (int c = 0; c < 3; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], B[c]));
+      if (ByteDepth(bits)) {
+        UpDownRow(up, p, bits, w, DibRow(s, p.a), DibRow(s, p.a + 1), DibRow(o, y));
       } else {
         for (int x = 0; x < w; ++x) {
           int a = static_cast<int>(GetDibPixel(s, x, p.a)), b = static_cast<int>(GetDibPixel(s, x, p.a + 1));
@@ -305,6 +344,66 @@ HDIB ScaleUpVertical(const HDIB& image, int percentage) {
       }
     }
   });
+  return out;
+}
+
+HDIB ScaleUp(const HDIB& image, int horizontal, int vertical) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s || !FastPaths() || !ByteDepth(s->biBitCount)) {
+    HDIB across = ScaleUpHorizontal(image, horizontal);
+    if (!across) return nullptr;
+    return ScaleUpVertical(across, vertical);
+  }
+  const int w = s->biWidth, h = s->biHeight, bits = s->biBitCount, ch = bits / 8;
+  const int nw = ScaledLength(w, horizontal), nh = ScaledLength(h, vertical);
+  if (nw <= 0 || nh <= 0) return nullptr;
+  HDIB out = CreateDibLike(s, nw, nh);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  UpPlan across, down;
+  if (!Plan([&] {
+        across = PlanScaleUp(w, nw, horizontal, true);
+        down = PlanScaleUp(h, nh, vertical, bits <= 8);
+      }))
+    return nullptr;
+  // Samples the plan leaves untouched are zero in the wide picture.
+  bool gaps = false;
+  for (const UpStep& st : across.steps) gaps = gaps || st.n < 0;
+  const std::size_t rowBytes = static_cast<std::size_t>(nw) * ch;
+  bool failed = false;
+  ParallelBands(nh, kBand, [&](int y0, int y1) {
+    // Rows of the wide picture, each worked out once and kept while the
+    // output rows still read them.
+    std::vector<BYTE> buffer;
+    if (!Plan([&] { buffer.resize(2 * rowBytes); })) {
+      failed = true;
+      return;
+    }
+    int held[2] = {-1, -1};
+    auto wide = [&](int row) -> const BYTE* {
+      for (int k = 0; k < 2; ++k)
+        if (held[k] == row) return buffer.data() + k * rowBytes;
+      // Replace the row that is not the one before `row`.
+      const int k = held[0] == row - 1 ? 1 : 0;
+      BYTE* t = buffer.data() + k * rowBytes;
+      if (gaps) std::memset(t, 0, rowBytes);
+      UpAcrossRow(across, ch, nw, DibRow(s, row), t);
+      held[k] = row;
+      return t;
+    };
+    for (int y = y0; y < y1; ++y) {
+      const UpStep& p = down.steps[static_cast<std::size_t>(y)];
+      if (p.n < 0) continue;
+      if (p.n == 0) {
+        std::memcpy(DibRow(o, y), wide(p.a), rowBytes);
+        continue;
+      }
+      const BYTE* A = wide(p.a);
+      const BYTE* B = wide(p.a + 1);
+      UpDownRow(down, p, bits, nw, A, B, DibRow(o, y));
+    }
+  });
+  if (failed) return nullptr;
   return out;
 }
 
@@ -557,6 +656,7 @@ HDIB ResizeDib(const HDIB& image, int percentage) {
   if (type == IMAGE_NONE) return nullptr;
   if (type != IMAGE_TRUECOLOUR && type != IMAGE_GREY) return ResizeNearest(image, percentage);
   if (percentage < 100) return ScaleDown(image, percentage, percentage);
+  if (percentage > 100) return ScaleUp(image, percentage, percentage);
   HDIB horizontal = percentage > 100   ? ScaleUpHorizontal(image, percentage)
                     : percentage < 100 ? ScaleDownHorizontal(image, percentage)
                                        : DuplicateObject(image);

@@ -29,6 +29,9 @@ HDIB ScaleDownVertical(const HDIB& image, int percentage);
 // for byte, without the picture in between where it can.
 HDIB ScaleDown(const HDIB& image, int horizontal, int vertical);
 
+// ScaleUpVertical(ScaleUpHorizontal(image, horizontal), vertical), likewise.
+HDIB ScaleUp(const HDIB& image, int horizontal, int vertical);
+
 // Nearest-sample resize, the path of paletted and mono images.
 HDIB ResizeNearest(const HDIB& image, int percentage);
 
