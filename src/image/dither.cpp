@@ -81,6 +81,69 @@ bool Resize(std::vector<T>& v, std::size_t n) {
   }
 }
 
+// The quick form of the mono diffusion below. Along a row the only thing
+// carried from pixel to pixel is the error pushed right, e = error >> 4, one
+// of 32 values; so each pixel's bit and e come from a table over (its work
+// value, the e pushed into it) holding what the plain steps give. The row
+// above then takes its three pushes, in the order the plain loop makes them,
+// once the row's e are known. False when memory runs out.
+bool DiffuseMonoQuick(BYTE* work, int w, int h, const BYTE table[256], int lowest, int highest, BITMAPINFOHEADER* o) {
+  const int threshold = (highest + lowest) >> 1;
+  // step[value << 5 | (e + 16)]: bit 7 the output bit, bits 0-4 the new e + 16.
+  std::vector<BYTE> step;
+  std::vector<int> first, second;  // the e of each pixel of the two rows
+  if (!Resize(step, 256 * 32) || !Resize(first, static_cast<std::size_t>(w)) ||
+      !Resize(second, static_cast<std::size_t>(w)))
+    return false;
+  for (int value = 0; value < 256; ++value)
+    for (int in = -16; in < 16; ++in) {
+      const int v = table[Clamp255(value + 7 * in)];
+      const int out = v <= threshold ? 0 : 1;
+      const int next = (v - (out ? highest : lowest)) >> 4;  // from -16 to 15: v is 1 to 254
+      step[static_cast<std::size_t>(value << 5 | (in + 16))] = static_cast<BYTE>(out << 7 | (next + 16));
+    }
+  const BYTE* st = step.data();
+  auto pixel = [st](int value, unsigned& in, BYTE* orow, int x) {
+    const unsigned code = st[static_cast<unsigned>(value) << 5 | in];
+    in = code & 31;
+    if (code & 0x80) orow[x >> 3] |= masktable[x & 7];
+    return static_cast<int>(in) - 16;
+  };
+  // The pushes into the row above of pixel j, from the e of the row below.
+  auto pushed = [w](int u, const int* e, int j) {
+    if (j >= 1) u = Clamp255(u + e[j - 1]);
+    u = Clamp255(u + 5 * e[j]);
+    if (j >= 1 && j + 1 < w) u = Clamp255(u + 3 * e[j + 1]);
+    return u;
+  };
+  auto orowOf = [o](int y) { return DibBits(o) + DibStride(o) * static_cast<std::size_t>(y); };
+  int* eA = first.data();
+  int* eB = second.data();
+  // Two rows at a time, the second one pixel behind the first (its pixel j
+  // needs the first row's e up to j + 1): two independent chains.
+  for (int y = 0; y < h; y += 2) {
+    const BYTE* rowA = work + static_cast<std::size_t>(y) * w;
+    BYTE* orowA = orowOf(y);
+    unsigned inA = 16, inB = 16;  // nothing pushed into the first pixel
+    if (y + 1 == h) {
+      for (int x = 0; x < w; ++x) pixel(rowA[x], inA, orowA, x);
+      break;
+    }
+    const BYTE* rowB = rowA + w;
+    BYTE* orowB = orowOf(y + 1);
+    eA[0] = pixel(rowA[0], inA, orowA, 0);
+    for (int x = 1; x < w; ++x) {
+      eA[x] = pixel(rowA[x], inA, orowA, x);
+      eB[x - 1] = pixel(pushed(rowB[x - 1], eA, x - 1), inB, orowB, x - 1);
+    }
+    eB[w - 1] = pixel(pushed(rowB[w - 1], eA, w - 1), inB, orowB, w - 1);
+    if (y + 2 == h) break;
+    BYTE* up = work + static_cast<std::size_t>(y + 2) * w;
+    for (int j = 0; j < w; ++j) up[j] = static_cast<BYTE>(pushed(up[j], eB, j));
+  }
+  return true;
+}
+
 HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* palette, const DitherOptions& options) {
   const int w = s->biWidth, h = s->biHeight;
   BYTE table[256];
@@ -118,6 +181,7 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
   }
   const int threshold = (highest + lowest) >> 1;
 
+  if (FastPaths() && DiffuseMonoQuick(work.data(), w, h, table, lowest, highest, o)) return out;
   for (int y = 0; y < h; ++y) {
     BYTE* cur = &work[static_cast<std::size_t>(y) * w];
     BYTE* up = y + 1 < h ? cur + w : nullptr;
