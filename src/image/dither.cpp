@@ -158,12 +158,29 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
   int lowest = 255, highest = 0;
   {
     std::vector<int> lo(static_cast<std::size_t>(h), 255), hi(static_cast<std::size_t>(h), 0);
+    // Quick form for true colour: the separately truncated terms from tables.
+    const int step = s->biBitCount / 8;
+    const bool terms = FastPaths() && (step == 3 || step == 4);
+    int tr[256], tg[256], tb[256];
+    for (int v = 0; v < 256; ++v) tr[v] = v * 30 / 100, tg[v] = v * 59 / 100, tb[v] = v * 11 / 100;
     ParallelBands(h, kBand, [&](int y0, int y1) {
       std::vector<BYTE> rgb(static_cast<std::size_t>(w) * 3);
       for (int y = y0; y < y1; ++y) {
-        ReadRgbRow(s, srcPalette, y, rgb.data());
         BYTE* wr = &work[static_cast<std::size_t>(y) * w];
         int l = 255, m = 0;
+        if (terms) {
+          const BYTE* p = DibBits(s) + DibStride(s) * static_cast<std::size_t>(y);
+          for (int x = 0; x < w; ++x, p += step) {
+            const int v = tr[p[2]] + tg[p[1]] + tb[p[0]];
+            wr[x] = static_cast<BYTE>(v);
+            l = std::min(l, v);
+            m = std::max(m, v);
+          }
+          lo[static_cast<std::size_t>(y)] = l;
+          hi[static_cast<std::size_t>(y)] = m;
+          continue;
+        }
+        ReadRgbRow(s, srcPalette, y, rgb.data());
         for (int x = 0; x < w; ++x) {
           int v = Luminance(rgb[3 * x], rgb[3 * x + 1], rgb[3 * x + 2]);
           wr[x] = static_cast<BYTE>(v);
