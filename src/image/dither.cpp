@@ -295,10 +295,9 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   constexpr int kBoxes = 1 << 18;
   auto rowOf = [&](int y) { return DibBits(s) + DibStride(s) * static_cast<std::size_t>(y); };
   auto boxOf = [](const BYTE* p) { return ((p[2] >> 2) << 12) | ((p[1] >> 2) << 6) | (p[0] >> 2); };
-  std::vector<std::uint32_t> slot;
   std::vector<int> boxes;
   std::unique_ptr<std::atomic<BYTE>[]> used(new (std::nothrow) std::atomic<BYTE>[kBoxes]);
-  if (!used || !Resize(slot, kBoxes)) return false;
+  if (!used) return false;
   for (int b = 0; b < kBoxes; ++b) used[b].store(0, std::memory_order_relaxed);
   ParallelBands(h, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
@@ -312,20 +311,27 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   });
   try {
     for (int b = 0; b < kBoxes; ++b)
-      if (used[b].load(std::memory_order_relaxed)) {
-        slot[static_cast<std::size_t>(b)] = static_cast<std::uint32_t>(boxes.size());
-        boxes.push_back(b);
-      }
+      if (used[b].load(std::memory_order_relaxed)) boxes.push_back(b);
   } catch (...) {
     return false;
   }
-  HGLOBAL table = MemBlock::Allocate(boxes.size() * 64);
+  // Indexed by the colour's box and its place in it: one read a pixel. Only
+  // the boxes in use are written, so the rest of the table is never touched.
+  HGLOBAL table = MemBlock::Allocate(std::size_t{kBoxes} * 64);
   if (!table) return false;
   BYTE* answers = table->data();
+  // Most boxes have one answer throughout: that answer, in a table small
+  // enough to stay in the cache; kMixed sends the pixel to the full table.
+  constexpr std::uint16_t kMixed = 256;
+  std::vector<std::uint16_t> single;
+  if (!Resize(single, kBoxes)) return false;
   ParallelBands(static_cast<int>(boxes.size()), 256, [&](int i0, int i1) {
     for (int i = i0; i < i1; ++i) {
       const int b = boxes[static_cast<std::size_t>(i)];
-      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, answers + static_cast<std::size_t>(i) * 64);
+      BYTE* a = answers + static_cast<std::size_t>(b) * 64;
+      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, a);
+      const bool same = std::all_of(a, a + 64, [a](BYTE v) { return v == a[0]; });
+      single[static_cast<std::size_t>(b)] = same ? a[0] : kMixed;
     }
   });
   ParallelBands(h, kBand, [&](int y0, int y1) {
@@ -333,8 +339,11 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
       const BYTE* row = rowOf(y);
       BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
       auto answer = [&](const BYTE* p) {
-        const std::size_t at = static_cast<std::size_t>(slot[static_cast<std::size_t>(boxOf(p))]) << 6;
-        return answers[at | static_cast<std::size_t>(((p[2] & 3) << 4) | ((p[1] & 3) << 2) | (p[0] & 3))];
+        const unsigned r = p[2], g = p[1], b = p[0];
+        const unsigned box = (r >> 2) << 12 | (g >> 2) << 6 | (b >> 2);
+        const unsigned one = single[box];
+        if (one != kMixed) return static_cast<BYTE>(one);
+        return answers[box << 6 | (r & 3) << 4 | (g & 3) << 2 | (b & 3)];
       };
       if (bits == 8 && step == 3) {
         for (int x = 0; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
