@@ -315,23 +315,38 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   } catch (...) {
     return false;
   }
-  // Indexed by the colour's box and its place in it: one read a pixel. Only
-  // the boxes in use are written, so the rest of the table is never touched.
-  HGLOBAL table = MemBlock::Allocate(std::size_t{kBoxes} * 64);
-  if (!table) return false;
-  BYTE* answers = table->data();
   // Most boxes have one answer throughout: that answer, in a table small
-  // enough to stay in the cache; kMixed sends the pixel to the full table.
-  constexpr std::uint16_t kMixed = 256;
-  std::vector<std::uint16_t> single;
+  // enough to stay in the cache. The others hold kMixed + their place among
+  // the mixed boxes, whose 64 answers each are kept in `answers`.
+  constexpr std::uint32_t kMixed = 256;
+  std::vector<std::uint32_t> single;
+  std::vector<int> mixed;
   if (!Resize(single, kBoxes)) return false;
   ParallelBands(static_cast<int>(boxes.size()), 256, [&](int i0, int i1) {
+    BYTE a[64];
     for (int i = i0; i < i1; ++i) {
       const int b = boxes[static_cast<std::size_t>(i)];
-      BYTE* a = answers + static_cast<std::size_t>(b) * 64;
       nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, a);
-      const bool same = std::all_of(a, a + 64, [a](BYTE v) { return v == a[0]; });
+      const bool same = std::all_of(a, a + 64, [&a](BYTE v) { return v == a[0]; });
       single[static_cast<std::size_t>(b)] = same ? a[0] : kMixed;
+    }
+  });
+  try {
+    for (int b : boxes)
+      if (single[static_cast<std::size_t>(b)] == kMixed) {
+        single[static_cast<std::size_t>(b)] = kMixed + static_cast<std::uint32_t>(mixed.size());
+        mixed.push_back(b);
+      }
+  } catch (...) {
+    return false;
+  }
+  std::vector<BYTE> table;
+  if (!Resize(table, mixed.size() * 64 + 1)) return false;
+  BYTE* answers = table.data();
+  ParallelBands(static_cast<int>(mixed.size()), 256, [&](int i0, int i1) {
+    for (int i = i0; i < i1; ++i) {
+      const int b = mixed[static_cast<std::size_t>(i)];
+      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, answers + static_cast<std::size_t>(i) * 64);
     }
   });
   ParallelBands(h, kBand, [&](int y0, int y1) {
@@ -341,9 +356,9 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
       auto answer = [&](const BYTE* p) {
         const unsigned r = p[2], g = p[1], b = p[0];
         const unsigned box = (r >> 2) << 12 | (g >> 2) << 6 | (b >> 2);
-        const unsigned one = single[box];
-        if (one != kMixed) return static_cast<BYTE>(one);
-        return answers[box << 6 | (r & 3) << 4 | (g & 3) << 2 | (b & 3)];
+        const std::uint32_t one = single[box];
+        if (one < kMixed) return static_cast<BYTE>(one);
+        return answers[static_cast<std::size_t>(one - kMixed) << 6 | (r & 3) << 4 | (g & 3) << 2 | (b & 3)];
       };
       if (bits == 8 && step == 3) {
         for (int x = 0; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));

@@ -96,42 +96,27 @@ void NearestColour::AllocateCache() {
 
 namespace {
 
-// All 4096 colours of a cell against its candidates, taken in index order; a
-// candidate replaces the best only when strictly nearer, so the first minimum
-// wins, as in CellSearch.
-OCHREL_WIDE_VECTORS
-void FillCellColours(int r0, int g0, int b0, const BYTE* candidates, int count, const int* pr, const int* pg,
-                     const int* pb, int wr, int wg, int wb, BYTE* answers) {
-  int best[4096];
-  for (int k = 0; k < 4096; ++k) best[k] = 0x7FFFFFFF;
-  for (int c = 0; c < count; ++c) {
-    const int i = candidates[c];
-    for (int k = 0; k < 4096; ++k) {
-      const int dr = pr[i] - (r0 + (k >> 8)), dg = pg[i] - (g0 + ((k >> 4) & 15)), db = pb[i] - (b0 + (k & 15));
-      const int d = wr * dr * dr + wg * dg * dg + wb * db * db;
-      const bool nearer = d < best[k];
-      best[k] = nearer ? d : best[k];
-      answers[k] = nearer ? static_cast<BYTE>(i) : answers[k];
-    }
-  }
-}
-
-// The same over the 64 colours of a box of 4 levels a side.
+// All 64 colours of a box of 4 levels a side against its candidates, taken
+// in index order; a candidate replaces the best only when strictly nearer, so
+// the first minimum wins, as in CellSearch. Local arrays, so that the inner
+// loop vectorises without alias checks.
 OCHREL_WIDE_VECTORS
 void FillBoxColours(int r0, int g0, int b0, const BYTE* candidates, int count, const int* pr, const int* pg,
                     const int* pb, int wr, int wg, int wb, BYTE* answers) {
-  int best[64];
-  for (int k = 0; k < 64; ++k) best[k] = 0x7FFFFFFF;
+  int best[64], found[64];
+  for (int k = 0; k < 64; ++k) best[k] = 0x7FFFFFFF, found[k] = 0;
   for (int c = 0; c < count; ++c) {
     const int i = candidates[c];
+    const int red = pr[i] - r0, green = pg[i] - g0, blue = pb[i] - b0;
     for (int k = 0; k < 64; ++k) {
-      const int dr = pr[i] - (r0 + (k >> 4)), dg = pg[i] - (g0 + ((k >> 2) & 3)), db = pb[i] - (b0 + (k & 3));
+      const int dr = red - (k >> 4), dg = green - ((k >> 2) & 3), db = blue - (k & 3);
       const int d = wr * dr * dr + wg * dg * dg + wb * db * db;
       const bool nearer = d < best[k];
       best[k] = nearer ? d : best[k];
-      answers[k] = nearer ? static_cast<BYTE>(i) : answers[k];
+      found[k] = nearer ? i : found[k];
     }
   }
+  for (int k = 0; k < 64; ++k) answers[k] = static_cast<BYTE>(found[k]);
 }
 
 }  // namespace
@@ -156,16 +141,7 @@ void NearestColour::FillBox(int r0, int g0, int b0, BYTE* answers) const {
   int n = 0;
   for (int k = 0; k < count; ++k)
     if (least[k] <= bound) kept[n++] = c[k];
-  std::fill(answers, answers + 64, BYTE{0});
   FillBoxColours(r0, g0, b0, kept, n, pr_, pg_, pb_, wr_, wg_, wb_, answers);
-}
-
-void NearestColour::FillCell(int cell, BYTE* answers) const {
-  const int r0 = (cell >> 8) * 16, g0 = ((cell >> 4) & 15) * 16, b0 = (cell & 15) * 16;
-  const BYTE* c = cells_->entries.data() + cells_->start[cell];
-  const int count = static_cast<int>(cells_->start[cell + 1] - cells_->start[cell]);
-  std::fill(answers, answers + 4096, BYTE{0});
-  FillCellColours(r0, g0, b0, c, count, pr_, pg_, pb_, wr_, wg_, wb_, answers);
 }
 
 int NearestColour::Scan(int r, int g, int b) const {
