@@ -116,7 +116,8 @@ __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) void RotateSamples
   const __m256i w = _mm256_set1_epi32(f.w), h = _mm256_set1_epi32(f.h), one = _mm256_set1_epi32(1);
   const __m256i zero = _mm256_setzero_si256(), lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
   const __m512i stride = _mm512_set1_epi64(static_cast<long long>(f.stride));
-  const __m256i bg = _mm256_set1_epi32(f.background[0] | f.background[1] << 8 | f.background[2] << 16);
+  const long long bgWord = f.background[0] | f.background[1] << 8 | f.background[2] << 16;
+  const __m512i bgPair = _mm512_set1_epi64(bgWord << 16 | bgWord << 40);
   const __m256i byte = _mm256_set1_epi32(255);
   for (int k = 0; k < kRotateChunk; k += 8) {
     const __m512d X = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(x0 + k - f.hnw), lanes));
@@ -136,14 +137,17 @@ __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) void RotateSamples
     const __m512i row = _mm512_cvtepi32_epi64(_mm256_sub_epi32(_mm256_sub_epi32(h, one), b));
     const __m512i at = _mm512_add_epi64(_mm512_mullo_epi64(row, stride),
                                         _mm512_cvtepi32_epi64(_mm256_mullo_epi32(a, _mm256_set1_epi32(3))));
-    const __m512i below = _mm512_sub_epi64(at, stride);
+    // The eight bytes from two before pixel (a, b) hold it and pixel a + 1 in
+    // their top six; the two before the first pixel still lie in the block
+    // (the header comes first), and no read passes pixel a + 1.
     const __m512i two = _mm512_set1_epi64(2);
-    const __m256i A = _mm512_mask_i64gather_epi32(bg, four, at, f.bits, 1);
-    const __m256i B = _mm256_mask_mov_epi32(
-        bg, four, _mm256_srli_epi32(_mm512_mask_i64gather_epi32(bg, four, _mm512_add_epi64(at, two), f.bits, 1), 8));
-    const __m256i C = _mm512_mask_i64gather_epi32(bg, four, below, f.bits, 1);
-    const __m256i D = _mm256_mask_mov_epi32(
-        bg, four, _mm256_srli_epi32(_mm512_mask_i64gather_epi32(bg, four, _mm512_add_epi64(below, two), f.bits, 1), 8));
+    const __m512i top = _mm512_mask_i64gather_epi64(bgPair, four, _mm512_sub_epi64(at, two), f.bits, 1);
+    const __m512i bottom =
+        _mm512_mask_i64gather_epi64(bgPair, four, _mm512_sub_epi64(_mm512_sub_epi64(at, stride), two), f.bits, 1);
+    const __m256i A = _mm512_cvtepi64_epi32(_mm512_srli_epi64(top, 16));
+    const __m256i B = _mm512_cvtepi64_epi32(_mm512_srli_epi64(top, 40));
+    const __m256i C = _mm512_cvtepi64_epi32(_mm512_srli_epi64(bottom, 16));
+    const __m256i D = _mm512_cvtepi64_epi32(_mm512_srli_epi64(bottom, 40));
     const __m256i words[4] = {A, B, C, D};
     for (int n = 0; n < 4; ++n)
       for (int ch = 0; ch < 3; ++ch)
