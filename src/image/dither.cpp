@@ -88,16 +88,19 @@ bool Resize(std::vector<T>& v, std::size_t n) {
 // The quick form of the mono diffusion below. Along a row the only thing
 // carried from pixel to pixel is the error pushed right, e = error >> 4, one
 // of 32 values; so each pixel's bit and e come from a table over (its work
-// value, the e pushed into it) holding what the plain steps give. The row
-// above then takes its three pushes, in the order the plain loop makes them,
-// once the row's e are known. False when memory runs out.
-bool DiffuseMonoQuick(BYTE* work, int w, int h, const BYTE table[256], int lowest, int highest, BITMAPINFOHEADER* o) {
+// value, the e pushed into it) holding what the plain steps give. A row's
+// pushes from the row before it (in the order the plain loop makes them:
+// up[j] takes e(j - 1), then 5 e(j), then 3 e(j + 1)) are applied as each
+// pixel is read. Rows go two at a time, the second one pixel behind the
+// first, as two independent chains. False when memory runs out.
+bool DiffuseMonoQuick(const BYTE* work, int w, int h, const BYTE table[256], int lowest, int highest,
+                      BITMAPINFOHEADER* o) {
   const int threshold = (highest + lowest) >> 1;
   // step[value << 5 | (e + 16)]: bit 7 the output bit, bits 0-4 the new e + 16.
   std::vector<BYTE> step;
-  std::vector<int> first, second;  // the e of each pixel of the two rows
-  if (!Resize(step, 256 * 32) || !Resize(first, static_cast<std::size_t>(w)) ||
-      !Resize(second, static_cast<std::size_t>(w)))
+  std::vector<int> before, after;  // the e of each pixel of the row before the pair, of the pair's second row
+  if (!Resize(step, 256 * 32) || !Resize(before, static_cast<std::size_t>(w)) ||
+      !Resize(after, static_cast<std::size_t>(w)))
     return false;
   for (int value = 0; value < 256; ++value)
     for (int in = -16; in < 16; ++in) {
@@ -107,43 +110,62 @@ bool DiffuseMonoQuick(BYTE* work, int w, int h, const BYTE table[256], int lowes
       step[static_cast<std::size_t>(value << 5 | (in + 16))] = static_cast<BYTE>(out << 7 | (next + 16));
     }
   const BYTE* st = step.data();
-  auto pixel = [st](int value, unsigned& in, BYTE* orow, int x) {
+  auto orowOf = [o](int y) { return DibBits(o) + DibStride(o) * static_cast<std::size_t>(y); };
+  // One pixel: its bit joins `bits`, written out a byte at a time; returns e.
+  auto pixel = [st](int value, unsigned& in, unsigned& bits, BYTE* orow, int x) {
     const unsigned code = st[static_cast<unsigned>(value) << 5 | in];
     in = code & 31;
-    if (code & 0x80) orow[x >> 3] |= masktable[x & 7];
+    bits = bits << 1 | code >> 7;
+    if ((x & 7) == 7) orow[x >> 3] = static_cast<BYTE>(bits);
     return static_cast<int>(in) - 16;
   };
-  // The pushes into the row above of pixel j, from the e of the row below.
-  auto pushed = [w](int u, const int* e, int j) {
-    if (j >= 1) u = Clamp255(u + e[j - 1]);
-    u = Clamp255(u + 5 * e[j]);
-    if (j >= 1 && j + 1 < w) u = Clamp255(u + 3 * e[j + 1]);
-    return u;
+  auto flush = [w](unsigned bits, BYTE* orow) {
+    if (w & 7) orow[w >> 3] = static_cast<BYTE>(bits << (8 - (w & 7)));
   };
-  auto orowOf = [o](int y) { return DibBits(o) + DibStride(o) * static_cast<std::size_t>(y); };
-  int* eA = first.data();
-  int* eB = second.data();
-  // Two rows at a time, the second one pixel behind the first (its pixel j
-  // needs the first row's e up to j + 1): two independent chains.
+  // The first row has nothing pushed into it: pushes of 0 leave a byte alone.
+  const int* eUp = before.data();
   for (int y = 0; y < h; y += 2) {
     const BYTE* rowA = work + static_cast<std::size_t>(y) * w;
     BYTE* orowA = orowOf(y);
-    unsigned inA = 16, inB = 16;  // nothing pushed into the first pixel
+    unsigned inA = 16, inB = 16, bitsA = 0, bitsB = 0;  // nothing pushed into the first pixel
+    auto valueA = [&](int x) {
+      int u = rowA[x];
+      if (x >= 1) u = Clamp255(u + eUp[x - 1]);
+      u = Clamp255(u + 5 * eUp[x]);
+      if (x >= 1 && x + 1 < w) u = Clamp255(u + 3 * eUp[x + 1]);
+      return u;
+    };
     if (y + 1 == h) {
-      for (int x = 0; x < w; ++x) pixel(rowA[x], inA, orowA, x);
+      for (int x = 0; x < w; ++x) pixel(valueA(x), inA, bitsA, orowA, x);
+      flush(bitsA, orowA);
       break;
     }
     const BYTE* rowB = rowA + w;
     BYTE* orowB = orowOf(y + 1);
-    eA[0] = pixel(rowA[0], inA, orowA, 0);
+    int* eB = after.data();
+    // e of the first row's pixels x - 2, x - 1 and x, as the loop reaches x.
+    int e2 = 0, e1 = 0, e0 = pixel(valueA(0), inA, bitsA, orowA, 0);
     for (int x = 1; x < w; ++x) {
-      eA[x] = pixel(rowA[x], inA, orowA, x);
-      eB[x - 1] = pixel(pushed(rowB[x - 1], eA, x - 1), inB, orowB, x - 1);
+      e2 = e1, e1 = e0;
+      e0 = pixel(valueA(x), inA, bitsA, orowA, x);
+      const int j = x - 1;  // the second row's pixel; j + 1 < w here
+      int u = rowB[j];
+      if (j >= 1) u = Clamp255(u + e2);
+      u = Clamp255(u + 5 * e1);
+      if (j >= 1) u = Clamp255(u + 3 * e0);
+      eB[j] = pixel(u, inB, bitsB, orowB, j);
     }
-    eB[w - 1] = pixel(pushed(rowB[w - 1], eA, w - 1), inB, orowB, w - 1);
-    if (y + 2 == h) break;
-    BYTE* up = work + static_cast<std::size_t>(y + 2) * w;
-    for (int j = 0; j < w; ++j) up[j] = static_cast<BYTE>(pushed(up[j], eB, j));
+    {
+      const int j = w - 1;
+      int u = rowB[j];
+      if (j >= 1) u = Clamp255(u + e1);
+      u = Clamp255(u + 5 * e0);
+      eB[j] = pixel(u, inB, bitsB, orowB, j);
+    }
+    flush(bitsA, orowA);
+    flush(bitsB, orowB);
+    before.swap(after);
+    eUp = before.data();
   }
   return true;
 }
