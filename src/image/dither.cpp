@@ -85,6 +85,133 @@ bool Resize(std::vector<T>& v, std::size_t n) {
   }
 }
 
+#if defined(__GNUC__) && defined(__x86_64__)
+#pragma GCC diagnostic push
+// GCC's own headers start some conversions from an undefined vector.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#define OCHREL_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi")))
+// The channels of sixteen 24-bit pixels, picked out by a byte permutation,
+// and their boxes of 4 levels a side.
+OCHREL_VBMI inline __m512i Boxes16(const BYTE* p, __m512i pickR, __m512i pickG, __m512i pickB, __m512i& r, __m512i& g,
+                                   __m512i& b) {
+  const __m512i px = _mm512_maskz_loadu_epi8(0xFFFFFFFFFFFFull, p);
+  b = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickB, px)));
+  g = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickG, px)));
+  r = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickR, px)));
+  return _mm512_or_si512(
+      _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(r, 2), 12), _mm512_slli_epi32(_mm512_srli_epi32(g, 2), 6)),
+      _mm512_srli_epi32(b, 2));
+}
+
+struct Picks {
+  alignas(64) BYTE pick[3][64] = {};
+  Picks() {
+    for (int i = 0; i < 16; ++i)
+      for (int c = 0; c < 3; ++c) pick[2 - c][i] = static_cast<BYTE>(3 * i + c);  // red, green, blue
+  }
+};
+
+// The boxes of a row of 24-bit pixels into `boxes`, sixteen at a time;
+// returns how many pixels it did.
+OCHREL_VBMI int RowBoxesWide(const BYTE* row, int w, std::uint32_t* boxes) {
+  static const Picks picks;
+  const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
+                pickB = _mm512_load_si512(picks.pick[2]);
+  int x = 0;
+  for (; x + 16 <= w; x += 16) {
+    __m512i r, g, b;
+    _mm512_storeu_si512(boxes + x, Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b));
+  }
+  return x;
+}
+
+// 64 bytes through a 256-entry table: two 128-entry permutes, chosen by the
+// top bit of each index.
+OCHREL_VBMI inline __m512i LookUp(const __m512i t[4], __m512i index) {
+  const __m512i low = _mm512_permutex2var_epi8(t[0], index, t[1]);
+  const __m512i high = _mm512_permutex2var_epi8(t[2], index, t[3]);
+  return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
+}
+
+// Luminance of a row of 24-bit pixels into `out`, 64 at a time, as the sum of
+// the three truncated terms from `terms` (red, green, blue tables); the least
+// and greatest value join *lowest and *highest. Returns how many it did.
+OCHREL_VBMI int LuminanceRowWide(const BYTE* p, int w, const BYTE terms[3][256], BYTE* out, int* lowest, int* highest) {
+  __m512i t[3][4];
+  for (int c = 0; c < 3; ++c)
+    for (int k = 0; k < 4; ++k) t[c][k] = _mm512_loadu_si512(terms[c] + 64 * k);
+  // Byte 3 i + c of the 192 bytes is channel c (blue, green, red) of pixel i:
+  // the first 128 bytes by one permute, the rest from the third block.
+  alignas(64) BYTE first[3][64], second[3][64];
+  std::uint64_t late[3] = {0, 0, 0};
+  for (int c = 0; c < 3; ++c)
+    for (int i = 0; i < 64; ++i) {
+      const int at = 3 * i + c;
+      first[c][i] = static_cast<BYTE>(at < 128 ? at : 0);
+      second[c][i] = static_cast<BYTE>(at < 128 ? 0 : 64 + at - 128);
+      if (at >= 128) late[c] |= std::uint64_t{1} << i;
+    }
+  __m512i least = _mm512_set1_epi8(static_cast<char>(0xFF)), most = _mm512_setzero_si512();
+  int x = 0;
+  for (; x + 64 <= w; x += 64, p += 192) {
+    const __m512i p0 = _mm512_loadu_si512(p), p1 = _mm512_loadu_si512(p + 64), p2 = _mm512_loadu_si512(p + 128);
+    __m512i channel[3];
+    for (int c = 0; c < 3; ++c) {
+      const __m512i low = _mm512_permutex2var_epi8(p0, _mm512_load_si512(first[c]), p1);
+      channel[c] = _mm512_mask_permutex2var_epi8(low, late[c], _mm512_load_si512(second[c]), p2);
+    }
+    const __m512i v =
+        _mm512_add_epi8(_mm512_add_epi8(LookUp(t[0], channel[2]), LookUp(t[1], channel[1])), LookUp(t[2], channel[0]));
+    _mm512_storeu_si512(out + x, v);
+    least = _mm512_min_epu8(least, v);
+    most = _mm512_max_epu8(most, v);
+  }
+  if (x > 0) {
+    alignas(64) BYTE a[64], b[64];
+    _mm512_store_si512(a, least);
+    _mm512_store_si512(b, most);
+    for (int i = 0; i < 64; ++i) *lowest = std::min(*lowest, int{a[i]}), *highest = std::max(*highest, int{b[i]});
+  }
+  return x;
+}
+
+// The pixel lookups of RemapThroughCells for a row of 24-bit pixels, sixteen
+// at a time: the channels picked out by a byte permutation, the box's entry
+// and then, for boxes of more than one answer, the answer gathered. Returns
+// how many pixels it did.
+OCHREL_VBMI int RemapRowWide(const BYTE* row, int w, const std::uint32_t* single, const BYTE* answers, BYTE* out) {
+  static const Picks picks;
+  const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
+                pickB = _mm512_load_si512(picks.pick[2]);
+  const __m512i three = _mm512_set1_epi32(3), mixedFrom = _mm512_set1_epi32(256);
+  int x = 0;
+  for (; x + 16 <= w; x += 16) {
+    __m512i r, g, b;
+    const __m512i box = Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b);
+    __m512i one = _mm512_i32gather_epi32(box, single, 4);
+    const __mmask16 mixed = _mm512_cmpge_epu32_mask(one, mixedFrom);
+    if (mixed) {
+      const __m512i low = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(r, three), 4),
+                                                          _mm512_slli_epi32(_mm512_and_si512(g, three), 2)),
+                                          _mm512_and_si512(b, three));
+      const __m512i at = _mm512_or_si512(_mm512_slli_epi32(_mm512_sub_epi32(one, mixedFrom), 6), low);
+      one = _mm512_mask_i32gather_epi32(one, mixed, at, answers, 1);
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm512_cvtepi32_epi8(one));
+  }
+  return x;
+}
+#pragma GCC diagnostic pop
+
+bool RemapWideAvailable() {
+  static const bool have = __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bw");
+  return have && VectorUnit() >= 2;
+}
+#else
+bool RemapWideAvailable() { return false; }
+#endif
+
 // The quick form of the mono diffusion below. Along a row the only thing
 // carried from pixel to pixel is the error pushed right, e = error >> 4, one
 // of 32 values; so each pixel's bit and e come from a table over (its work
@@ -189,6 +316,11 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
     const bool terms = FastPaths() && (step == 3 || step == 4);
     int tr[256], tg[256], tb[256];
     for (int v = 0; v < 256; ++v) tr[v] = v * 30 / 100, tg[v] = v * 59 / 100, tb[v] = v * 11 / 100;
+    BYTE terms8[3][256];  // red, green, blue; their sum is at most 254
+    for (int v = 0; v < 256; ++v)
+      terms8[0][v] = static_cast<BYTE>(tr[v]), terms8[1][v] = static_cast<BYTE>(tg[v]),
+      terms8[2][v] = static_cast<BYTE>(tb[v]);
+    const bool wideTerms = terms && step == 3 && RemapWideAvailable();
     ParallelBands(h, kBand, [&](int y0, int y1) {
       std::vector<BYTE> rgb(static_cast<std::size_t>(w) * 3);
       for (int y = y0; y < y1; ++y) {
@@ -196,7 +328,14 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
         int l = 255, m = 0;
         if (terms) {
           const BYTE* p = DibBits(s) + DibStride(s) * static_cast<std::size_t>(y);
-          for (int x = 0; x < w; ++x, p += step) {
+          int x = 0;
+#if defined(__GNUC__) && defined(__x86_64__)
+          if (wideTerms) {
+            x = LuminanceRowWide(p, w, terms8, wr, &l, &m);
+            p += static_cast<std::size_t>(x) * 3;
+          }
+#endif
+          for (; x < w; ++x, p += step) {
             const int v = tr[p[2]] + tg[p[1]] + tb[p[0]];
             wr[x] = static_cast<BYTE>(v);
             l = std::min(l, v);
@@ -310,83 +449,6 @@ HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*
 }
 
 namespace {
-
-#if defined(__GNUC__) && defined(__x86_64__)
-#pragma GCC diagnostic push
-// GCC's own headers start some conversions from an undefined vector.
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#define OCHREL_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi")))
-// The channels of sixteen 24-bit pixels, picked out by a byte permutation,
-// and their boxes of 4 levels a side.
-OCHREL_VBMI inline __m512i Boxes16(const BYTE* p, __m512i pickR, __m512i pickG, __m512i pickB, __m512i& r, __m512i& g,
-                                   __m512i& b) {
-  const __m512i px = _mm512_maskz_loadu_epi8(0xFFFFFFFFFFFFull, p);
-  b = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickB, px)));
-  g = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickG, px)));
-  r = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickR, px)));
-  return _mm512_or_si512(
-      _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(r, 2), 12), _mm512_slli_epi32(_mm512_srli_epi32(g, 2), 6)),
-      _mm512_srli_epi32(b, 2));
-}
-
-struct Picks {
-  alignas(64) BYTE pick[3][64] = {};
-  Picks() {
-    for (int i = 0; i < 16; ++i)
-      for (int c = 0; c < 3; ++c) pick[2 - c][i] = static_cast<BYTE>(3 * i + c);  // red, green, blue
-  }
-};
-
-// The boxes of a row of 24-bit pixels into `boxes`, sixteen at a time;
-// returns how many pixels it did.
-OCHREL_VBMI int RowBoxesWide(const BYTE* row, int w, std::uint32_t* boxes) {
-  static const Picks picks;
-  const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
-                pickB = _mm512_load_si512(picks.pick[2]);
-  int x = 0;
-  for (; x + 16 <= w; x += 16) {
-    __m512i r, g, b;
-    _mm512_storeu_si512(boxes + x, Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b));
-  }
-  return x;
-}
-
-// The pixel lookups of RemapThroughCells for a row of 24-bit pixels, sixteen
-// at a time: the channels picked out by a byte permutation, the box's entry
-// and then, for boxes of more than one answer, the answer gathered. Returns
-// how many pixels it did.
-OCHREL_VBMI int RemapRowWide(const BYTE* row, int w, const std::uint32_t* single, const BYTE* answers, BYTE* out) {
-  static const Picks picks;
-  const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
-                pickB = _mm512_load_si512(picks.pick[2]);
-  const __m512i three = _mm512_set1_epi32(3), mixedFrom = _mm512_set1_epi32(256);
-  int x = 0;
-  for (; x + 16 <= w; x += 16) {
-    __m512i r, g, b;
-    const __m512i box = Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b);
-    __m512i one = _mm512_i32gather_epi32(box, single, 4);
-    const __mmask16 mixed = _mm512_cmpge_epu32_mask(one, mixedFrom);
-    if (mixed) {
-      const __m512i low = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(r, three), 4),
-                                                          _mm512_slli_epi32(_mm512_and_si512(g, three), 2)),
-                                          _mm512_and_si512(b, three));
-      const __m512i at = _mm512_or_si512(_mm512_slli_epi32(_mm512_sub_epi32(one, mixedFrom), 6), low);
-      one = _mm512_mask_i32gather_epi32(one, mixed, at, answers, 1);
-    }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm512_cvtepi32_epi8(one));
-  }
-  return x;
-}
-#pragma GCC diagnostic pop
-
-bool RemapWideAvailable() {
-  static const bool have = __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bw");
-  return have && VectorUnit() >= 2;
-}
-#else
-bool RemapWideAvailable() { return false; }
-#endif
 
 // The quick form of the nearest-colour remap of a true-colour image: the
 // boxes of 4 levels a side that the picture uses are found first, every
