@@ -225,8 +225,10 @@ std::vector<DownStep> PlanScaleDown(int length, int newLength, int percentage) {
 
 namespace {
 
-// One row of the interpolating scale-up across: nw pixels of ch bytes.
-void UpAcrossRow(const UpPlan& up, int ch, int nw, const BYTE* S, BYTE* D) {
+// One row of the interpolating scale-up across: nw pixels of ch bytes (the
+// channel count fixed at compile time, so that the channel loop unrolls).
+template <int ch>
+void UpAcrossRowOf(const UpPlan& up, int nw, const BYTE* S, BYTE* D) {
   const BYTE* tables = up.tables.data();
   for (int x = 0; x < nw; ++x, D += ch) {
     const UpStep& p = up.steps[static_cast<std::size_t>(x)];
@@ -234,9 +236,20 @@ void UpAcrossRow(const UpPlan& up, int ch, int nw, const BYTE* S, BYTE* D) {
       std::memcpy(D, S + static_cast<std::size_t>(p.a) * ch, static_cast<std::size_t>(ch));
     } else if (p.n > 0) {
       const BYTE* A = S + static_cast<std::size_t>(p.a) * ch;
-      for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], A[c + ch]));
+      if (p.table >= 0) {
+        const BYTE* t = tables + p.table;
+        for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(t[A[c]] + t[256 + A[c + ch]]);
+      } else {
+        for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(UpValue(p, A[c], A[c + ch]));
+      }
     }
   }
+}
+
+void UpAcrossRow(const UpPlan& up, int ch, int nw, const BYTE* S, BYTE* D) {
+  if (ch == 3) UpAcrossRowOf<3>(up, nw, S, D);
+  else if (ch == 1) UpAcrossRowOf<1>(up, nw, S, D);
+  else UpAcrossRowOf<4>(up, nw, S, D);
 }
 
 #if defined(__GNUC__) && defined(__x86_64__)
