@@ -11,6 +11,26 @@ namespace ochrel {
 namespace {
 // Above this many lookups the cell lists pay for themselves.
 constexpr std::size_t kCellPixels = std::size_t{1} << 16;
+
+// BoxDistances for a box of `side` levels a side, for `count` (a multiple of
+// 16) entries given by their channels, in blocks of 16 so that it vectorises.
+// Of a - p and p - b at most one is positive (a <= b), so their clamped sum
+// is the distance to the nearer end.
+OCHREL_WIDE_VECTORS
+void BoxDistancesOf(int r0, int g0, int b0, int side, const int* cr, const int* cg, const int* cb, int count, int wr,
+                    int wg, int wb, int* __restrict least, int* __restrict most) {
+  const int last = side - 1;
+  auto near = [last](int p, int a) { return std::max(a - p, 0) + std::max(p - (a + last), 0); };
+  auto far = [last](int p, int a) { return std::max(std::abs(p - a), std::abs(p - (a + last))); };
+  for (int k0 = 0; k0 < count; k0 += 16)
+    for (int k = k0; k < k0 + 16; ++k) {
+      const int nr = near(cr[k], r0), ng = near(cg[k], g0), nb = near(cb[k], b0);
+      const int fr = far(cr[k], r0), fg = far(cg[k], g0), fb = far(cb[k], b0);
+      least[k] = wr * nr * nr + wg * ng * ng + wb * nb * nb;
+      most[k] = wr * fr * fr + wg * fg * fg + wb * fb * fb;
+    }
+}
+
 }  // namespace
 
 NearestColour::NearestColour(const BYTE* palette, int count, Metric metric, std::size_t pixels)
@@ -47,41 +67,24 @@ void NearestColour::BuildCells() {
     auto cells = std::make_shared<Cells>();
     cells->start.resize(4097);
     cells->entries.reserve(4096 * 16);
-    std::vector<int> least(static_cast<std::size_t>(count_));
+    alignas(64) int least[256], most[256];
+    const int padded = (count_ + 15) & ~15;  // the entries past count_ are zero and not looked at
     for (int cell = 0; cell < 4096; ++cell) {
-      const int lo[3] = {(cell >> 8) * 16, ((cell >> 4) & 15) * 16, (cell & 15) * 16};
+      BoxDistancesOf((cell >> 8) * 16, ((cell >> 4) & 15) * 16, (cell & 15) * 16, 16, pr_, pg_, pb_, padded, wr_, wg_,
+                     wb_, least, most);
       int bound = 0x7FFFFFFF;
-      for (int i = 0; i < count_; ++i) {
-        int dmax = 0;
-        least[static_cast<std::size_t>(i)] = BoxDistances(i, lo, 16, &dmax);
-        bound = std::min(bound, dmax);
-      }
+      for (int i = 0; i < count_; ++i) bound = std::min(bound, most[i]);
       cells->start[static_cast<std::size_t>(cell)] = static_cast<std::uint32_t>(cells->entries.size());
       // An entry farther than `bound` from the whole cell loses to the entry
       // that achieves it, everywhere in the cell; ties stay in.
       for (int i = 0; i < count_; ++i)
-        if (least[static_cast<std::size_t>(i)] <= bound) cells->entries.push_back(static_cast<BYTE>(i));
+        if (least[i] <= bound) cells->entries.push_back(static_cast<BYTE>(i));
     }
     cells->start[4096] = static_cast<std::uint32_t>(cells->entries.size());
     cells_ = std::move(cells);
   } catch (const std::bad_alloc&) {
     cells_.reset();  // the outward search still answers
   }
-}
-
-int NearestColour::BoxDistances(int i, const int lo[3], int side, int* greatest) const {
-  const int p[3] = {pr_[i], pg_[i], pb_[i]};
-  const int wt[3] = {wr_, wg_, wb_};
-  int dmin = 0, dmax = 0;
-  for (int k = 0; k < 3; ++k) {
-    const int a = lo[k], b = lo[k] + side - 1;
-    const int near = p[k] < a ? a - p[k] : p[k] > b ? p[k] - b : 0;
-    const int far = std::max(std::abs(p[k] - a), std::abs(p[k] - b));
-    dmin += wt[k] * near * near;
-    dmax += wt[k] * far * far;
-  }
-  *greatest = dmax;
-  return dmin;
 }
 
 void NearestColour::AllocateCache() {
@@ -129,14 +132,15 @@ void NearestColour::FillBox(int r0, int g0, int b0, BYTE* answers) const {
   const int cell = ((r0 >> 4) << 8) | ((g0 >> 4) << 4) | (b0 >> 4);
   const BYTE* c = cells_->entries.data() + cells_->start[cell];
   const int count = static_cast<int>(cells_->start[cell + 1] - cells_->start[cell]);
-  const int lo[3] = {r0, g0, b0};
-  int least[256];
-  int bound = 0x7FFFFFFF;
-  for (int k = 0; k < count; ++k) {
-    int dmax = 0;
-    least[k] = BoxDistances(c[k], lo, 4, &dmax);
-    bound = std::min(bound, dmax);
+  alignas(64) int cr[256], cg[256], cb[256], least[256], most[256];
+  const int padded = (count + 15) & ~15;
+  for (int k = 0; k < padded; ++k) {
+    const int i = k < count ? c[k] : c[0];
+    cr[k] = pr_[i], cg[k] = pg_[i], cb[k] = pb_[i];
   }
+  BoxDistancesOf(r0, g0, b0, 4, cr, cg, cb, padded, wr_, wg_, wb_, least, most);
+  int bound = 0x7FFFFFFF;
+  for (int k = 0; k < count; ++k) bound = std::min(bound, most[k]);
   BYTE kept[256];
   int n = 0;
   for (int k = 0; k < count; ++k)

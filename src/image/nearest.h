@@ -83,9 +83,6 @@ class NearestColour {
   };
   std::shared_ptr<const Cells> cells_;
   void BuildCells();
-  // Entry i's least weighted distance to the box of `side` levels from lo, and
-  // its greatest in *greatest.
-  int BoxDistances(int i, const int lo[3], int side, int* greatest) const;
   std::vector<std::uint32_t> keys_;
   std::vector<BYTE> values_;
   void AllocateCache();
