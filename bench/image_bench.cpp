@@ -1,6 +1,7 @@
 // The image engine on a 24-megapixel photograph-like picture: resampling,
 // rotation, the kernel filter, grey, quantizing with error diffusion,
-// remapping, ordered and mono dithers.
+// remapping, ordered and mono dithers; some also with a progress sink installed,
+// as the program runs them, to weigh the reports.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include "image/convert.h"
 #include "image/dither.h"
 #include "image/kernel.h"
+#include "image/progress.h"
 #include "image/quantize.h"
 #include "image/resample.h"
 
@@ -100,6 +102,25 @@ void BM_Bayer256(benchmark::State& s) {
 void BM_MonoDither(benchmark::State& s) {
   Run(s, [] { return ConvertToMonoStrategy(Photo(), 101); });
 }
+// The same work as the program runs it: reports going to a sink.
+template <class F>
+void Watched(benchmark::State& state, F f) {
+  Run(state, [&f] {
+    ProgressSink sink;
+    HDIB r;
+    RunWithProgress(&sink, [&] { r = f(); });
+    return r;
+  });
+}
+void BM_GreyWatched(benchmark::State& s) {
+  Watched(s, [] { return ConvertToGrey(Photo()); });
+}
+void BM_QuantizeDither256Watched(benchmark::State& s) {
+  Watched(s, [] { return ConvertToPaletteStrategy(Photo(), 101); });
+}
+void BM_MonoDitherWatched(benchmark::State& s) {
+  Watched(s, [] { return ConvertToMonoStrategy(Photo(), 101); });
+}
 
 BENCHMARK(BM_Resize50)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Resize173)->Unit(benchmark::kMillisecond);
@@ -113,6 +134,9 @@ BENCHMARK(BM_QuantizeDither256)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_QuantizeRemap256)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Bayer256)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MonoDither)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GreyWatched)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_QuantizeDither256Watched)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MonoDitherWatched)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace ochrel

@@ -203,6 +203,7 @@ HDIB BmpDecode(ByteSpan data, bool infoOnly) {
   }
 
   for (int fy = 0; fy < ht; ++fy) {
+    ReportProgress(fy, ht);
     // File row fy counts from the bottom unless the file is top-down.
     int dibRow = topDown ? ht - 1 - fy : fy;
     const std::uint8_t* src = pix.data() + srcStride * static_cast<std::size_t>(fy);

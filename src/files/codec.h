@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "image/dib.h"
+#include "image/progress.h"
 
 namespace ochrel {
 

@@ -108,6 +108,7 @@ HDIB JpgDecode(ByteSpan data, bool infoOnly) {
   // Files with the common "Adobe" marker store inverted inks.
   const bool inverted = cinfo.saw_Adobe_marker;
   while (cinfo.output_scanline < cinfo.output_height) {
+    if (!ProgressGoesOn(cinfo.output_scanline, cinfo.output_height)) OnError(reinterpret_cast<j_common_ptr>(&cinfo));
     BYTE* row = DibRow(dib, static_cast<int>(cinfo.output_scanline));
     if (!inkCmyk) {
       JSAMPROW r = row;
@@ -164,6 +165,7 @@ bool JpgEncode(const BITMAPINFOHEADER* image, int quality, ByteSink& out) {
   if (widen) wide.resize(static_cast<std::size_t>(image->biWidth) * 3);
   const BYTE* pal = DibPaletteEntries(image);
   while (cinfo.next_scanline < cinfo.image_height) {
+    if (!ProgressGoesOn(cinfo.next_scanline, cinfo.image_height)) OnError(reinterpret_cast<j_common_ptr>(&cinfo));
     const BYTE* row = DibRow(image, static_cast<int>(cinfo.next_scanline));
     if (widen) {
       for (int x = 0; x < image->biWidth; ++x) {

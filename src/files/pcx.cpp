@@ -118,6 +118,7 @@ HDIB PcxDecode(ByteSpan data, bool infoOnly) {
   RleReader rle{p, n};
   rle.compressed = p[2] == 1;
   for (int y = 0; y < h; ++y) {
+    ReportProgress(y, h);
     if (!rle.Line(line.data(), line.size())) return nullptr;
     BYTE* row = DibRow(dib, y);
     if (outBits == 1 || (outBits == 8) || (outBits == 4 && bpp == 4)) {
@@ -200,6 +201,7 @@ bool PcxEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
   std::vector<std::uint8_t> line(bpl * static_cast<std::size_t>(planes)), coded;
   coded.reserve(line.size() * 2 + 16);
   for (int y = 0; y < h; ++y) {
+    ReportProgress(y, h);
     const BYTE* row = DibRow(image, y);
     std::fill(line.begin(), line.end(), 0);
     if (bits == 1 || bits == 8) {

@@ -21,6 +21,7 @@ struct ReadState {
 void ReadData(png_structp png, png_bytep out, png_size_t size) {
   auto* st = static_cast<ReadState*>(png_get_io_ptr(png));
   if (st->data.size() - st->pos < size) png_error(png, "truncated");
+  if (!ProgressGoesOn(st->pos, st->data.size())) png_error(png, "stopped");
   std::memcpy(out, st->data.data() + st->pos, size);
   st->pos += size;
 }
@@ -184,7 +185,10 @@ bool PngEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
   }
   png_write_info(g.png, g.info);
   if (bits == 24) png_set_bgr(g.png);
-  for (int y = 0; y < image->biHeight; ++y) png_write_row(g.png, const_cast<png_bytep>(DibRow(image, y)));
+  for (int y = 0; y < image->biHeight; ++y) {
+    ReportProgress(y, image->biHeight);
+    png_write_row(g.png, const_cast<png_bytep>(DibRow(image, y)));
+  }
   png_write_end(g.png, nullptr);
   return true;
 }

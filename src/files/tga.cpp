@@ -133,6 +133,7 @@ HDIB TgaDecode(ByteSpan data, bool infoOnly) {
   bool packetRun = false;
   const std::uint8_t* runPixel = nullptr;
   for (int fy = 0; fy < h; ++fy) {
+    ReportProgress(fy, h);
     const std::uint8_t* src;
     if (!rle) {
       src = s + pos;
@@ -227,6 +228,7 @@ bool TgaEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
     std::vector<std::vector<std::uint8_t>> groups(kGroups);
     for (int top = 0; top < h; top += kRows * kGroups) {  // top counts rows in file order
       const int count = std::min(kGroups, (h - top + kRows - 1) / kRows);
+      ProgressStage part(double(top) / h, double(top + count * kRows) / h);
       ParallelBands(count, 1, [&](int g0, int g1) {
         for (int g = g0; g < g1; ++g) {
           std::vector<std::uint8_t>& buffer = groups[static_cast<std::size_t>(g)];
@@ -242,6 +244,7 @@ bool TgaEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
     return true;
   }
   for (int y = h - 1; y >= 0; --y) {
+    ReportProgress(h - 1 - y, h);
     const BYTE* row = DibRow(image, y);
     if (bits < 8) {
       // Files have no depth under 8: each pixel widens to its own byte.

@@ -15,6 +15,7 @@
 #include "fills/texture.h"
 #include "image/crand.h"
 #include "image/parallel.h"
+#include "image/progress.h"
 
 namespace ochrel {
 namespace texture_detail {
@@ -312,7 +313,10 @@ HDIB CreateFractalClouds(const TEXTURE* t, int layers) {
   auto real = fills::AllocScratch<float>(static_cast<std::size_t>(n) * n);
   if (!real) return nullptr;
   for (int k = 0; k < layers; ++k) {
+    const auto layer = ProgressStage::Part(k, layers);
+    ProgressStage part(0.0, 0.3);
     if (!texture_detail::MakeFractalMesh(n, seeds[k], powers[k], dims[k], real.data())) return nullptr;
+    part.Move(0.3, 1.0);
     if (!RenderFractalLayer(h, real.data(), n, colours[k])) return nullptr;
   }
   return dib;

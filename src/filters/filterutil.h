@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "image/dib.h"
+#include "image/progress.h"
 
 namespace ochrel::filterutil {
 

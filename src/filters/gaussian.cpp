@@ -289,9 +289,11 @@ HDIB GaussianBlur(const HDIB& image, int imageType, double radius, double sigma)
   if (!w || !out) return nullptr;
   int columns = src->biWidth, height = src->biHeight;
   const double* k = kernel.data();
+  ProgressStage stage(0.0, 0.5);
   ParallelBands(height, 16, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) BlurLine(k, width, StoredRow(src, y), StoredRow(w, y), columns, bytes, &single);
   });
+  stage.Move(0.5, 1.0);
   ParallelBands(height, 16, [&](int y0, int y1) { BlurRows(k, width, single, w, out, bytes, y0, y1); });
   return result;
 }
@@ -319,7 +321,9 @@ HDIB FilterGaussianBlur(const HDIB& image, FILTERPARAM* param) {
 
 HDIB FilterUnsharpMaskImage(const HDIB& image, FILTERPARAM* param) {
   if (!param) return nullptr;
+  ProgressStage stage(0.0, 0.8);
   HDIB result = FilterGaussianBlur(image, param);
+  stage.Move(0.8, 1.0);
   const BITMAPINFOHEADER* src = LockDib(image);
   BITMAPINFOHEADER* out = LockDib(result);
   if (!src || !out) return nullptr;

@@ -242,6 +242,7 @@ HDIB FilterDespeckleImage(const HDIB& image, FILTERPARAM* param) {
       for (int x = 0; x < width; ++x) d[x] = s[x * bytes];
     }
     for (const auto& dir : kDirections) {
+      const auto step = ProgressStage::Part(c * 4 + static_cast<int>(&dir - kDirections), channels * 4);
       int X = dir[0], Y = dir[1];
       Hull(X, Y, 1, width, height, f.data(), g.data());
       Hull(-X, -Y, 1, width, height, f.data(), g.data());
@@ -459,7 +460,9 @@ HDIB FilterVignetteImage(const HDIB& image, FILTERPARAM* param) {
   if (!src) return nullptr;
   int bytes = SampleBytes(src, param->ImageType);
   if (!bytes) return DuplicateObject(image);
+  ProgressStage stage(0.0, 0.5);
   HDIB mask = CreateVignetteMask(src->biWidth, src->biHeight, param);
+  stage.Move(0.5, 1.0);
   const BITMAPINFOHEADER* m = LockDib(mask);
   if (!m) return nullptr;
   HDIB out = DuplicateObject(image);

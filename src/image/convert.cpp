@@ -10,6 +10,7 @@
 #include "image/fastpath.h"
 #include "image/nearest.h"
 #include "image/parallel.h"
+#include "image/progress.h"
 #include "image/quantize.h"
 #include "image/resample.h"
 
@@ -169,11 +170,15 @@ bool StrategyPalette(const HDIB& image, int option, bool preview, BYTE* palette)
 
 HDIB ConvertToPaletteStrategy(const HDIB& image, int option, bool preview) {
   BYTE palette[768];
+  // The median cut's palette is quick next to the pixels it is applied to.
+  ProgressStage stage(0.0, 1.0);
   switch (option) {
     case IDC_PAL_QUANT240_FIXED_DITHER:
     case IDC_PAL_QUANT256_REMAP:
     case IDC_PAL_QUANT240_FIXED_REMAP:
+      stage.Move(0.0, 0.1);
       if (!StrategyPalette(image, option, preview, palette)) return nullptr;
+      stage.Move(0.1, 1.0);
       return option == IDC_PAL_QUANT240_FIXED_DITHER ? DitherDib(image, palette, 8, 0) : RemapDib(image, palette, 8, 0);
     case IDC_PAL_ORTHO_DITHER: GetDefaultPalette(palette, nullptr, 8); return DitherDib(image, palette, 8, 0);
     case IDC_PAL_ORTHO_REMAP: GetDefaultPalette(palette, nullptr, 8); return RemapDib(image, palette, 8, 0);
@@ -181,7 +186,9 @@ HDIB ConvertToPaletteStrategy(const HDIB& image, int option, bool preview) {
     case IDC_PAL_BAYER16: return ConvertToBayerDither16(image);
     case IDC_PAL_WINDOWS16: GetDefaultPalette(palette, nullptr, 3); return RemapDib(image, palette, 4, 0);
     default:
+      stage.Move(0.0, 0.1);
       if (!StrategyPalette(image, IDC_PAL_QUANT256_DITHER, preview, palette)) return nullptr;
+      stage.Move(0.1, 1.0);
       return DitherDib(image, palette, 8, 0);
   }
 }

@@ -15,6 +15,7 @@
 #include "image/fastpath.h"
 #include "image/nearest.h"
 #include "image/parallel.h"
+#include "image/progress.h"
 #include "image/resample.h"
 
 namespace ochrel {
@@ -252,6 +253,7 @@ bool DiffuseMonoQuick(const BYTE* work, int w, int h, const BYTE table[256], int
   // The first row has nothing pushed into it: pushes of 0 leave a byte alone.
   const int* eUp = before.data();
   for (int y = 0; y < h; y += 2) {
+    ReportProgress(y, h);
     const BYTE* rowA = work + static_cast<std::size_t>(y) * w;
     BYTE* orowA = orowOf(y);
     unsigned inA = 16, inB = 16, bitsA = 0, bitsB = 0;  // nothing pushed into the first pixel
@@ -309,6 +311,7 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
 
   // The work image holds luminance, stored row for stored row.
   int lowest = 255, highest = 0;
+  ProgressStage stage(0.0, 0.2);
   {
     std::vector<int> lo(static_cast<std::size_t>(h), 255), hi(static_cast<std::size_t>(h), 0);
     // Quick form for true colour: the separately truncated terms from tables.
@@ -363,8 +366,10 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
   }
   const int threshold = (highest + lowest) >> 1;
 
+  stage.Move(0.2, 1.0);
   if (FastPaths() && DiffuseMonoQuick(work.data(), w, h, table, lowest, highest, o)) return out;
   for (int y = 0; y < h; ++y) {
+    ReportProgress(y, h);
     BYTE* cur = &work[static_cast<std::size_t>(y) * w];
     BYTE* up = y + 1 < h ? cur + w : nullptr;
     BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
@@ -401,6 +406,7 @@ HDIB DitherColour(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE*
       !Resize(next, static_cast<std::size_t>(w) * 3) || !Resize(rgb, static_cast<std::size_t>(w) * 3))
     return nullptr;
   for (int y = 0; y < h; ++y) {
+    ReportProgress(y, h);
     ReadRgbRow(s, srcPalette, y, rgb.data());
     for (int i = 0; i < 3 * w; ++i) cur[static_cast<std::size_t>(i)] += rgb[static_cast<std::size_t>(i)];
     BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
@@ -465,6 +471,7 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   if (!used) return false;
   for (int b = 0; b < kBoxes; ++b) used[b].store(0, std::memory_order_relaxed);
   const bool wide = step == 3 && RemapWideAvailable();
+  ProgressStage stage(0.0, 0.2);
   ParallelBands(h, kBand, [&](int y0, int y1) {
     std::vector<std::uint32_t> rowBoxes(wide ? static_cast<std::size_t>(w) : 0);
     for (int y = y0; y < y1; ++y) {
@@ -494,6 +501,7 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   // enough to stay in the cache. The others hold kMixed + their place among
   // the mixed boxes, whose 64 answers each are kept in `answers`.
   constexpr std::uint32_t kMixed = 256;
+  stage.Move(0.2, 0.6);
   std::vector<std::uint32_t> single;
   std::vector<int> mixed;
   if (!Resize(single, kBoxes)) return false;
@@ -525,6 +533,7 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
       nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, answers + static_cast<std::size_t>(i) * 64);
     }
   });
+  stage.Move(0.6, 1.0);
   ParallelBands(h, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);

@@ -5,15 +5,14 @@
 #include <new>
 #include <utility>
 
+#include "image/progress.h"
 #include "image/resample.h"
 
 namespace ochrel {
 
-int SortRGBAxis = 0;
-
 namespace {
 
-inline int Level(const COLOURCELL* c) { return c->level[SortRGBAxis]; }
+inline int Level(const COLOURCELL* c, int axis) { return c->level[axis]; }
 
 // Membership of the distinct-colour list, answered without a linear search.
 // The list never holds more than 256 colours, so a small open-addressed table
@@ -58,13 +57,13 @@ int AddColourToPalette(BYTE* list, COLORREF pixel, int* count, int maximum) {
   return ++*count;
 }
 
-void pinsert(COLOURCELL** a, int n) {
+void pinsert(COLOURCELL** a, int n, int axis) {
   for (int i = 1; i < n; ++i) {
     COLOURCELL* t = a[i];
     int j = i - 1;
     // Every earlier element that isn't above t moves on, so equal levels end
     // up in reverse order.
-    while (j >= 0 && !(Level(a[j]) > Level(t))) {
+    while (j >= 0 && !(Level(a[j], axis) > Level(t, axis))) {
       a[j + 1] = a[j];
       --j;
     }
@@ -72,47 +71,46 @@ void pinsert(COLOURCELL** a, int n) {
   }
 }
 
-void psort(COLOURCELL** a, int n) {
+void psort(COLOURCELL** a, int n, int axis) {
   if (n < 8) {
-    pinsert(a, n);
+    pinsert(a, n, axis);
     return;
   }
-  const int pivot = Level(a[n / 2]);
+  const int pivot = Level(a[n / 2], axis);
   int i = -1, j = n;
   for (;;) {
     do ++i;
-    while (i < n - 1 && Level(a[i]) > pivot);
+    while (i < n - 1 && Level(a[i], axis) > pivot);
     do --j;
-    while (j > 0 && Level(a[j]) < pivot);
+    while (j > 0 && Level(a[j], axis) < pivot);
     if (i >= j) break;
     std::swap(a[i], a[j]);
   }
   if (i <= 0 || i >= n) {  // cannot happen with a middle pivot; never recurse forever
-    pinsert(a, n);
+    pinsert(a, n, axis);
     return;
   }
-  psort(a, i);
-  psort(a + i, n - i);
+  psort(a, i, axis);
+  psort(a + i, n - i, axis);
 }
 
 void dividemap(NEWCOLOUR* boxes, int maximum, int* count, COLOURCELL** sortBuffer) {
   while (*count < maximum) {
     // The widest extent of a divisible box; the first box and axis win a tie.
-    int best = -1, chosen = -1;
+    int best = -1, chosen = -1, axis = 0;
     for (int b = 0; b < *count; ++b)
-      for (int axis = 0; axis < 3; ++axis)
-        if (boxes[b].Cells > 1 && boxes[b].Extent[axis] > best) {
-          best = boxes[b].Extent[axis];
+      for (int k = 0; k < 3; ++k)
+        if (boxes[b].Cells > 1 && boxes[b].Extent[k] > best) {
+          best = boxes[b].Extent[k];
           chosen = b;
-          SortRGBAxis = axis;
+          axis = k;
         }
     if (chosen < 0) break;
     NEWCOLOUR& old = boxes[chosen];
-    const int axis = SortRGBAxis;
 
     int n = 0;
     for (COLOURCELL* c = old.First; c && n < old.Cells; c = c->Next) sortBuffer[n++] = c;
-    psort(sortBuffer, n);
+    psort(sortBuffer, n, axis);
     for (int i = 0; i + 1 < n; ++i) sortBuffer[i]->Next = sortBuffer[i + 1];
     sortBuffer[n - 1]->Next = nullptr;
     old.First = sortBuffer[0];
@@ -177,6 +175,7 @@ int Quantize(int width, int depth, int* colours, BYTE* palette, const HDIB& imag
 
   // Bottom row first, as the rows are stored.
   for (int y = 0; y < depth; ++y) {
+    ReportProgress(y, depth);
     const BYTE* row = DibBits(h) + DibStride(h) * static_cast<std::size_t>(y);
     for (int x = 0; x < width; ++x) {
       int r, g, b;

@@ -27,9 +27,6 @@ struct NEWCOLOUR {
   COLOURCELL* First;
 };
 
-// The axis psort and pinsert compare on: 0 red, 1 green, 2 blue.
-extern int SortRGBAxis;
-
 // Fills `palette` (768 bytes, zeroed first) with at most *colours entries for
 // image (any depth; below 24 bits colours come through its palette) and sets
 // *colours to the number found. 1 on success, 0 on failure.
@@ -42,9 +39,9 @@ int AddColourToPalette(BYTE* list, COLORREF pixel, int* count, int maximum);
 // Divides boxes until there are `maximum` of them or none can be divided.
 void dividemap(NEWCOLOUR* boxes, int maximum, int* count, COLOURCELL** sortBuffer);
 
-// Descending sorts of cell pointers on the SortRGBAxis level.
-void psort(COLOURCELL** a, int n);
-void pinsert(COLOURCELL** a, int n);
+// Descending sorts of cell pointers on their level along axis (0 red, 1 green, 2 blue).
+void psort(COLOURCELL** a, int n, int axis);
+void pinsert(COLOURCELL** a, int n, int axis);
 
 // Orders the first `count` triples by luminance, a stable bubble sort.
 void SortPalette(BYTE* palette, int count);

@@ -12,6 +12,7 @@
 
 #include "image/fastpath.h"
 #include "image/parallel.h"
+#include "image/progress.h"
 
 namespace ochrel {
 
@@ -363,8 +364,10 @@ HDIB ScaleUpVertical(const HDIB& image, int percentage) {
 HDIB ScaleUp(const HDIB& image, int horizontal, int vertical) {
   const BITMAPINFOHEADER* s = LockDib(image);
   if (!s || !FastPaths() || !ByteDepth(s->biBitCount)) {
+    ProgressStage stage(0.0, 0.5);
     HDIB across = ScaleUpHorizontal(image, horizontal);
     if (!across) return nullptr;
+    stage.Move(0.5, 1.0);
     return ScaleUpVertical(across, vertical);
   }
   const int w = s->biWidth, h = s->biHeight, bits = s->biBitCount, ch = bits / 8;
@@ -556,8 +559,10 @@ HDIB ScaleDownVertical(const HDIB& image, int percentage) {
 HDIB ScaleDown(const HDIB& image, int horizontal, int vertical) {
   const BITMAPINFOHEADER* s = LockDib(image);
   if (!s || !FastPaths() || !ByteDepth(s->biBitCount)) {
+    ProgressStage stage(0.0, 0.5);
     HDIB across = ScaleDownHorizontal(image, horizontal);
     if (!across) return nullptr;
+    stage.Move(0.5, 1.0);
     return ScaleDownVertical(across, vertical);
   }
   const int w = s->biWidth, h = s->biHeight, bits = s->biBitCount;
@@ -670,10 +675,12 @@ HDIB ResizeDib(const HDIB& image, int percentage) {
   if (type != IMAGE_TRUECOLOUR && type != IMAGE_GREY) return ResizeNearest(image, percentage);
   if (percentage < 100) return ScaleDown(image, percentage, percentage);
   if (percentage > 100) return ScaleUp(image, percentage, percentage);
+  ProgressStage stage(0.0, 0.5);
   HDIB horizontal = percentage > 100   ? ScaleUpHorizontal(image, percentage)
                     : percentage < 100 ? ScaleDownHorizontal(image, percentage)
                                        : DuplicateObject(image);
   if (!horizontal) return nullptr;
+  stage.Move(0.5, 1.0);
   return percentage > 100   ? ScaleUpVertical(horizontal, percentage)
          : percentage < 100 ? ScaleDownVertical(horizontal, percentage)
                             : DuplicateObject(horizontal);

@@ -65,7 +65,7 @@ TEST(CliErrors, EachCommandRefusesWithOneClearLineAndWritesNothing) {
       {"convert - @out.png < @in.png", 1, "needs --format"},
       {"resize @ten.bmp @out.bmp 5", 1, "leaves no pixels"},
       {"resize @ten.bmp @out.bmp 0", 1, "PERCENT"},
-      {"resize @ten.bmp @out.bmp 2000000000", 1, "Memory error"},
+      {"resize @ten.bmp @out.bmp 2000000000", 1, "more pixels than an image may have"},
       {"resize ", 1, "", {"@ten.bmp @out.bmp 12x", "@missing.bmp @out.bmp 50"}},
       {"resize @ten.bmp 50", 2, ""},
       {"filter @mono.bmp @out.bmp --filter 'Gaussian Blur'", 1, "mono"},

@@ -127,11 +127,8 @@ TEST(FillsCli, GradientGreyAndColour) {
 
 TEST(FillsCli, ShadowWritesTheMaskAndReportsPlaceAndColour) {
   Scratch dir;
-  BYTE palette[768];
-  GetDefaultPalette(palette, nullptr, 10);
-  HDIB mask = CreateDib(30, 20, palette, 8);
-  for (int y = 5; y < 15; ++y)
-    for (int x = 5; x < 25; ++x) PutDibPixel(LockDib(mask), x, y, 255);
+  HDIB mask = test::Uniform(30, 20, 8, 0);
+  InsetSolidRectangle(mask, 255, RECT{5, 5, 25, 15});
   ASSERT_EQ(WriteImage((dir / "mask.png").c_str(), mask), 1);
   CliRun r = Cli(dir, "shadow '" + dir / "mask.png" + "' '" + dir / "out.png" +
                           "' --set ShadowDirection=4 --set ShadowOffset=9 --set ShadowType=1 --fill 1234567");

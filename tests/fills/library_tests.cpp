@@ -104,32 +104,14 @@ TEST(TextureLibrary, RoundTripKeepsSortedItemsAndValues) {
 
 TEST(TextureLibrary, LenientReader) {
   TempDir dir;
+  // An item of two keys, one of odd and unknown values, and one the file cuts off.
   Spit(dir / "c.FFT",
-       "VARNWICK STUDIO OCHREL TEXTURE FILE   \r\n"
-       ";comment\n"
-       "Itemcount=99\n"
-       "SomethingNew=5\n"
-       ":beginitem\n"
-       "texturename = Only two keys\n"
-       "TEXTURETYPE ===  4  \n"
-       ":EndItem\n"
-       ":BEGINITEM\n"
-       "TextureName=Extras\n"
-       "MatrixSize=abc\n"
-       "BubbleCount=12\n"
-       "NoSuchKey=3\n"
-       "Writeable=0\n"
-       "CreaterDepth=2.5e0\n"
-       "Power4=2.0\n"
-       "SeedValue2=0\n"
-       "TextureType=9\n"
-       "ColorRed1=nan\n"
-       "BubbleSize=-5\n"
-       "BackColour=4294967295\n"
-       ":ENDITEM\n"
-       ":BEGINITEM\n"
-       "TextureName=Cut off\n"
-       "SeedValue1=77\n");
+       "VARNWICK STUDIO OCHREL TEXTURE FILE   \r\n;comment\nItemcount=99\nSomethingNew=5\n"
+       ":beginitem\ntexturename = Only two keys\nTEXTURETYPE ===  4  \n:EndItem\n"
+       ":BEGINITEM\nTextureName=Extras\nMatrixSize=abc\nBubbleCount=12\nNoSuchKey=3\nWriteable=0\n"
+       "CreaterDepth=2.5e0\nPower4=2.0\nSeedValue2=0\nTextureType=9\nColorRed1=nan\nBubbleSize=-5\n"
+       "BackColour=4294967295\n:ENDITEM\n"
+       ":BEGINITEM\nTextureName=Cut off\nSeedValue1=77\n");
   TextureList list;
   list.push_back({"old", TEXTURE{}});
   int writeable = 1;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/settings.h"
+#include "test_images.h"
 
 namespace ochrel {
 namespace {
@@ -47,9 +48,7 @@ TEST(DocumentRecord, FillImageFollowsTheFillType) {
   EXPECT_EQ(r.Matrix.Rect.right - r.Matrix.Rect.left, 64) << "the request's size lands in the record";
 
   // A grey document asks for an 8-bit gradient.
-  BYTE grey[768];
-  GetDefaultPalette(grey, nullptr, 10);
-  r.Image = CreateDib(8, 8, grey, 8);
+  r.Image = test::Uniform(8, 8, 8, 0);
   SetImageType(&r);
   ASSERT_EQ(r.ImageType, IMAGE_GREY);
   r.FillType = FILL_GRADIENT;

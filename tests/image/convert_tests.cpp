@@ -2,12 +2,20 @@
 // strategies by option id, the preview's choice of option and its reduced image.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <functional>
+#include <mutex>
 #include <set>
 #include <vector>
 
+#include "files/codec.h"
+#include "filters/convolve.h"
 #include "image/convert.h"
 #include "image/dither.h"
+#include "image/parallel.h"
+#include "image/progress.h"
 #include "image/quantize.h"
 #include "image/resample.h"
 #include "test_images.h"
@@ -33,6 +41,29 @@ COLORREF ColourAt(const HDIB& d, int x, int y) {
   GetDibPalette(h, pal);
   return RGB(pal[3 * v], pal[3 * v + 1], pal[3 * v + 2]);
 }
+
+// Keeps the figure each report leaves and cancels the work once it passes stopAt.
+class RecordingSink : public ProgressSink {
+ public:
+  explicit RecordingSink(int stopAt = 1001) : stopAt_(stopAt) {}
+  std::vector<int> seen;
+  std::atomic<int> afterCancel{0};
+
+ protected:
+  void Reported() override {
+    if (Cancelled()) {
+      ++afterCancel;
+      return;
+    }
+    std::lock_guard<std::mutex> hold(lock_);
+    seen.push_back(Permille());
+    if (seen.back() >= stopAt_) Cancel();
+  }
+
+ private:
+  int stopAt_;
+  std::mutex lock_;
+};
 
 // The grey weights, truncated term by term, are pinned by the grey-conversion digests.
 
@@ -140,6 +171,46 @@ TEST(Preview, EightPercentCaseAndOffsets) {
   EXPECT_TRUE(SameBlock(pp, ConvertToPaletteStrategy(r, 103, true)));
   EXPECT_FALSE(ReducedPreviewImage(img, 0, 80, &ox, &oy));  // 0 % reduces to nothing
   EXPECT_FALSE(ReducedPreviewImage(HDIB{}, 80, 80, &ox, &oy));
+}
+
+// Long work reports a figure that climbs steadily to the whole, gives the same
+// bytes as without a sink, and once cancelled stops at its next report.
+TEST(Progress, ClimbsToTheWholeLeavesTheBytesAndStopsWhenCancelled) {
+  const HDIB image = RandomDib(96, 1024, 24, 21);
+  VectorSink png, jpg;
+  ASSERT_TRUE(PngEncode(LockDib(image), png) && JpgEncode(LockDib(image), 90, jpg));
+  const struct {
+    const char* name;
+    std::function<HDIB()> run;
+  } cases[] = {
+      {"median cut and dither", [&] { return ConvertToPaletteStrategy(image, IDC_PAL_QUANT256_DITHER); }},
+      {"mono error diffusion", [&] { return ConvertToMonoStrategy(image, IDC_MONO_DITHER); }},
+      {"two-pass blur", [&] { return FilterGaussianBlurImage(image, IMAGE_TRUECOLOUR, 4.0, 2.0); }},
+      {"two-pass resize", [&] { return ResizeDib(image, 150); }},
+      {"PNG reading", [&] { return PngDecode(png.bytes); }},
+      {"JPEG reading", [&] { return JpgDecode(jpg.bytes); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const HDIB plain = c.run();
+    ASSERT_TRUE(plain);
+    RecordingSink sink;
+    HDIB watched;
+    EXPECT_TRUE(RunWithProgress(&sink, [&] { watched = c.run(); }));
+    EXPECT_TRUE(SameBlock(watched, plain));
+    // It moves in many steps to near the end, and no early step claims the whole.
+    ASSERT_FALSE(sink.seen.empty());
+    EXPECT_GE(sink.seen.back(), 900);
+    EXPECT_GE(std::set<int>(sink.seen.begin(), sink.seen.end()).size(), 8u);
+    EXPECT_LE(std::count(sink.seen.begin(), sink.seen.end(), 1000), 2);
+
+    RecordingSink stopping(300);
+    HDIB stopped;
+    EXPECT_FALSE(RunWithProgress(&stopping, [&] { stopped = c.run(); }));
+    EXPECT_FALSE(stopped);
+    EXPECT_LT(stopping.Permille(), 1000);
+    EXPECT_LE(stopping.afterCancel, HardwareThreads());
+  }
 }
 
 }  // namespace

@@ -120,96 +120,42 @@ TEST(WrapperMasks, MatchTheRecordedDigests) {
     std::function<WRAPPERBLOCK()> block;
     std::uint64_t digest;
   };
+  // Rows build their blocks when run: a polygon's vertices live in one shared place.
+  auto L = [](auto... a) { return [=] { return LineBlock(a...); }; };
+  auto P = [](auto... a) { return [=] { return PolygonBlock(a...); }; };
+  auto S = [](auto... a) { return [=] { return ShapeBlock(a...); }; };
   const Row rows[] = {
-      {"line flat 5 hard",
-       [] {
-         return LineBlock({100, 100, 121, 121}, 0, 10, 20, 10, 5, LINECAP_FLAT, 0);
-       },
-       0xad6520f45d61d069ull},
-      {"line flat 5 aa",
-       [] {
-         return LineBlock({100, 100, 121, 121}, 0, 10, 20, 10, 5, LINECAP_FLAT, 1);
-       },
-       0xad6520f45d61d069ull},
-      {"line flat 9 aa",
-       [] {
-         return LineBlock({0, 0, 31, 1}, 0, 0, 30, 0, 9, LINECAP_FLAT, 1);
-       },
-       0xa99e924881d63770ull},
-      {"line round 9 aa",
-       [] {
-         return LineBlock({0, 0, 31, 1}, 0, 0, 30, 0, 9, LINECAP_ROUND, 1);
-       },
-       0x8ce2e9e92b4a4345ull},
-      {"diagonal hard",
-       [] {
-         return LineBlock({0, 0, 41, 41}, 0, 0, 40, 40, 6, LINECAP_ROUND, 0, 200);
-       },
-       0x963578e7c0d348f6ull},
-      {"diagonal aa",
-       [] {
-         return LineBlock({0, 0, 41, 41}, 0, 0, 40, 40, 6, LINECAP_ROUND, 1, 200);
-       },
-       0x35c43bf3bd0a3227ull},
-      {"zero thickness",
-       [] {
-         return LineBlock({0, 0, 11, 1}, 0, 0, 10, 0, 0, LINECAP_ROUND, 0);
-       },
-       0x20354d1089a4926dull},
-      {"sloping hairline",
-       [] {
-         return LineBlock({0, 0, 31, 11}, 0, 0, 30, 10, 1, LINECAP_FLAT, 0);
-       },
-       0x1a82947c4723f9bdull},
-      {"click dot",
-       [] {
-         return LineBlock({5, 5, 6, 6}, 0, 0, 0, 0, 7, LINECAP_ROUND, 1);
-       },
-       0x25bf37db1996acddull},
-      {"filled circle", [&] { return ShapeBlock(WRAPPER_ELLIPSE, 61, 61, 0, c255, WRAPPER_NONE, 1); },
-       0x3b58037fa92a8830ull},
-      {"ellipse hard", [&] { return ShapeBlock(WRAPPER_ELLIPSE, 50, 30, 0, c180, WRAPPER_NONE, 0); },
-       0xa41d60d663da64aeull},
-      {"ellipse aa", [&] { return ShapeBlock(WRAPPER_ELLIPSE, 50, 30, 0, c180, WRAPPER_NONE, 1); },
-       0x5337bebb8d43fd0bull},
-      {"ellipse ring", [] { return ShapeBlock(WRAPPER_ELLIPSE, 41, 41, 4, WRAPPER_NONE, 255, 1); },
-       0x47ded455c9e2a40cull},
-      {"ellipse thick ring", [] { return ShapeBlock(WRAPPER_ELLIPSE, 10, 10, 8, WRAPPER_NONE, 255, 1); },
-       0x2e4747418c91baabull},
-      {"ellipse no size", [] { return ShapeBlock(WRAPPER_ELLIPSE, 0, 0, 1, 255, 255, 1); }, 0x5a795c2ec6544742ull},
-      {"rectangle hard", [] { return ShapeBlock(WRAPPER_RECTANGLE, 23, 11, 3, 99, WRAPPER_NONE, 0); },
-       0xb287ae8726c5fad9ull},
-      {"rectangle aa", [] { return ShapeBlock(WRAPPER_RECTANGLE, 23, 11, 3, 99, WRAPPER_NONE, 1); },
-       0xb287ae8726c5fad9ull},
-      {"rectangle outline over fill", [] { return ShapeBlock(WRAPPER_RECTANGLE, 12, 10, 2, 100, 200, 1); },
-       0x8cd6057f0df72077ull},
-      {"rectangle outline", [] { return ShapeBlock(WRAPPER_RECTANGLE, 12, 10, 2, WRAPPER_NONE, 200, 0); },
-       0x998ef3ab351dc1b7ull},
-      {"rectangle nothing", [] { return ShapeBlock(WRAPPER_RECTANGLE, 12, 10, 0, WRAPPER_NONE, 200, 1); },
-       0x2e8421a9a2ab46b7ull},
+      {"line flat 5 hard", L(RECT{100, 100, 121, 121}, 0, 10, 20, 10, 5, LINECAP_FLAT, 0), 0xad6520f45d61d069ull},
+      {"line flat 5 aa", L(RECT{100, 100, 121, 121}, 0, 10, 20, 10, 5, LINECAP_FLAT, 1), 0xad6520f45d61d069ull},
+      {"line flat 9 aa", L(RECT{0, 0, 31, 1}, 0, 0, 30, 0, 9, LINECAP_FLAT, 1), 0xa99e924881d63770ull},
+      {"line round 9 aa", L(RECT{0, 0, 31, 1}, 0, 0, 30, 0, 9, LINECAP_ROUND, 1), 0x8ce2e9e92b4a4345ull},
+      {"diagonal hard", L(RECT{0, 0, 41, 41}, 0, 0, 40, 40, 6, LINECAP_ROUND, 0, 200), 0x963578e7c0d348f6ull},
+      {"diagonal aa", L(RECT{0, 0, 41, 41}, 0, 0, 40, 40, 6, LINECAP_ROUND, 1, 200), 0x35c43bf3bd0a3227ull},
+      {"zero thickness", L(RECT{0, 0, 11, 1}, 0, 0, 10, 0, 0, LINECAP_ROUND, 0), 0x20354d1089a4926dull},
+      {"sloping hairline", L(RECT{0, 0, 31, 11}, 0, 0, 30, 10, 1, LINECAP_FLAT, 0), 0x1a82947c4723f9bdull},
+      {"click dot", L(RECT{5, 5, 6, 6}, 0, 0, 0, 0, 7, LINECAP_ROUND, 1), 0x25bf37db1996acddull},
+      {"filled circle", S(WRAPPER_ELLIPSE, 61, 61, 0, c255, WRAPPER_NONE, 1), 0x3b58037fa92a8830ull},
+      {"ellipse hard", S(WRAPPER_ELLIPSE, 50, 30, 0, c180, WRAPPER_NONE, 0), 0xa41d60d663da64aeull},
+      {"ellipse aa", S(WRAPPER_ELLIPSE, 50, 30, 0, c180, WRAPPER_NONE, 1), 0x5337bebb8d43fd0bull},
+      {"ellipse ring", S(WRAPPER_ELLIPSE, 41, 41, 4, WRAPPER_NONE, 255, 1), 0x47ded455c9e2a40cull},
+      {"ellipse thick ring", S(WRAPPER_ELLIPSE, 10, 10, 8, WRAPPER_NONE, 255, 1), 0x2e4747418c91baabull},
+      {"ellipse no size", S(WRAPPER_ELLIPSE, 0, 0, 1, 255, 255, 1), 0x5a795c2ec6544742ull},
+      {"rectangle hard", S(WRAPPER_RECTANGLE, 23, 11, 3, 99, WRAPPER_NONE, 0), 0xb287ae8726c5fad9ull},
+      {"rectangle aa", S(WRAPPER_RECTANGLE, 23, 11, 3, 99, WRAPPER_NONE, 1), 0xb287ae8726c5fad9ull},
+      {"rectangle outline over fill", S(WRAPPER_RECTANGLE, 12, 10, 2, 100, 200, 1), 0x8cd6057f0df72077ull},
+      {"rectangle outline", S(WRAPPER_RECTANGLE, 12, 10, 2, WRAPPER_NONE, 200, 0), 0x998ef3ab351dc1b7ull},
+      {"rectangle nothing", S(WRAPPER_RECTANGLE, 12, 10, 0, WRAPPER_NONE, 200, 1), 0x2e8421a9a2ab46b7ull},
       {"rectangle reversed", [&] { return reversed; }, 0x1ad01c0b51da63e1ull},
-      {"polygon square fill", [&] { return PolygonBlock(sq, 4, 255, WRAPPER_NONE, 1); }, 0xb7e8249a97a5446aull},
-      {"polygon square outline", [&] { return PolygonBlock(sq, 4, WRAPPER_NONE, 255, 1); }, 0x7d1fb6b6a0a475b5ull},
-      {"star alternate hard", [&] { return PolygonBlock(star, 0, 255, WRAPPER_NONE, 0, POLYFILL_ALTERNATE); },
-       0xbbddb0b41e8f15e4ull},
-      {"star winding hard", [&] { return PolygonBlock(star, 0, 255, WRAPPER_NONE, 0, POLYFILL_WINDING); },
-       0x2b5065f26e65765cull},
-      {"star default hard", [&] { return PolygonBlock(star, 0, 255, WRAPPER_NONE, 0); }, 0xbbddb0b41e8f15e4ull},
-      {"star alternate aa", [&] { return PolygonBlock(star, 0, 255, WRAPPER_NONE, 1, POLYFILL_ALTERNATE); },
-       0x84211588db5a71d0ull},
-      {"star winding aa", [&] { return PolygonBlock(star, 0, 255, WRAPPER_NONE, 1, POLYFILL_WINDING); },
-       0xa7f4a5228d78d202ull},
-      {"star default aa", [&] { return PolygonBlock(star, 0, 255, WRAPPER_NONE, 1); }, 0x84211588db5a71d0ull},
-      {"polygon one vertex",
-       [] {
-         return PolygonBlock({{10, 10}}, 6, 255, 255, 1);
-       },
-       0x5f37cd3200f78558ull},
-      {"polygon two vertices",
-       [] {
-         return PolygonBlock({{0, 0}, {30, 0}}, 2, 255, WRAPPER_NONE, 1);
-       },
-       0x99bd0c1347054aull},
+      {"polygon square fill", P(sq, 4, 255, WRAPPER_NONE, 1), 0xb7e8249a97a5446aull},
+      {"polygon square outline", P(sq, 4, WRAPPER_NONE, 255, 1), 0x7d1fb6b6a0a475b5ull},
+      {"star alternate hard", P(star, 0, 255, WRAPPER_NONE, 0, POLYFILL_ALTERNATE), 0xbbddb0b41e8f15e4ull},
+      {"star winding hard", P(star, 0, 255, WRAPPER_NONE, 0, POLYFILL_WINDING), 0x2b5065f26e65765cull},
+      {"star default hard", P(star, 0, 255, WRAPPER_NONE, 0), 0xbbddb0b41e8f15e4ull},
+      {"star alternate aa", P(star, 0, 255, WRAPPER_NONE, 1, POLYFILL_ALTERNATE), 0x84211588db5a71d0ull},
+      {"star winding aa", P(star, 0, 255, WRAPPER_NONE, 1, POLYFILL_WINDING), 0xa7f4a5228d78d202ull},
+      {"star default aa", P(star, 0, 255, WRAPPER_NONE, 1), 0x84211588db5a71d0ull},
+      {"polygon one vertex", P(std::vector<POINT>{{10, 10}}, 6, 255, 255, 1), 0x5f37cd3200f78558ull},
+      {"polygon two vertices", P(std::vector<POINT>{{0, 0}, {30, 0}}, 2, 255, WRAPPER_NONE, 1), 0x99bd0c1347054aull},
   };
   for (const Row& row : rows) {
     WRAPPERBLOCK b = row.block();

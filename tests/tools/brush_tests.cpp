@@ -35,14 +35,7 @@ BLOCKSET Document(HDIB image, int tool = TOOL_BRUSH) {
   return d;
 }
 
-HDIB Blank(int w, int h, COLORREF colour, int type = 0) {
-  NEWFILEPARAM p;
-  p.width = w;
-  p.depth = h;
-  p.type = type;
-  p.colour = colour;
-  return CreateNewImage(p);
-}
+HDIB Blank(int w, int h, COLORREF colour, int type = 0) { return CreateNewImage(NEWFILEPARAM{w, h, type, colour}); }
 
 // A stamp drawn by hand: values given row by row from the top.
 HDIB HandStamp(int w, int h, const std::vector<int>& values) {
@@ -193,12 +186,8 @@ TEST(BrushLine, ClippedWalkPlacesTheSamePoints) {
     const POINT a{coord(rng), coord(rng)}, b{k % 7 ? coord(rng) : a.x, k % 5 ? coord(rng) : a.y};
     const auto all = Steps(a, b);
     std::vector<POINT> clipped;
-    StepBrushLine(
-        a, b,
-        [&](int x, int y) {
-          clipped.push_back({x, y});
-        },
-        &clip);
+    auto put = [&](int x, int y) { clipped.push_back({x, y}); };
+    StepBrushLine(a, b, put, &clip);
     const bool straight = a.x == b.x || a.y == b.y;
     const bool xMajor = std::abs(b.y - a.y) <= std::abs(b.x - a.x);
     std::vector<POINT> want;

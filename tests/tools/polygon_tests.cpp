@@ -196,16 +196,12 @@ TEST_F(PolygonTest, FiguresKeepTheirRecordedDigests) {
     std::function<void(BLOCKSET&)> set;
     std::vector<POINT> vertices;
     std::uint64_t digest;
-  } scenes[] = {
-      {0,
-       [](BLOCKSET& r) { r.SolidFillMode = 1, r.LineThickness = 1; },
-       {{10, 10}, {25, 10}, {25, 20}, {10, 20}},
-       0x65e5c2a927ea7410},
-      {0, [](BLOCKSET& r) { r.LineThickness = 3; }, {{10, 10}, {25, 10}, {25, 20}, {10, 20}}, 0xbd63895c23be9748},
-      {0,
-       [](BLOCKSET& r) { r.Opacity = 128, r.FillColour = RGB(200, 0, 100); },
-       {{10, 10}, {20, 10}, {20, 20}, {10, 20}},
-       0xff165f44ac48d786},
+  };
+  const std::vector<POINT> wide{{10, 10}, {25, 10}, {25, 20}, {10, 20}}, square{{10, 10}, {20, 10}, {20, 20}, {10, 20}};
+  const Scene scenes[] = {
+      {0, [](BLOCKSET& r) { r.SolidFillMode = 1, r.LineThickness = 1; }, wide, 0x65e5c2a927ea7410},
+      {0, [](BLOCKSET& r) { r.LineThickness = 3; }, wide, 0xbd63895c23be9748},
+      {0, [](BLOCKSET& r) { r.Opacity = 128, r.FillColour = RGB(200, 0, 100); }, square, 0xff165f44ac48d786},
       {2, [](BLOCKSET& r) { r.Antialias = 1, r.FillColour = 6; }, {{3, 3}, {36, 9}, {12, 27}}, 0xeaca8de4e4dba3f8},
       {0,
        [](BLOCKSET& r) {

@@ -27,11 +27,6 @@ class ReplacerUndoTest : public test::ToolTest {
   void Put(int x, int y, std::uint32_t v) { PutDibPixel(LockDib(d->record.Image), x, y, v); }
 };
 
-std::uint32_t Blend(std::uint32_t o, std::uint32_t k, int m) {
-  return RGB(BlendChannel(GetRValue(o), GetRValue(k), m), BlendChannel(GetGValue(o), GetGValue(k), m),
-             BlendChannel(GetBValue(o), GetBValue(k), m));
-}
-
 TEST_F(ReplacerUndoTest, ReplacerTurnsOnlyPixelsWithinTheTolerancesOfThePaperColour) {
   const COLORREF paper = RGB(200, 100, 50), paint = RGB(0, 0, 255);
   // Columns 20..24: paper, paper off by 5, by 15, by 30 in red, and a far colour.
@@ -51,7 +46,7 @@ TEST_F(ReplacerUndoTest, ReplacerTurnsOnlyPixelsWithinTheTolerancesOfThePaperCol
     ASSERT_TRUE(ChangeTool(&d->tools, TOOL_REPLACER));
     Stroke({{22, 30}, {23, 31}});
     for (int i = 0; i < 5; ++i)
-      EXPECT_EQ(Pixel(20 + i, 30), i < c.replaced ? Blend(cells[i], paint, 128) : cells[i])
+      EXPECT_EQ(Pixel(20 + i, 30), i < c.replaced ? CoverageBlend(cells[i], paint, 128) : cells[i])
           << "tolerance " << c.tolerance << " cell " << i;
     EXPECT_EQ(Pixel(5, 5), RGB(255, 255, 255));
     EXPECT_EQ(d->record.UndoAvailable, 1);
@@ -75,12 +70,12 @@ TEST_F(ReplacerUndoTest, ReplacerStrokeOverItselfReplacesFromThePressCopyOnly) {
   // Back and forth over the same place: a half-blended pixel would match the
   // paper colour again under this tolerance, so only the press copy keeps it once.
   Stroke({{30, 30}, {50, 30}, {30, 30}, {50, 30}, {40, 32}});
-  const COLORREF once = Blend(RGB(200, 100, 50), RGB(0, 0, 0), 128);
+  const COLORREF once = CoverageBlend(RGB(200, 100, 50), RGB(0, 0, 0), 128);
   EXPECT_EQ(Pixel(40, 30), once);
   EXPECT_EQ(Pixel(30, 30), once);
   // A second stroke starts from the present image and blends once more.
   Stroke({{40, 30}});
-  EXPECT_EQ(Pixel(40, 30), Blend(once, RGB(0, 0, 0), 128));
+  EXPECT_EQ(Pixel(40, 30), CoverageBlend(once, RGB(0, 0, 0), 128));
   EXPECT_EQ(Pixel(5, 5), RGB(200, 100, 50));
 }
 

@@ -120,43 +120,35 @@ TEST_F(RectSelect, AltFloatsACopyAndClearLeavesPaper) {
 // Gestures whose outcome, once laid down, is the original with a rectangle
 // moved by (dx, dy), or the original itself where no rectangle is given.
 TEST_F(RectSelect, GesturesLayDownWhatTheyMoved) {
+  const RECT none{}, half{30, 20, 40, 30}, all{0, 0, 40, 30};
   struct Case {
     const char* name;
-    std::function<void(RectSelect&, FakeDocument&)> act;
     RECT from;
     int dx, dy;
+    std::function<void(RectSelect&, FakeDocument&)> act;
   } cases[] = {
-      {"opacity, left in place: back at full strength",
-       [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(); },
-       {},
-       0,
-       0},
-      {"opacity, a nudge is no drag",
-       [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(), d.Key(0x27); }, kSel, 1, 0},
-      {"half off the image",
+      {"opacity, left in place: back at full strength", none, 0, 0,
+       [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(); }},
+      {"opacity, a nudge is no drag", kSel, 1, 0,
+       [](RectSelect& t, FakeDocument& d) { d.record.Opacity = 128, t.Select(), d.Key(0x27); }},
+      {"half off the image", half, 5, 2,
        [](RectSelect&, FakeDocument& d) {
          d.Drag({30, 20}, {40, 30}), d.Drag({32, 22}, {37, 24});
-       },
-       {30, 20, 40, 30},
-       5,
-       2},
-      {"scale changes keep the fragment on its pixels",
+       }},
+      {"scale changes keep the fragment on its pixels", none, 0, 0,
        [](RectSelect&, FakeDocument& d) {
-         d.record.ViewMode = 6;  // 200 percent
+         d.record.ViewMode = 6;  // 200 percent: image pixels (11, 7) - (21, 15)
          d.Drag({22, 14}, {42, 30});
-         const RECT at200 = d.tools.session()->window;
-         for (int mode : {3, 6, 2, 8, 6}) {
+         const std::pair<int, RECT> steps[] = {{3, {5, 3, 10, 7}}, {2, {2, 1, 4, 3}}, {8, {88, 56, 168, 120}}};
+         for (auto [mode, window] : steps) {
            const int old = d.record.ViewMode;
            d.record.ViewMode = mode;
            d.tools.Send(UM_VIEWCHANGED, old, mode);
+           EXPECT_EQ(d.tools.session()->window, window) << "mode " << mode;
+           EXPECT_EQ(Commit(d), (RECT{11, 7, 21, 15})) << "mode " << mode;
          }
-         EXPECT_EQ(d.tools.session()->window, at200);
-         EXPECT_EQ(Commit(d), (RECT{11, 7, 21, 15}));
-       },
-       {},
-       0,
-       0},
-      {"nudge and scroll follow the image",
+       }},
+      {"nudge and scroll follow the image", kSel, 0, 1,
        [](RectSelect&, FakeDocument& d) {
          d.record.ViewMode = 7;  // 400 percent: a nudge is four view pixels, one image pixel
          d.Drag({40, 32}, {80, 64});
@@ -165,9 +157,8 @@ TEST_F(RectSelect, GesturesLayDownWhatTheyMoved) {
          d.host.scrollX = 3;
          d.tools.Send(UM_SCROLLED);
          EXPECT_EQ(d.tools.session()->window.left, 40 - 12);
-       },
-       kSel, 0, 1},
-      {"select all on a scrolled view takes the whole image",
+       }},
+      {"select all on a scrolled view takes the whole image", all, -1, 0,
        [](RectSelect& t, FakeDocument& d) {
          d.host.scrollX = 7, d.host.scrollY = 4;
          Function(d, TOOL_RECTSELECT, TF_SELECTALL);
@@ -175,10 +166,7 @@ TEST_F(RectSelect, GesturesLayDownWhatTheyMoved) {
          EXPECT_TRUE(test::SamePixels(Param(d)->Fragment, t.original));
          EXPECT_EQ(d.Pixel(0, 0), kPaper);
          d.Key(0x25);
-       },
-       {0, 0, 40, 30},
-       -1,
-       0},
+       }},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -133,7 +133,9 @@ TEST_F(ShapeTest, CommitsKeepTheirRecordedDigests) {
   const std::vector<std::pair<int, std::vector<POINT>>> ellipse = {{TOOL_ELLIPSE, {{4, 4}, {29, 21}}}},
                                                         crossed = {{TOOL_ELLIPSE, {{3, 2}, {36, 27}}},
                                                                    {TOOL_LINE, {{0, 29}, {39, 0}}}},
-                                                        box = {{TOOL_RECTANGLE, {{5, 5}, {20, 15}}}};
+                                                        box = {{TOOL_RECTANGLE, {{5, 5}, {20, 15}}}},
+                                                        line = {{TOOL_LINE, {{0, 29}, {39, 0}}}},
+                                                        small = {{TOOL_RECTANGLE, {{5, 4}, {15, 12}}}};
   const Scene scenes[] = {
       {"ellipse", 0, [](BLOCKSET& r) { r.LineThickness = 2, r.SolidFillMode = 0; }, ellipse, 0x5a92d3fb8885341c},
       {"ellipse antialiased", 0, [](BLOCKSET& r) { r.Antialias = 1, r.LineThickness = 2, r.SolidFillMode = 0; },
@@ -149,16 +151,9 @@ TEST_F(ShapeTest, CommitsKeepTheirRecordedDigests) {
          r.PaintColour = GetDibPixel(LockDib(r.Image), 0, 0) ^ 1;
        },
        crossed, 0x98e59a2ef50f4288},
-      {"line antialiased",
-       0,
-       [](BLOCKSET& r) { r.Antialias = 1; },
-       {{TOOL_LINE, {{0, 29}, {39, 0}}}},
-       0xd4cf607ddbb6458f},
-      {"half opacity",
-       0,
-       [](BLOCKSET& r) { r.Opacity = 128, r.SolidFillMode = 0, r.FillColour = RGB(200, 0, 100); },
-       {{TOOL_RECTANGLE, {{5, 4}, {15, 12}}}},
-       0xbe2652d1a4f1cf86},
+      {"line antialiased", 0, [](BLOCKSET& r) { r.Antialias = 1; }, line, 0xd4cf607ddbb6458f},
+      {"half opacity", 0, [](BLOCKSET& r) { r.Opacity = 128, r.SolidFillMode = 0, r.FillColour = RGB(200, 0, 100); },
+       small, 0xbe2652d1a4f1cf86},
       {"shadow", 0, shadow(255, 0, 1), box, 0xa2bbc55bc60b50f8},
       {"shadow on grey", 1, shadow(255, 2, 1), box, 0xd248433e59102d96},
       {"no shadow under 255", 0, shadow(254, 0, 1), box, 0xee2922a11c186106},

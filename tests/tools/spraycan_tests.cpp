@@ -167,12 +167,7 @@ TEST_F(SprayToolTest, HalfOpacityStaysHalfAndMovesRenewTheList) {
 }
 
 TEST_F(SprayToolTest, PalettedBlendsIndicesAndSpotsAtTheEdgeClip) {
-  BYTE palette[768];
-  GetDefaultPalette(palette, nullptr, 8);
-  HDIB image = CreateDib(30, 20, palette, 8);
-  for (int y = 0; y < 20; ++y)
-    for (int x = 0; x < 30; ++x) PutDibPixel(LockDib(image), x, y, 10);
-  Start(std::move(image), 6, 100, 128, 200);
+  Start(test::Uniform(30, 20, 8, 10, 8), 6, 100, 128, 200);
   ASSERT_EQ(d->record.ImageType, IMAGE_PALETTED);
   // A spot over the top left corner.
   d->tools.MouseEvent(WM_LBUTTONDOWN, 0, 0, MK_LBUTTON);

@@ -147,11 +147,6 @@ TEST(TextLayoutTest, WordsMeasuresAndSettingsHeldInRange) {
     EXPECT_EQ(TextLineExtent("ab cd", &r, m).cx, 4 * letter + space);
   }
   BLOCKSET r = Settings();
-  EXPECT_TRUE(Layout("aaaa bbbb", 60, r).words[0].lineBreak);
-  const TextLayout longWord = Layout("abcdefgh", 35, r);
-  ASSERT_EQ(longWord.words.size(), 3u);
-  EXPECT_EQ(longWord.words[0].length, 3);
-  EXPECT_EQ(longWord.words[1].offset, 3);
   // Out-of-range settings are held within 50 and 200.
   BLOCKSET wild = Settings(1000, 10);
   EXPECT_EQ(TextLineExtent("a", &wild, m).cx, 20);

@@ -163,8 +163,7 @@ TEST_F(ConvertDialogTest, PreviewIsCentredInItsBoxAndPaintedThere) {
   EXPECT_EQ(box.preview()->previewOffset(), QPoint(36, 0));
   const QImage shot = Shot(box.preview()), expected = DibToQImage(h).convertToFormat(QImage::Format_RGB32);
   const QPoint origin = box.preview()->contentsRect().topLeft() + QPoint(36, 0);
-  for (int y = 0; y < 80; y += 3)
-    for (int x = 0; x < 8; ++x) ASSERT_EQ(shot.pixel(origin + QPoint(x, y)), expected.pixel(x, y)) << x << "," << y;
+  EXPECT_EQ(shot.copy(QRect(origin, QSize(8, 80))), expected);
   // A wide image goes to the top and bottom; a strip too thin for the box draws nothing.
   HDIB wide = RampImage(400, 100), strip = RampImage(1, 9000);
   ConvertToMonoBox mono(wide);
@@ -202,17 +201,11 @@ TEST_F(ConvertDialogTest, OkOpensTheEngineResultOfTheChosenOptionAsANewDocument)
 }
 
 TEST_F(ConvertDialogTest, CancelOpensNothingSilentlyAndKeepsTheChoices) {
-  EXPECT_EQ(Convert<ConvertToPaletteBox>(CM_TOPALETTE,
-                                         [](ConvertToPaletteBox& box) { return box.option(104)->click(), false; }),
-            nullptr);
+  auto palette = [](ConvertToPaletteBox& box) { return box.option(104)->click(), false; };
+  EXPECT_EQ(Convert<ConvertToPaletteBox>(CM_TOPALETTE, palette), nullptr);
   EXPECT_EQ(ToPaletteType, 104);
-  EXPECT_EQ(Convert<ConvertToMonoBox>(CM_TOMONO,
-                                      [](ConvertToMonoBox& box) {
-                                        box.option(103)->click();
-                                        box.contrast()->setValue(64);
-                                        return false;
-                                      }),
-            nullptr);
+  auto mono = [](ConvertToMonoBox& box) { return box.option(103)->click(), box.contrast()->setValue(64), false; };
+  EXPECT_EQ(Convert<ConvertToMonoBox>(CM_TOMONO, mono), nullptr);
   EXPECT_EQ(ToMonoType, 103);
   EXPECT_EQ(DitherContrast, 64);
   EXPECT_TRUE(prompts.empty());
@@ -239,7 +232,10 @@ TEST_F(ConvertDialogTest, HelpOpensTheConvertTopic) {
   EXPECT_TRUE(prompts.empty());
   auto* help = box.findChild<QTextBrowser*>("HelpText");
   ASSERT_NE(help, nullptr);
+  EXPECT_TRUE(help->window()->isVisible());
+  EXPECT_TRUE(help->source().path().endsWith("html/referenc.htm"));
   EXPECT_EQ(help->source().fragment(), "CONVERTTO");
+  EXPECT_FALSE(help->toPlainText().isEmpty());
   EXPECT_EQ(box.result(), 0);  // the dialog stays open
 }
 

@@ -65,6 +65,7 @@ class FilterDialogTest : public test::QtFixture {
     frame->Command(command);
     SetDialogAnswerer({});
   }
+  void Filters(int command, const std::function<bool(MasterFilterBox&)>& inside) { Filters(inside, command); }
   static void Select(MasterFilterBox& box, const char* name) {
     const int row = box.filterList()->findText(name);
     ASSERT_GE(row, 0) << name;
@@ -220,19 +221,17 @@ TEST_F(FilterDialogTest, PreviewThenOkPutsTheResultInTheDocumentAndUndoBringsItB
   direct.FilterGaussianSigma = 30;
   HDIB expected = FilterGaussianBlur(original, &direct);
   bool sawPreview = false;
-  Filters(
-      [&](MasterFilterBox& box) {
-        EXPECT_EQ(box.filterList()->currentText(), "Gaussian Blur");
-        box.scrollBar(222)->setValue(20);
-        box.scrollBar(219)->setValue(30);
-        box.previewButton()->click();
-        box.WaitForPreview();
-        EXPECT_EQ(box.param()->Changed, 0);
-        sawPreview = test::SameBlock(box.param()->AfterImage, expected);
-        EXPECT_TRUE(test::SameBlock(*box.param()->BeforeImage, original));
-        return true;
-      },
-      FILTER_MENU_FIRST + 6);
+  Filters(FILTER_MENU_FIRST + 6, [&](MasterFilterBox& box) {
+    EXPECT_EQ(box.filterList()->currentText(), "Gaussian Blur");
+    box.scrollBar(222)->setValue(20);
+    box.scrollBar(219)->setValue(30);
+    box.previewButton()->click();
+    box.WaitForPreview();
+    EXPECT_EQ(box.param()->Changed, 0);
+    sawPreview = test::SameBlock(box.param()->AfterImage, expected);
+    EXPECT_TRUE(test::SameBlock(*box.param()->BeforeImage, original));
+    return true;
+  });
   EXPECT_TRUE(sawPreview);
   EXPECT_TRUE(test::SameBlock(d->record()->Image, expected));
   EXPECT_EQ(d->record()->Modified, 1);
@@ -279,21 +278,17 @@ TEST_F(FilterDialogTest, OkAtOnceRunsTheFilterAndAResizeChangesTheSize) {
   direct.FilterContrast = 180;
   Filters([](MasterFilterBox&) { return true; }, FILTER_MENU_FIRST + 2);
   EXPECT_TRUE(test::SameBlock(d->record()->Image, FilterContrastBrightness(original, &direct)));
-  Filters(
-      [](MasterFilterBox& box) {
-        Find<QSpinBox>(box, 258)->setValue(50);
-        return true;
-      },
-      FILTER_MENU_FIRST + 9);
+  Filters(FILTER_MENU_FIRST + 9, [](MasterFilterBox& box) {
+    Find<QSpinBox>(box, 258)->setValue(50);
+    return true;
+  });
   EXPECT_EQ(LockDib(d->record()->Image)->biWidth, 40);
   EXPECT_EQ(LockDib(d->record()->Image)->biHeight, 30);
   // The percentages are never stored: the next dialog starts at 100.
-  Filters(
-      [](MasterFilterBox& box) {
-        EXPECT_EQ(Find<QSpinBox>(box, 258)->value(), 100);
-        return false;
-      },
-      FILTER_MENU_FIRST + 9);
+  Filters(FILTER_MENU_FIRST + 9, [](MasterFilterBox& box) {
+    EXPECT_EQ(Find<QSpinBox>(box, 258)->value(), 100);
+    return false;
+  });
 }
 
 TEST_F(FilterDialogTest, ACheckBoxChangedAfterAPreviewDoesNotReachTheResult) {
@@ -328,23 +323,19 @@ TEST_F(FilterDialogTest, CancelKeepsTheImageAndSettingsAreStoredOnlyWhenRemember
   EXPECT_EQ(FilterSolarizeThreshold, 77);
   EXPECT_STREQ(DefaultFilterType, "");  // the name is kept only by OK
   // "Remember settings" off: this invocation's values are forgotten, also after OK.
-  Filters(
-      [](MasterFilterBox& box) {
-        Find<QCheckBox>(box, 113)->click();
-        box.scrollBar(231)->setValue(200);
-        return false;
-      },
-      FILTER_MENU_FIRST + 13);
+  Filters(FILTER_MENU_FIRST + 13, [](MasterFilterBox& box) {
+    Find<QCheckBox>(box, 113)->click();
+    box.scrollBar(231)->setValue(200);
+    return false;
+  });
   EXPECT_EQ(FilterRemember, 0);
   EXPECT_EQ(FilterSolarizeThreshold, 77);
-  Filters(
-      [](MasterFilterBox& box) {
-        EXPECT_FALSE(Find<QCheckBox>(box, 113)->isChecked());
-        EXPECT_EQ(box.scrollBar(231)->value(), 77);
-        box.scrollBar(231)->setValue(30);
-        return true;
-      },
-      FILTER_MENU_FIRST + 13);
+  Filters(FILTER_MENU_FIRST + 13, [](MasterFilterBox& box) {
+    EXPECT_FALSE(Find<QCheckBox>(box, 113)->isChecked());
+    EXPECT_EQ(box.scrollBar(231)->value(), 77);
+    box.scrollBar(231)->setValue(30);
+    return true;
+  });
   FILTERPARAM direct = DirectParam();
   direct.FilterSolarizeThreshold = 30;
   EXPECT_TRUE(test::SameBlock(d->record()->Image, FilterSolarize(original, &direct)));
@@ -354,12 +345,10 @@ TEST_F(FilterDialogTest, CancelKeepsTheImageAndSettingsAreStoredOnlyWhenRemember
 
 TEST_F(FilterDialogTest, ApplyToDuplicateOpensASecondDocumentAndLeavesTheFirst) {
   DocumentWindow* first = Photo(60, 40);
-  Filters(
-      [](MasterFilterBox& box) {
-        Find<QCheckBox>(box, 115)->click();
-        return true;
-      },
-      FILTER_MENU_FIRST + 7);  // Invert Colours
+  Filters(FILTER_MENU_FIRST + 7, [](MasterFilterBox& box) {
+    Find<QCheckBox>(box, 115)->click();
+    return true;
+  });  // Invert Colours
   EXPECT_EQ(FilterApplyToDuplicate, 1);
   ASSERT_EQ(frame->CountOpenDocuments(), 2);
   DocumentWindow* second = frame->ActiveDocument();

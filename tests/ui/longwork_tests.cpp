@@ -10,6 +10,7 @@
 #include <chrono>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "image/convert.h"
 #include "qt_fixture.h"
@@ -24,6 +25,7 @@ class LongWorkTest : public test::QtFixture {
  protected:
   void TearDown() override {
     SetLongWorkShowDelay(150);
+    SetLongWorkReportGate({});
     QtFixture::TearDown();
   }
 };
@@ -70,6 +72,37 @@ TEST_F(LongWorkTest, ConversionShowsProgressEscCancelsAndAFullRunGivesTheSameByt
   ASSERT_NE(grey, source);
   EXPECT_EQ(Bytes(grey->record()->Image), want);
   EXPECT_EQ(Bytes(source->record()->Image), before);
+}
+
+TEST_F(LongWorkTest, TheBarShowsHowFarTheWorkHasCome) {
+  DocumentWindow* source = Open(test::RandomDib(64, 2048, 24, 12));
+  ASSERT_NE(source, nullptr);
+  const std::string want = Bytes(ConvertToGrey(source->record()->Image));
+  // The worker waits at its first report and again past half way until the
+  // bar has been read (at most a few seconds each, so a bar that never moves fails).
+  std::atomic<int> reached{0}, released{0};
+  SetLongWorkShowDelay(0);
+  SetLongWorkReportGate([&](int permille) {
+    const int point = permille >= 500 ? 2 : 1;
+    if (point <= released) return;
+    reached = std::max(reached.load(), point);
+    for (int i = 0; released < point && i < 3000; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  });
+  std::vector<int> values;
+  QTimer look;
+  QObject::connect(&look, &QTimer::timeout, [&] {
+    auto* bar = frame->findChild<QProgressBar*>("LongWorkProgress");
+    const int point = reached;
+    if (!bar || point <= released || bar->maximum() != 1000 || bar->value() < (point == 2 ? 500 : 1)) return;
+    values.push_back(bar->value());
+    released = point;
+  });
+  look.start(5);
+  Choose(CM_TOGREY);
+  ASSERT_EQ(values.size(), 2u);
+  EXPECT_LT(values[0], 500);
+  ASSERT_EQ(frame->CountOpenDocuments(), 2);
+  EXPECT_EQ(Bytes(frame->ActiveDocument()->record()->Image), want);
 }
 
 TEST_F(LongWorkTest, AMessageThatOpensDuringTheWorkCanBeAnsweredAndOtherWindowsClose) {

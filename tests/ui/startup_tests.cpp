@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QTextBrowser>
-
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -96,18 +94,7 @@ TEST_F(Startup, ManualWarnsUntilTheBoxIsClearedThenOpensAtOnce) {
   EXPECT_EQ(asked, 1) << "no warning once it was turned off";
   EXPECT_EQ(opened.size(), 2u);
   EXPECT_TRUE(prompts.empty());
-
-  // Without a browser the page shows in the program's own help window, at the topic.
-  SetUrlOpener([](const QUrl&) { return false; });
-  QWidget owner;
-  DoHelp(&owner, "GRID");
-  EXPECT_TRUE(prompts.empty());
-  auto* help = owner.findChild<QTextBrowser*>("HelpText");
-  ASSERT_NE(help, nullptr);
-  EXPECT_TRUE(help->window()->isVisible());
-  EXPECT_TRUE(help->source().path().endsWith("html/referenc.htm"));
-  EXPECT_EQ(help->source().fragment(), "GRID");
-  EXPECT_FALSE(help->toPlainText().isEmpty());
+  // Without a browser: the convert dialog's test.
 }
 
 TEST_F(Startup, EveryHelpTopicHasItsAnchorInTheReference) {

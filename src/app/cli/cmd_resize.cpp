@@ -5,6 +5,7 @@
 
 #include "cli.h"
 #include "frame/options.h"
+#include "files/codec.h"
 #include "files/imagefile.h"
 #include "image/resample.h"
 
@@ -31,6 +32,10 @@ int RunResize(const Args& args) {
   if (nw < 1 || nh < 1)
     return Fail("resizing " + std::to_string(width) + "x" + std::to_string(height) + " by " + args[2] +
                 "% leaves no pixels");
+  // Refused up front: a huge target would otherwise fill memory for a long time before failing.
+  if (!ImageSizeAllowed(nw, nh))
+    return Fail("resizing " + std::to_string(width) + "x" + std::to_string(height) + " by " + args[2] + "% gives " +
+                std::to_string(nw) + "x" + std::to_string(nh) + ", more pixels than an image may have");
   HDIB result = ResizeDib(image, static_cast<int>(percentage));
   if (!result) return Fail("resizing to " + std::to_string(nw) + "x" + std::to_string(nh) + ": Memory error");
   if (!WriteImage(out.c_str(), result, SaveOptionsFromSettings()))

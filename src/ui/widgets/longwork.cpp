@@ -1,5 +1,7 @@
 #include "ui/widgets/longwork.h"
 
+#include "image/progress.h"
+
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEvent>
@@ -23,14 +25,26 @@ namespace {
 int g_showDelay = 150;
 std::function<void()> g_gate;
 
+std::function<void(int)> g_reportGate;
+
+// The work's progress, with the tests' step at each report.
+struct GatedProgress : ProgressSink {
+  std::function<void(int)> gate = g_reportGate;
+  void Reported() override {
+    if (gate) gate(Permille());
+  }
+};
+
 // What the worker and the interface share; the worker may outlive the wait.
 struct Shared {
   std::atomic<bool> done{false};
   std::function<void()> work;
+  GatedProgress progress;
 };
 
 // An abandoned worker still running: the next work waits for it, because the
-// engine's generators and random numbers are one per program.
+// engine's generators and random numbers are one per program. It has been
+// told to stop, so the wait is short.
 std::mutex g_lastMutex;
 std::shared_ptr<Shared> g_last;
 
@@ -99,7 +113,8 @@ class InputHold : public QObject {
   bool escaped_ = false;
 };
 
-// The moving bar and its label at the right of the frame's status bar.
+// The bar and its label at the right of the frame's status bar: how far the
+// work has come once it says, a moving bar before that.
 class BusySigns {
  public:
   BusySigns(QWidget* owner, const QString& label, bool cancellable) {
@@ -115,7 +130,8 @@ class BusySigns {
     label_->setFont(small);
     progress_ = new QProgressBar(bar);
     progress_->setObjectName("LongWorkProgress");
-    progress_->setRange(0, 0);  // how far along can't be told: a moving bar
+    progress_->setFont(small);
+    progress_->setRange(0, 0);
     progress_->setTextVisible(false);
     const int w = 120, lw = label_->sizeHint().width();
     progress_->setGeometry(bar->width() - w - 6, 3, w, bar->height() - 6);
@@ -127,6 +143,14 @@ class BusySigns {
     QApplication::restoreOverrideCursor();
     delete label_;
     delete progress_;
+  }
+  void Show(int permille) {
+    if (!progress_ || permille < 0) return;
+    if (progress_->maximum() != 1000) {
+      progress_->setRange(0, 1000);
+      progress_->setTextVisible(true);
+    }
+    progress_->setValue(permille);
   }
 
  private:
@@ -151,14 +175,23 @@ void WaitForAbandoned() {
 
 struct LongWorkSigns::Parts {
   BusySigns signs;
-  Parts(QWidget* owner, const QString& label, bool cancellable) : signs(owner, label, cancellable) {}
+  std::shared_ptr<const ProgressSink> progress;
+  QTimer poll;
+  Parts(QWidget* owner, const QString& label, bool cancellable, std::shared_ptr<const ProgressSink> sink)
+      : signs(owner, label, cancellable), progress(std::move(sink)) {
+    if (!progress) return;
+    QObject::connect(&poll, &QTimer::timeout, [this] { signs.Show(progress->Permille()); });
+    poll.start(50);
+  }
 };
-LongWorkSigns::LongWorkSigns(QWidget* owner, const QString& label, bool cancellable)
-    : parts_(std::make_unique<Parts>(owner, label, cancellable)) {}
+LongWorkSigns::LongWorkSigns(QWidget* owner, const QString& label, bool cancellable,
+                             std::shared_ptr<const ProgressSink> progress)
+    : parts_(std::make_unique<Parts>(owner, label, cancellable, std::move(progress))) {}
 LongWorkSigns::~LongWorkSigns() = default;
 
 void SetLongWorkShowDelay(int ms) { g_showDelay = std::max(0, ms); }
 void SetLongWorkGate(std::function<void()> gate) { g_gate = std::move(gate); }
+void SetLongWorkReportGate(std::function<void(int)> gate) { g_reportGate = std::move(gate); }
 void PassLongWorkGate() {
   if (std::function<void()> gate = g_gate) gate();
 }
@@ -172,13 +205,16 @@ LongWorkEnd RunLongWork(QWidget* owner, const QString& label, std::function<void
   std::function<void()> gate = g_gate;
   std::thread worker([shared, gate] {
     if (gate) gate();
-    shared->work();
+    RunWithProgress(&shared->progress, shared->work);
     shared->work = nullptr;  // what it captured goes with the worker, not the caller
     shared->done = true;
   });
 
   InputHold hold(owner, cancellable);
-  hold.onEscape = [&loop] { loop.quit(); };
+  hold.onEscape = [&loop, &shared] {
+    shared->progress.Cancel();
+    loop.quit();
+  };
   std::unique_ptr<BusySigns> signs;
   QTimer show;
   show.setSingleShot(true);
@@ -187,6 +223,7 @@ LongWorkEnd RunLongWork(QWidget* owner, const QString& label, std::function<void
   QTimer poll;
   QObject::connect(&poll, &QTimer::timeout, [&] {
     if (shared->done) loop.quit();
+    if (signs) signs->Show(shared->progress.Permille());
   });
   poll.start(10);
   if (!shared->done) loop.exec();

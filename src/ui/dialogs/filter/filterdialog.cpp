@@ -1,6 +1,7 @@
 #include "ui/dialogs/filter/filterdialog.h"
 #include "ui/widgets/hidpi.h"
 
+#include "image/progress.h"
 #include "image/resample.h"
 #include "tools/selection.h"
 #include "tools/toolsession.h"
@@ -341,8 +342,10 @@ struct MasterFilterBox::PreviewJob {
   HDIB result;
   std::atomic<bool> done{false};
   // A run started by OK reads its own copy of the picture, so that Esc can
-  // abandon it; once abandoned the worker leaves the dialog alone.
+  // abandon it (and stop the filter); once abandoned the worker leaves the
+  // dialog alone.
   HDIB before;
+  std::shared_ptr<ProgressSink> progress;
   std::mutex lock;
   bool abandoned = false;
 };
@@ -730,14 +733,15 @@ void MasterFilterBox::StartPreview(bool thenAccept) {
   if (thenAccept && param_->BeforeImage) {
     job->before = DuplicateObject(*param_->BeforeImage);
     if (job->before) job->param.BeforeImage = &job->before;
-    signs_ = std::make_unique<LongWorkSigns>(parentWidget(), "Filtering", job->before != nullptr);
+    if (job->before) job->progress = std::make_shared<ProgressSink>();
+    signs_ = std::make_unique<LongWorkSigns>(parentWidget(), "Filtering", job->before != nullptr, job->progress);
   }
   // The filter works on its own copy of the settings, so the controls stay
   // live; the result comes back to this thread as a queued call.
   try {
     worker_ = std::thread([this, job] {
       PassLongWorkGate();
-      job->result = RunFilter(job->filter, &job->param);
+      RunWithProgress(job->progress.get(), [&job] { job->result = RunFilter(job->filter, &job->param); });
       job->done = true;
       std::lock_guard<std::mutex> hold(job->lock);
       if (!job->abandoned)
@@ -815,6 +819,7 @@ void MasterFilterBox::done(int result) {
       std::lock_guard<std::mutex> hold(job_->lock);
       job_->abandoned = true;
     }
+    if (job_->progress) job_->progress->Cancel();
     if (worker_.joinable()) worker_.detach();
     job_.reset();
     acceptWhenDone_ = false;
