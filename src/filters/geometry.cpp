@@ -5,7 +5,12 @@
 #include <cmath>
 #include <cstring>
 
+#if defined(__GNUC__) && defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include "filters/filterutil.h"
+#include "image/fastpath.h"
 #include "image/parallel.h"
 #include "image/resample.h"
 
@@ -46,6 +51,185 @@ inline int Lerp4(int A, int B, int C, int D, double fx, double fy) {
   return static_cast<int>(0.5 + top + (bottom - top) * fy) & 255;
 }
 
+// The interpolating turn of a row of 8- or 24-bit pixels, 64 at a time: each
+// sample's position, weights and four neighbours are chosen as the per-pixel
+// form chooses them and then worked out with its very operations, only laid
+// out so that they vectorise.
+struct RotateFrame {
+  int w, h, hw, hh, hnw;
+  double c, sn;
+  const BYTE* bits;
+  std::size_t stride;
+  int channels;
+  int background[3];  // the background's stored bytes
+};
+
+constexpr int kRotateChunk = 64;
+// What a sample's four neighbours are.
+enum : BYTE { kBackground, kFour, kRepeated };
+
+// Whole chunks, so that the loops vectorise without a remainder; samples past
+// the row's end are worked out and not stored.
+OCHREL_WIDE_VECTORS
+void RotatePositions(const RotateFrame& f, double Y, int x0, int* __restrict ix, int* __restrict iy,
+                     double* __restrict fx, double* __restrict fy, BYTE* __restrict kind) {
+  const int w = f.w, h = f.h, hnw = f.hnw;
+  const double hw = f.hw, hh = f.hh, c = f.c, sn = f.sn, right = w + 1.0, top = h + 1.0;
+  for (int k = 0; k < kRotateChunk; ++k) {
+    const double X = x0 + k - hnw;
+    const double sx = hw + X * c - Y * sn;
+    const double sy = hh + Y * c + X * sn;
+    // The range test first: truncation is only defined near the picture.
+    const bool near = (sx > -2.0) & (sx < right) & (sy > -2.0) & (sy < top);
+    const int a = static_cast<int>(near ? sx : 0.0), b = static_cast<int>(near ? sy : 0.0);
+    const bool in = near & (a >= 0) & (a < w) & (b >= 0) & (b < h);
+    const bool four = (a + 1 < w) & (b + 1 < h);
+    kind[k] = in ? (four ? kFour : kRepeated) : kBackground;
+    ix[k] = in ? a : 0;
+    iy[k] = in ? b : 0;
+    fx[k] = sx - a;
+    fy[k] = sy - b;
+  }
+}
+
+OCHREL_WIDE_VECTORS
+void RotateLerp(const int* __restrict A, const int* __restrict B, const int* __restrict C, const int* __restrict D,
+                const double* __restrict fx, const double* __restrict fy, int* __restrict out) {
+  for (int k = 0; k < kRotateChunk; ++k) out[k] = Lerp4(A[k], B[k], C[k], D[k], fx[k], fy[k]);
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+#pragma GCC diagnostic push
+// GCC's own headers start some conversions from an undefined vector.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+// RotatePositions and the reading of the four neighbours for 24-bit pixels,
+// eight samples a step: the same double operations lane by lane, and gathers
+// of the neighbours' bytes. Pixel ix + 1's bytes are read as the top three of
+// the word at its second byte, so that no read passes the row's end.
+__attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) void RotateSamples24Wide(const RotateFrame& f, double Y,
+                                                                                       int x0, double* fx, double* fy,
+                                                                                       BYTE* kind,
+                                                                                       int (*q)[3][kRotateChunk]) {
+  const __m512d hw = _mm512_set1_pd(f.hw), c = _mm512_set1_pd(f.c), sn = _mm512_set1_pd(f.sn);
+  const __m512d ysn = _mm512_set1_pd(Y * f.sn), hhyc = _mm512_set1_pd(f.hh + Y * f.c);
+  const __m512d left = _mm512_set1_pd(-2.0), right = _mm512_set1_pd(f.w + 1.0), top = _mm512_set1_pd(f.h + 1.0);
+  const __m256i w = _mm256_set1_epi32(f.w), h = _mm256_set1_epi32(f.h), one = _mm256_set1_epi32(1);
+  const __m256i zero = _mm256_setzero_si256(), lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+  const __m512i stride = _mm512_set1_epi64(static_cast<long long>(f.stride));
+  const long long bgWord = f.background[0] | f.background[1] << 8 | f.background[2] << 16;
+  const __m512i bgPair = _mm512_set1_epi64(bgWord << 16 | bgWord << 40);
+  const __m256i byte = _mm256_set1_epi32(255);
+  for (int k = 0; k < kRotateChunk; k += 8) {
+    const __m512d X = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(x0 + k - f.hnw), lanes));
+    const __m512d sx = _mm512_sub_pd(_mm512_add_pd(hw, _mm512_mul_pd(X, c)), ysn);
+    const __m512d sy = _mm512_add_pd(hhyc, _mm512_mul_pd(X, sn));
+    const __mmask8 near = _mm512_cmp_pd_mask(sx, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sx, right, _CMP_LT_OQ) &
+                          _mm512_cmp_pd_mask(sy, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sy, top, _CMP_LT_OQ);
+    const __m256i a = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sx));
+    const __m256i b = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sy));
+    const __mmask8 in = near & _mm256_cmpge_epi32_mask(a, zero) & _mm256_cmplt_epi32_mask(a, w) &
+                        _mm256_cmpge_epi32_mask(b, zero) & _mm256_cmplt_epi32_mask(b, h);
+    const __mmask8 four = in & _mm256_cmplt_epi32_mask(_mm256_add_epi32(a, one), w) &
+                          _mm256_cmplt_epi32_mask(_mm256_add_epi32(b, one), h);
+    _mm512_storeu_pd(fx + k, _mm512_sub_pd(sx, _mm512_cvtepi32_pd(a)));
+    _mm512_storeu_pd(fy + k, _mm512_sub_pd(sy, _mm512_cvtepi32_pd(b)));
+    // Byte offset of pixel (a, b): stored rows run bottom up.
+    const __m512i row = _mm512_cvtepi32_epi64(_mm256_sub_epi32(_mm256_sub_epi32(h, one), b));
+    const __m512i at = _mm512_add_epi64(_mm512_mullo_epi64(row, stride),
+                                        _mm512_cvtepi32_epi64(_mm256_mullo_epi32(a, _mm256_set1_epi32(3))));
+    // The eight bytes from two before pixel (a, b) hold it and pixel a + 1 in
+    // their top six; the two before the first pixel still lie in the block
+    // (the header comes first), and no read passes pixel a + 1.
+    const __m512i two = _mm512_set1_epi64(2);
+    const __m512i top = _mm512_mask_i64gather_epi64(bgPair, four, _mm512_sub_epi64(at, two), f.bits, 1);
+    const __m512i bottom =
+        _mm512_mask_i64gather_epi64(bgPair, four, _mm512_sub_epi64(_mm512_sub_epi64(at, stride), two), f.bits, 1);
+    const __m256i A = _mm512_cvtepi64_epi32(_mm512_srli_epi64(top, 16));
+    const __m256i B = _mm512_cvtepi64_epi32(_mm512_srli_epi64(top, 40));
+    const __m256i C = _mm512_cvtepi64_epi32(_mm512_srli_epi64(bottom, 16));
+    const __m256i D = _mm512_cvtepi64_epi32(_mm512_srli_epi64(bottom, 40));
+    const __m256i words[4] = {A, B, C, D};
+    for (int n = 0; n < 4; ++n)
+      for (int ch = 0; ch < 3; ++ch)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(&q[n][ch][k]),
+                            _mm256_and_si256(_mm256_srli_epi32(words[n], 8 * ch), byte));
+    alignas(32) int ia[8], ib[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(ia), a);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(ib), b);
+    for (int l = 0; l < 8; ++l) {
+      const unsigned bit = 1u << l;
+      kind[k + l] = (four & bit) ? kFour : (in & bit) ? kRepeated : kBackground;
+      if (kind[k + l] != kRepeated) continue;
+      // At the last column or row: the one pixel for all four.
+      const BYTE* p =
+          f.bits + f.stride * static_cast<std::size_t>(f.h - 1 - ib[l]) + static_cast<std::size_t>(ia[l]) * 3;
+      for (int ch = 0; ch < 3; ++ch) q[0][ch][k + l] = q[1][ch][k + l] = q[2][ch][k + l] = q[3][ch][k + l] = p[ch];
+    }
+  }
+}
+
+#pragma GCC diagnostic pop
+
+bool RotateWideAvailable() {
+  static const bool have = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+                           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw");
+  return have && VectorUnit() >= 2;
+}
+#else
+bool RotateWideAvailable() { return false; }
+#endif
+
+void RotateRowQuick(const RotateFrame& f, int y, int nw, BYTE* D, BYTE* M) {
+  const double Y = y;
+  const int ch = f.channels;
+  alignas(64) double fx[kRotateChunk], fy[kRotateChunk];
+  alignas(64) int ix[kRotateChunk], iy[kRotateChunk], q[4][3][kRotateChunk], v[3][kRotateChunk];
+  BYTE kind[kRotateChunk];
+  const bool wide = ch == 3 && RotateWideAvailable();
+  for (int x0 = 0; x0 < nw; x0 += kRotateChunk) {
+    const int n = std::min(kRotateChunk, nw - x0);
+#if defined(__GNUC__) && defined(__x86_64__)
+    if (wide) {
+      RotateSamples24Wide(f, Y, x0, fx, fy, kind, q);
+    } else
+#endif
+      RotatePositions(f, Y, x0, ix, iy, fx, fy, kind);
+    for (int k = 0; k < kRotateChunk && !wide; ++k) {
+      if (kind[k] == kBackground) {
+        for (int b = 0; b < ch; ++b) q[0][b][k] = q[1][b][k] = q[2][b][k] = q[3][b][k] = f.background[b];
+        continue;
+      }
+      // Stored rows run bottom up: row iy + 1 lies one stride below row iy.
+      const BYTE* p =
+          f.bits + f.stride * static_cast<std::size_t>(f.h - 1 - iy[k]) + static_cast<std::size_t>(ix[k]) * ch;
+      if (kind[k] == kRepeated) {
+        for (int b = 0; b < ch; ++b) q[0][b][k] = q[1][b][k] = q[2][b][k] = q[3][b][k] = p[b];
+        continue;
+      }
+      const BYTE* below = p - f.stride;
+      for (int b = 0; b < ch; ++b) {
+        q[0][b][k] = p[b];
+        q[1][b][k] = p[ch + b];
+        q[2][b][k] = below[b];
+        q[3][b][k] = below[ch + b];
+      }
+    }
+    for (int b = 0; b < ch; ++b) RotateLerp(q[0][b], q[1][b], q[2][b], q[3][b], fx, fy, v[b]);
+    BYTE* d = D + static_cast<std::size_t>(x0) * ch;
+    if (ch == 3) {
+      for (int k = 0; k < n; ++k, d += 3) {
+        d[0] = static_cast<BYTE>(v[0][k]);
+        d[1] = static_cast<BYTE>(v[1][k]);
+        d[2] = static_cast<BYTE>(v[2][k]);
+      }
+    } else {
+      for (int k = 0; k < n; ++k) d[k] = static_cast<BYTE>(v[0][k]);
+    }
+    for (int k = 0; k < n; ++k)
+      if (kind[k] != kBackground) M[(x0 + k) >> 1] |= ((x0 + k) & 1) ? 0x01 : 0x10;
+  }
+}
+
 }  // namespace
 
 HDIB FreeRotateImageFilter(const HDIB& image, int angle, COLORREF background, FILTERPARAM* param) {
@@ -72,57 +256,74 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, COLORREF background, FI
   const PixelReader read(s);
   const std::uint32_t bg = background;
   const int hw = w / 2, hh = h / 2, hnw = nw / 2, hnh = nh / 2;
+  auto pixel = [&](int x, int y, BYTE* D, BYTE* M) {
+    const double Y = y - hnh;
+    const double X = x - hnw;
+    const double sx = hw + X * c - Y * sn;
+    const double sy = hh + Y * c + X * sn;
+    std::uint32_t A = NOPIXEL, B = 0, C = 0, Dp = 0;
+    int ix = 0, iy = 0;
+    // Far outside, truncation is not even defined; those pixels are background.
+    if (sx > -2.0 && sx < w + 1.0 && sy > -2.0 && sy < h + 1.0) {
+      ix = static_cast<int>(sx);
+      iy = static_cast<int>(sy);
+      A = read(ix, iy);
+    }
+    std::uint32_t v;
+    if (A != NOPIXEL) M[x >> 1] |= (x & 1) ? 0x01 : 0x10;
+    if (!interpolate) {
+      v = A == NOPIXEL ? bg : A;
+    } else {
+      const double fx = sx - ix, fy = sy - iy;
+      if (A == NOPIXEL) {
+        A = B = C = Dp = bg;
+      } else if (ix + 1 < w && iy + 1 < h) {
+        B = read(ix + 1, iy);
+        C = read(ix, iy + 1);
+        Dp = read(ix + 1, iy + 1);
+      } else {
+        B = C = Dp = A;
+      }
+      if (bits == 8) {
+        v = static_cast<std::uint32_t>(Lerp4(A & 255, B & 255, C & 255, Dp & 255, fx, fy));
+      } else {
+        v = RGB(Lerp4(GetRValue(A), GetRValue(B), GetRValue(C), GetRValue(Dp), fx, fy),
+                Lerp4(GetGValue(A), GetGValue(B), GetGValue(C), GetGValue(Dp), fx, fy),
+                Lerp4(GetBValue(A), GetBValue(B), GetBValue(C), GetBValue(Dp), fx, fy));
+      }
+    }
+    if (bits == 24) {
+      BYTE* p = D + 3 * static_cast<std::size_t>(x);
+      p[0] = static_cast<BYTE>(GetBValue(v));
+      p[1] = static_cast<BYTE>(GetGValue(v));
+      p[2] = static_cast<BYTE>(GetRValue(v));
+    } else if (bits == 8) {
+      D[x] = static_cast<BYTE>(v);
+    } else {
+      PutDibPixel(o, x, y, v);
+    }
+  };
+  const bool quick = FastPaths() && interpolate && (bits == 8 || bits == 24);
+  const RotateFrame frame{w,
+                          h,
+                          hw,
+                          hh,
+                          hnw,
+                          c,
+                          sn,
+                          DibBits(s),
+                          DibStride(s),
+                          bits / 8,
+                          {bits == 8 ? static_cast<int>(bg & 255) : GetBValue(bg), GetGValue(bg), GetRValue(bg)}};
   ParallelBands(nh, 16, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       BYTE* D = DibRow(o, y);
       BYTE* M = DibRow(m, y);
-      const double Y = y - hnh;
-      for (int x = 0; x < nw; ++x) {
-        const double X = x - hnw;
-        const double sx = hw + X * c - Y * sn;
-        const double sy = hh + Y * c + X * sn;
-        std::uint32_t A = NOPIXEL, B = 0, C = 0, Dp = 0;
-        int ix = 0, iy = 0;
-        // Far outside, truncation is not even defined; those pixels are background.
-        if (sx > -2.0 && sx < w + 1.0 && sy > -2.0 && sy < h + 1.0) {
-          ix = static_cast<int>(sx);
-          iy = static_cast<int>(sy);
-          A = read(ix, iy);
-        }
-        std::uint32_t v;
-        if (A != NOPIXEL) M[x >> 1] |= (x & 1) ? 0x01 : 0x10;
-        if (!interpolate) {
-          v = A == NOPIXEL ? bg : A;
-        } else {
-          const double fx = sx - ix, fy = sy - iy;
-          if (A == NOPIXEL) {
-            A = B = C = Dp = bg;
-          } else if (ix + 1 < w && iy + 1 < h) {
-            B = read(ix + 1, iy);
-            C = read(ix, iy + 1);
-            Dp = read(ix + 1, iy + 1);
-          } else {
-            B = C = Dp = A;
-          }
-          if (bits == 8) {
-            v = static_cast<std::uint32_t>(Lerp4(A & 255, B & 255, C & 255, Dp & 255, fx, fy));
-          } else {
-            v = RGB(Lerp4(GetRValue(A), GetRValue(B), GetRValue(C), GetRValue(Dp), fx, fy),
-                    Lerp4(GetGValue(A), GetGValue(B), GetGValue(C), GetGValue(Dp), fx, fy),
-                    Lerp4(GetBValue(A), GetBValue(B), GetBValue(C), GetBValue(Dp), fx, fy));
-          }
-        }
-        if (bits == 24) {
-          BYTE* p = D + 3 * static_cast<std::size_t>(x);
-          p[0] = static_cast<BYTE>(GetBValue(v));
-          p[1] = static_cast<BYTE>(GetGValue(v));
-          p[2] = static_cast<BYTE>(GetRValue(v));
-        } else if (bits == 8) {
-          D[x] = static_cast<BYTE>(v);
-        } else {
-          PutDibPixel(o, x, y, v);
-        }
+      if (quick) {
+        RotateRowQuick(frame, y - hnh, nw, D, M);
+        continue;
       }
+      for (int x = 0; x < nw; ++x) pixel(x, y, D, M);
     }
   });
   param->NewMask = std::move(mask);
@@ -202,6 +403,8 @@ HDIB FilterResizeImage(const HDIB& image, FILTERPARAM* param) {
   const int vertical = param->FilterResizeConstant ? horizontal : param->ResizeVertical;
   if (horizontal <= 0 || vertical <= 0) return nullptr;
   if (param->FilterResizeInterpolate && (param->ImageType == IMAGE_TRUECOLOUR || param->ImageType == IMAGE_GREY)) {
+    if (horizontal < 100 && vertical < 100) return ScaleDown(image, horizontal, vertical);
+    if (horizontal > 100 && vertical > 100) return ScaleUp(image, horizontal, vertical);
     HDIB first = horizontal > 100   ? ScaleUpHorizontal(image, horizontal)
                  : horizontal < 100 ? ScaleDownHorizontal(image, horizontal)
                                     : DuplicateObject(image);

@@ -1,8 +1,14 @@
 #include "image/dither.h"
 
+#if defined(__GNUC__) && defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <memory>
 #include <cstring>
-#include <mutex>
 #include <new>
 #include <vector>
 
@@ -80,6 +86,219 @@ bool Resize(std::vector<T>& v, std::size_t n) {
   }
 }
 
+#if defined(__GNUC__) && defined(__x86_64__)
+#pragma GCC diagnostic push
+// GCC's own headers start some conversions from an undefined vector.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#define OCHREL_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi")))
+// The channels of sixteen 24-bit pixels, picked out by a byte permutation,
+// and their boxes of 4 levels a side.
+OCHREL_VBMI inline __m512i Boxes16(const BYTE* p, __m512i pickR, __m512i pickG, __m512i pickB, __m512i& r, __m512i& g,
+                                   __m512i& b) {
+  const __m512i px = _mm512_maskz_loadu_epi8(0xFFFFFFFFFFFFull, p);
+  b = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickB, px)));
+  g = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickG, px)));
+  r = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickR, px)));
+  return _mm512_or_si512(
+      _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(r, 2), 12), _mm512_slli_epi32(_mm512_srli_epi32(g, 2), 6)),
+      _mm512_srli_epi32(b, 2));
+}
+
+struct Picks {
+  alignas(64) BYTE pick[3][64] = {};
+  Picks() {
+    for (int i = 0; i < 16; ++i)
+      for (int c = 0; c < 3; ++c) pick[2 - c][i] = static_cast<BYTE>(3 * i + c);  // red, green, blue
+  }
+};
+
+// The boxes of a row of 24-bit pixels into `boxes`, sixteen at a time;
+// returns how many pixels it did.
+OCHREL_VBMI int RowBoxesWide(const BYTE* row, int w, std::uint32_t* boxes) {
+  static const Picks picks;
+  const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
+                pickB = _mm512_load_si512(picks.pick[2]);
+  int x = 0;
+  for (; x + 16 <= w; x += 16) {
+    __m512i r, g, b;
+    _mm512_storeu_si512(boxes + x, Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b));
+  }
+  return x;
+}
+
+// 64 bytes through a 256-entry table: two 128-entry permutes, chosen by the
+// top bit of each index.
+OCHREL_VBMI inline __m512i LookUp(const __m512i t[4], __m512i index) {
+  const __m512i low = _mm512_permutex2var_epi8(t[0], index, t[1]);
+  const __m512i high = _mm512_permutex2var_epi8(t[2], index, t[3]);
+  return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
+}
+
+// Luminance of a row of 24-bit pixels into `out`, 64 at a time, as the sum of
+// the three truncated terms from `terms` (red, green, blue tables); the least
+// and greatest value join *lowest and *highest. Returns how many it did.
+OCHREL_VBMI int LuminanceRowWide(const BYTE* p, int w, const BYTE terms[3][256], BYTE* out, int* lowest, int* highest) {
+  __m512i t[3][4];
+  for (int c = 0; c < 3; ++c)
+    for (int k = 0; k < 4; ++k) t[c][k] = _mm512_loadu_si512(terms[c] + 64 * k);
+  // Byte 3 i + c of the 192 bytes is channel c (blue, green, red) of pixel i:
+  // the first 128 bytes by one permute, the rest from the third block.
+  alignas(64) BYTE first[3][64], second[3][64];
+  std::uint64_t late[3] = {0, 0, 0};
+  for (int c = 0; c < 3; ++c)
+    for (int i = 0; i < 64; ++i) {
+      const int at = 3 * i + c;
+      first[c][i] = static_cast<BYTE>(at < 128 ? at : 0);
+      second[c][i] = static_cast<BYTE>(at < 128 ? 0 : 64 + at - 128);
+      if (at >= 128) late[c] |= std::uint64_t{1} << i;
+    }
+  __m512i least = _mm512_set1_epi8(static_cast<char>(0xFF)), most = _mm512_setzero_si512();
+  int x = 0;
+  for (; x + 64 <= w; x += 64, p += 192) {
+    const __m512i p0 = _mm512_loadu_si512(p), p1 = _mm512_loadu_si512(p + 64), p2 = _mm512_loadu_si512(p + 128);
+    __m512i channel[3];
+    for (int c = 0; c < 3; ++c) {
+      const __m512i low = _mm512_permutex2var_epi8(p0, _mm512_load_si512(first[c]), p1);
+      channel[c] = _mm512_mask_permutex2var_epi8(low, late[c], _mm512_load_si512(second[c]), p2);
+    }
+    const __m512i v =
+        _mm512_add_epi8(_mm512_add_epi8(LookUp(t[0], channel[2]), LookUp(t[1], channel[1])), LookUp(t[2], channel[0]));
+    _mm512_storeu_si512(out + x, v);
+    least = _mm512_min_epu8(least, v);
+    most = _mm512_max_epu8(most, v);
+  }
+  if (x > 0) {
+    alignas(64) BYTE a[64], b[64];
+    _mm512_store_si512(a, least);
+    _mm512_store_si512(b, most);
+    for (int i = 0; i < 64; ++i) *lowest = std::min(*lowest, int{a[i]}), *highest = std::max(*highest, int{b[i]});
+  }
+  return x;
+}
+
+// The pixel lookups of RemapThroughCells for a row of 24-bit pixels, sixteen
+// at a time: the channels picked out by a byte permutation, the box's entry
+// and then, for boxes of more than one answer, the answer gathered. Returns
+// how many pixels it did.
+OCHREL_VBMI int RemapRowWide(const BYTE* row, int w, const std::uint32_t* single, const BYTE* answers, BYTE* out) {
+  static const Picks picks;
+  const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
+                pickB = _mm512_load_si512(picks.pick[2]);
+  const __m512i three = _mm512_set1_epi32(3), mixedFrom = _mm512_set1_epi32(256);
+  int x = 0;
+  for (; x + 16 <= w; x += 16) {
+    __m512i r, g, b;
+    const __m512i box = Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b);
+    __m512i one = _mm512_i32gather_epi32(box, single, 4);
+    const __mmask16 mixed = _mm512_cmpge_epu32_mask(one, mixedFrom);
+    if (mixed) {
+      const __m512i low = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(r, three), 4),
+                                                          _mm512_slli_epi32(_mm512_and_si512(g, three), 2)),
+                                          _mm512_and_si512(b, three));
+      const __m512i at = _mm512_or_si512(_mm512_slli_epi32(_mm512_sub_epi32(one, mixedFrom), 6), low);
+      one = _mm512_mask_i32gather_epi32(one, mixed, at, answers, 1);
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm512_cvtepi32_epi8(one));
+  }
+  return x;
+}
+#pragma GCC diagnostic pop
+
+bool RemapWideAvailable() {
+  static const bool have = __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bw");
+  return have && VectorUnit() >= 2;
+}
+#else
+bool RemapWideAvailable() { return false; }
+#endif
+
+// The quick form of the mono diffusion below. Along a row the only thing
+// carried from pixel to pixel is the error pushed right, e = error >> 4, one
+// of 32 values; so each pixel's bit and e come from a table over (its work
+// value, the e pushed into it) holding what the plain steps give. A row's
+// pushes from the row before it (in the order the plain loop makes them:
+// up[j] takes e(j - 1), then 5 e(j), then 3 e(j + 1)) are applied as each
+// pixel is read. Rows go two at a time, the second one pixel behind the
+// first, as two independent chains. False when memory runs out.
+bool DiffuseMonoQuick(const BYTE* work, int w, int h, const BYTE table[256], int lowest, int highest,
+                      BITMAPINFOHEADER* o) {
+  const int threshold = (highest + lowest) >> 1;
+  // step[value << 5 | (e + 16)]: bit 7 the output bit, bits 0-4 the new e + 16.
+  std::vector<BYTE> step;
+  std::vector<int> before, after;  // the e of each pixel of the row before the pair, of the pair's second row
+  if (!Resize(step, 256 * 32) || !Resize(before, static_cast<std::size_t>(w)) ||
+      !Resize(after, static_cast<std::size_t>(w)))
+    return false;
+  for (int value = 0; value < 256; ++value)
+    for (int in = -16; in < 16; ++in) {
+      const int v = table[Clamp255(value + 7 * in)];
+      const int out = v <= threshold ? 0 : 1;
+      const int next = (v - (out ? highest : lowest)) >> 4;  // from -16 to 15: v is 1 to 254
+      step[static_cast<std::size_t>(value << 5 | (in + 16))] = static_cast<BYTE>(out << 7 | (next + 16));
+    }
+  const BYTE* st = step.data();
+  auto orowOf = [o](int y) { return DibBits(o) + DibStride(o) * static_cast<std::size_t>(y); };
+  // One pixel: its bit joins `bits`, written out a byte at a time; returns e.
+  auto pixel = [st](int value, unsigned& in, unsigned& bits, BYTE* orow, int x) {
+    const unsigned code = st[static_cast<unsigned>(value) << 5 | in];
+    in = code & 31;
+    bits = bits << 1 | code >> 7;
+    if ((x & 7) == 7) orow[x >> 3] = static_cast<BYTE>(bits);
+    return static_cast<int>(in) - 16;
+  };
+  auto flush = [w](unsigned bits, BYTE* orow) {
+    if (w & 7) orow[w >> 3] = static_cast<BYTE>(bits << (8 - (w & 7)));
+  };
+  // The first row has nothing pushed into it: pushes of 0 leave a byte alone.
+  const int* eUp = before.data();
+  for (int y = 0; y < h; y += 2) {
+    ReportProgress(y, h);
+    const BYTE* rowA = work + static_cast<std::size_t>(y) * w;
+    BYTE* orowA = orowOf(y);
+    unsigned inA = 16, inB = 16, bitsA = 0, bitsB = 0;  // nothing pushed into the first pixel
+    auto valueA = [&](int x) {
+      int u = rowA[x];
+      if (x >= 1) u = Clamp255(u + eUp[x - 1]);
+      u = Clamp255(u + 5 * eUp[x]);
+      if (x >= 1 && x + 1 < w) u = Clamp255(u + 3 * eUp[x + 1]);
+      return u;
+    };
+    if (y + 1 == h) {
+      for (int x = 0; x < w; ++x) pixel(valueA(x), inA, bitsA, orowA, x);
+      flush(bitsA, orowA);
+      break;
+    }
+    const BYTE* rowB = rowA + w;
+    BYTE* orowB = orowOf(y + 1);
+    int* eB = after.data();
+    // e of the first row's pixels x - 2, x - 1 and x, as the loop reaches x.
+    int e2 = 0, e1 = 0, e0 = pixel(valueA(0), inA, bitsA, orowA, 0);
+    for (int x = 1; x < w; ++x) {
+      e2 = e1, e1 = e0;
+      e0 = pixel(valueA(x), inA, bitsA, orowA, x);
+      const int j = x - 1;  // the second row's pixel; j + 1 < w here
+      int u = rowB[j];
+      if (j >= 1) u = Clamp255(u + e2);
+      u = Clamp255(u + 5 * e1);
+      if (j >= 1) u = Clamp255(u + 3 * e0);
+      eB[j] = pixel(u, inB, bitsB, orowB, j);
+    }
+    {
+      const int j = w - 1;
+      int u = rowB[j];
+      if (j >= 1) u = Clamp255(u + e1);
+      u = Clamp255(u + 5 * e0);
+      eB[j] = pixel(u, inB, bitsB, orowB, j);
+    }
+    flush(bitsA, orowA);
+    flush(bitsB, orowB);
+    before.swap(after);
+    eUp = before.data();
+  }
+  return true;
+}
+
 HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* palette, const DitherOptions& options) {
   const int w = s->biWidth, h = s->biHeight;
   BYTE table[256];
@@ -95,12 +314,41 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
   ProgressStage stage(0.0, 0.2);
   {
     std::vector<int> lo(static_cast<std::size_t>(h), 255), hi(static_cast<std::size_t>(h), 0);
+    // Quick form for true colour: the separately truncated terms from tables.
+    const int step = s->biBitCount / 8;
+    const bool terms = FastPaths() && (step == 3 || step == 4);
+    int tr[256], tg[256], tb[256];
+    for (int v = 0; v < 256; ++v) tr[v] = v * 30 / 100, tg[v] = v * 59 / 100, tb[v] = v * 11 / 100;
+    BYTE terms8[3][256];  // red, green, blue; their sum is at most 254
+    for (int v = 0; v < 256; ++v)
+      terms8[0][v] = static_cast<BYTE>(tr[v]), terms8[1][v] = static_cast<BYTE>(tg[v]),
+      terms8[2][v] = static_cast<BYTE>(tb[v]);
+    const bool wideTerms = terms && step == 3 && RemapWideAvailable();
     ParallelBands(h, kBand, [&](int y0, int y1) {
       std::vector<BYTE> rgb(static_cast<std::size_t>(w) * 3);
       for (int y = y0; y < y1; ++y) {
-        ReadRgbRow(s, srcPalette, y, rgb.data());
         BYTE* wr = &work[static_cast<std::size_t>(y) * w];
         int l = 255, m = 0;
+        if (terms) {
+          const BYTE* p = DibBits(s) + DibStride(s) * static_cast<std::size_t>(y);
+          int x = 0;
+#if defined(__GNUC__) && defined(__x86_64__)
+          if (wideTerms) {
+            x = LuminanceRowWide(p, w, terms8, wr, &l, &m);
+            p += static_cast<std::size_t>(x) * 3;
+          }
+#endif
+          for (; x < w; ++x, p += step) {
+            const int v = tr[p[2]] + tg[p[1]] + tb[p[0]];
+            wr[x] = static_cast<BYTE>(v);
+            l = std::min(l, v);
+            m = std::max(m, v);
+          }
+          lo[static_cast<std::size_t>(y)] = l;
+          hi[static_cast<std::size_t>(y)] = m;
+          continue;
+        }
+        ReadRgbRow(s, srcPalette, y, rgb.data());
         for (int x = 0; x < w; ++x) {
           int v = Luminance(rgb[3 * x], rgb[3 * x + 1], rgb[3 * x + 2]);
           wr[x] = static_cast<BYTE>(v);
@@ -119,6 +367,7 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
   const int threshold = (highest + lowest) >> 1;
 
   stage.Move(0.2, 1.0);
+  if (FastPaths() && DiffuseMonoQuick(work.data(), w, h, table, lowest, highest, o)) return out;
   for (int y = 0; y < h; ++y) {
     ReportProgress(y, h);
     BYTE* cur = &work[static_cast<std::size_t>(y) * w];
@@ -208,37 +457,81 @@ HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*
 namespace {
 
 // The quick form of the nearest-colour remap of a true-colour image: the
-// colour cells the picture uses are found first, every colour of those cells
-// is answered once (by the very search Find makes), and the pixels then read
-// their answers from that table. False when it does not apply.
+// boxes of 4 levels a side that the picture uses are found first, every
+// colour of those boxes is answered once (as Find answers it), and the pixels
+// then read their answers from that table. False when it does not apply.
 bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const NearestColour& nearest) {
   if (!FastPaths() || !nearest.hasCells() || bits == 1) return false;
   const int w = s->biWidth, h = s->biHeight, step = s->biBitCount / 8;
+  constexpr int kBoxes = 1 << 18;
   auto rowOf = [&](int y) { return DibBits(s) + DibStride(s) * static_cast<std::size_t>(y); };
-  auto cellOf = [](const BYTE* p) { return ((p[2] >> 4) << 8) | ((p[1] >> 4) << 4) | (p[0] >> 4); };
-  std::vector<BYTE> used(4096, 0);
-  std::mutex merge;
+  auto boxOf = [](const BYTE* p) { return ((p[2] >> 2) << 12) | ((p[1] >> 2) << 6) | (p[0] >> 2); };
+  std::vector<int> boxes;
+  std::unique_ptr<std::atomic<BYTE>[]> used(new (std::nothrow) std::atomic<BYTE>[kBoxes]);
+  if (!used) return false;
+  for (int b = 0; b < kBoxes; ++b) used[b].store(0, std::memory_order_relaxed);
+  const bool wide = step == 3 && RemapWideAvailable();
   ProgressStage stage(0.0, 0.2);
   ParallelBands(h, kBand, [&](int y0, int y1) {
-    std::vector<BYTE> mine(4096, 0);
+    std::vector<std::uint32_t> rowBoxes(wide ? static_cast<std::size_t>(w) : 0);
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);
-      for (int x = 0; x < w; ++x) mine[static_cast<std::size_t>(cellOf(row + static_cast<std::size_t>(x) * step))] = 1;
+      // Looked at before it is set, so that the cores rarely write the same line.
+      auto mark = [&](int box) {
+        std::atomic<BYTE>& u = used[box];
+        if (!u.load(std::memory_order_relaxed)) u.store(1, std::memory_order_relaxed);
+      };
+      int x = 0;
+#if defined(__GNUC__) && defined(__x86_64__)
+      if (wide) {
+        x = RowBoxesWide(row, w, rowBoxes.data());
+        for (int i = 0; i < x; ++i) mark(static_cast<int>(rowBoxes[static_cast<std::size_t>(i)]));
+      }
+#endif
+      for (; x < w; ++x) mark(boxOf(row + static_cast<std::size_t>(x) * step));
     }
-    std::lock_guard<std::mutex> lock(merge);
-    for (int c = 0; c < 4096; ++c) used[static_cast<std::size_t>(c)] |= mine[static_cast<std::size_t>(c)];
   });
-  std::vector<int> cells;
-  for (int c = 0; c < 4096; ++c)
-    if (used[static_cast<std::size_t>(c)]) cells.push_back(c);
-  HGLOBAL table = MemBlock::Allocate(std::size_t{4096} * 4096);
-  if (!table) return false;
-  BYTE* answers = table->data();
+  try {
+    for (int b = 0; b < kBoxes; ++b)
+      if (used[b].load(std::memory_order_relaxed)) boxes.push_back(b);
+  } catch (...) {
+    return false;
+  }
+  // Most boxes have one answer throughout: that answer, in a table small
+  // enough to stay in the cache. The others hold kMixed + their place among
+  // the mixed boxes, whose 64 answers each are kept in `answers`.
+  constexpr std::uint32_t kMixed = 256;
   stage.Move(0.2, 0.6);
-  ParallelBands(static_cast<int>(cells.size()), 8, [&](int i0, int i1) {
-    for (int i = i0; i < i1; ++i)
-      nearest.FillCell(cells[static_cast<std::size_t>(i)],
-                       answers + (static_cast<std::size_t>(cells[static_cast<std::size_t>(i)]) << 12));
+  std::vector<std::uint32_t> single;
+  std::vector<int> mixed;
+  if (!Resize(single, kBoxes)) return false;
+  ParallelBands(static_cast<int>(boxes.size()), 256, [&](int i0, int i1) {
+    BYTE a[64];
+    for (int i = i0; i < i1; ++i) {
+      const int b = boxes[static_cast<std::size_t>(i)];
+      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, a);
+      const bool same = std::all_of(a, a + 64, [&a](BYTE v) { return v == a[0]; });
+      single[static_cast<std::size_t>(b)] = same ? a[0] : kMixed;
+    }
+  });
+  try {
+    for (int b : boxes)
+      if (single[static_cast<std::size_t>(b)] == kMixed) {
+        single[static_cast<std::size_t>(b)] = kMixed + static_cast<std::uint32_t>(mixed.size());
+        mixed.push_back(b);
+      }
+  } catch (...) {
+    return false;
+  }
+  std::vector<BYTE> table;
+  // Three bytes to spare: the wide form reads a word at each answer.
+  if (!Resize(table, mixed.size() * 64 + 3)) return false;
+  BYTE* answers = table.data();
+  ParallelBands(static_cast<int>(mixed.size()), 256, [&](int i0, int i1) {
+    for (int i = i0; i < i1; ++i) {
+      const int b = mixed[static_cast<std::size_t>(i)];
+      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, answers + static_cast<std::size_t>(i) * 64);
+    }
   });
   stage.Move(0.6, 1.0);
   ParallelBands(h, kBand, [&](int y0, int y1) {
@@ -247,11 +540,17 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
       BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
       auto answer = [&](const BYTE* p) {
         const unsigned r = p[2], g = p[1], b = p[0];
-        return answers[((r >> 4) << 20) | ((g >> 4) << 16) | ((b >> 4) << 12) | ((r & 15) << 8) | ((g & 15) << 4) |
-                       (b & 15)];
+        const unsigned box = (r >> 2) << 12 | (g >> 2) << 6 | (b >> 2);
+        const std::uint32_t one = single[box];
+        if (one < kMixed) return static_cast<BYTE>(one);
+        return answers[static_cast<std::size_t>(one - kMixed) << 6 | (r & 3) << 4 | (g & 3) << 2 | (b & 3)];
       };
       if (bits == 8 && step == 3) {
-        for (int x = 0; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
+        int x = 0;
+#if defined(__GNUC__) && defined(__x86_64__)
+        if (wide) x = RemapRowWide(row, w, single.data(), answers, orow);
+#endif
+        for (; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
         continue;
       }
       for (int x = 0; x < w; ++x) PutIndex(orow, x, bits, answer(row + static_cast<std::size_t>(x) * step));

@@ -11,6 +11,26 @@ namespace ochrel {
 namespace {
 // Above this many lookups the cell lists pay for themselves.
 constexpr std::size_t kCellPixels = std::size_t{1} << 16;
+
+// BoxDistances for a box of `side` levels a side, for `count` (a multiple of
+// 16) entries given by their channels, in blocks of 16 so that it vectorises.
+// Of a - p and p - b at most one is positive (a <= b), so their clamped sum
+// is the distance to the nearer end.
+OCHREL_WIDE_VECTORS
+void BoxDistancesOf(int r0, int g0, int b0, int side, const int* cr, const int* cg, const int* cb, int count, int wr,
+                    int wg, int wb, int* __restrict least, int* __restrict most) {
+  const int last = side - 1;
+  auto near = [last](int p, int a) { return std::max(a - p, 0) + std::max(p - (a + last), 0); };
+  auto far = [last](int p, int a) { return std::max(std::abs(p - a), std::abs(p - (a + last))); };
+  for (int k0 = 0; k0 < count; k0 += 16)
+    for (int k = k0; k < k0 + 16; ++k) {
+      const int nr = near(cr[k], r0), ng = near(cg[k], g0), nb = near(cb[k], b0);
+      const int fr = far(cr[k], r0), fg = far(cg[k], g0), fb = far(cb[k], b0);
+      least[k] = wr * nr * nr + wg * ng * ng + wb * nb * nb;
+      most[k] = wr * fr * fr + wg * fg * fg + wb * fb * fb;
+    }
+}
+
 }  // namespace
 
 NearestColour::NearestColour(const BYTE* palette, int count, Metric metric, std::size_t pixels)
@@ -47,29 +67,18 @@ void NearestColour::BuildCells() {
     auto cells = std::make_shared<Cells>();
     cells->start.resize(4097);
     cells->entries.reserve(4096 * 16);
-    std::vector<int> least(static_cast<std::size_t>(count_));
+    alignas(64) int least[256], most[256];
+    const int padded = (count_ + 15) & ~15;  // the entries past count_ are zero and not looked at
     for (int cell = 0; cell < 4096; ++cell) {
-      const int lo[3] = {(cell >> 8) * 16, ((cell >> 4) & 15) * 16, (cell & 15) * 16};
-      const int wt[3] = {wr_, wg_, wb_};
+      BoxDistancesOf((cell >> 8) * 16, ((cell >> 4) & 15) * 16, (cell & 15) * 16, 16, pr_, pg_, pb_, padded, wr_, wg_,
+                     wb_, least, most);
       int bound = 0x7FFFFFFF;
-      for (int i = 0; i < count_; ++i) {
-        const int p[3] = {pr_[i], pg_[i], pb_[i]};
-        int dmin = 0, dmax = 0;
-        for (int k = 0; k < 3; ++k) {
-          const int a = lo[k], b = lo[k] + 15;
-          const int near = p[k] < a ? a - p[k] : p[k] > b ? p[k] - b : 0;
-          const int far = std::max(std::abs(p[k] - a), std::abs(p[k] - b));
-          dmin += wt[k] * near * near;
-          dmax += wt[k] * far * far;
-        }
-        least[static_cast<std::size_t>(i)] = dmin;
-        bound = std::min(bound, dmax);
-      }
+      for (int i = 0; i < count_; ++i) bound = std::min(bound, most[i]);
       cells->start[static_cast<std::size_t>(cell)] = static_cast<std::uint32_t>(cells->entries.size());
       // An entry farther than `bound` from the whole cell loses to the entry
       // that achieves it, everywhere in the cell; ties stay in.
       for (int i = 0; i < count_; ++i)
-        if (least[static_cast<std::size_t>(i)] <= bound) cells->entries.push_back(static_cast<BYTE>(i));
+        if (least[i] <= bound) cells->entries.push_back(static_cast<BYTE>(i));
     }
     cells->start[4096] = static_cast<std::uint32_t>(cells->entries.size());
     cells_ = std::move(cells);
@@ -90,34 +99,53 @@ void NearestColour::AllocateCache() {
 
 namespace {
 
-// All 4096 colours of a cell against its candidates, taken in index order; a
-// candidate replaces the best only when strictly nearer, so the first minimum
-// wins, as in CellSearch.
+// All 64 colours of a box of 4 levels a side against its candidates, taken
+// in index order; a candidate replaces the best only when strictly nearer, so
+// the first minimum wins, as in CellSearch. Local arrays, so that the inner
+// loop vectorises without alias checks.
 OCHREL_WIDE_VECTORS
-void FillCellColours(int r0, int g0, int b0, const BYTE* candidates, int count, const int* pr, const int* pg,
-                     const int* pb, int wr, int wg, int wb, BYTE* answers) {
-  int best[4096];
-  for (int k = 0; k < 4096; ++k) best[k] = 0x7FFFFFFF;
+void FillBoxColours(int r0, int g0, int b0, const BYTE* candidates, int count, const int* pr, const int* pg,
+                    const int* pb, int wr, int wg, int wb, BYTE* answers) {
+  int best[64], found[64];
+  for (int k = 0; k < 64; ++k) best[k] = 0x7FFFFFFF, found[k] = 0;
   for (int c = 0; c < count; ++c) {
     const int i = candidates[c];
-    for (int k = 0; k < 4096; ++k) {
-      const int dr = pr[i] - (r0 + (k >> 8)), dg = pg[i] - (g0 + ((k >> 4) & 15)), db = pb[i] - (b0 + (k & 15));
+    const int red = pr[i] - r0, green = pg[i] - g0, blue = pb[i] - b0;
+    for (int k = 0; k < 64; ++k) {
+      const int dr = red - (k >> 4), dg = green - ((k >> 2) & 3), db = blue - (k & 3);
       const int d = wr * dr * dr + wg * dg * dg + wb * db * db;
       const bool nearer = d < best[k];
       best[k] = nearer ? d : best[k];
-      answers[k] = nearer ? static_cast<BYTE>(i) : answers[k];
+      found[k] = nearer ? i : found[k];
     }
   }
+  for (int k = 0; k < 64; ++k) answers[k] = static_cast<BYTE>(found[k]);
 }
 
 }  // namespace
 
-void NearestColour::FillCell(int cell, BYTE* answers) const {
-  const int r0 = (cell >> 8) * 16, g0 = ((cell >> 4) & 15) * 16, b0 = (cell & 15) * 16;
+void NearestColour::FillBox(int r0, int g0, int b0, BYTE* answers) const {
+  // The box lies in one cell, and whichever entry is nearest to one of its
+  // colours is among that cell's candidates; pruning those by the cell rule
+  // on the box keeps it, and keeps the index order, so the first minimum
+  // still wins.
+  const int cell = ((r0 >> 4) << 8) | ((g0 >> 4) << 4) | (b0 >> 4);
   const BYTE* c = cells_->entries.data() + cells_->start[cell];
   const int count = static_cast<int>(cells_->start[cell + 1] - cells_->start[cell]);
-  std::fill(answers, answers + 4096, BYTE{0});
-  FillCellColours(r0, g0, b0, c, count, pr_, pg_, pb_, wr_, wg_, wb_, answers);
+  alignas(64) int cr[256], cg[256], cb[256], least[256], most[256];
+  const int padded = (count + 15) & ~15;
+  for (int k = 0; k < padded; ++k) {
+    const int i = k < count ? c[k] : c[0];
+    cr[k] = pr_[i], cg[k] = pg_[i], cb[k] = pb_[i];
+  }
+  BoxDistancesOf(r0, g0, b0, 4, cr, cg, cb, padded, wr_, wg_, wb_, least, most);
+  int bound = 0x7FFFFFFF;
+  for (int k = 0; k < count; ++k) bound = std::min(bound, most[k]);
+  BYTE kept[256];
+  int n = 0;
+  for (int k = 0; k < count; ++k)
+    if (least[k] <= bound) kept[n++] = c[k];
+  FillBoxColours(r0, g0, b0, kept, n, pr_, pg_, pb_, wr_, wg_, wb_, answers);
 }
 
 int NearestColour::Scan(int r, int g, int b) const {

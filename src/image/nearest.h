@@ -40,9 +40,10 @@ class NearestColour {
   }
   // Whether the cell lists were made (many lookups were announced).
   bool hasCells() const { return cells_ != nullptr; }
-  // The answers for all 4096 colours of one cell (16 levels a side), as Find
-  // gives them, at (r & 15) << 8 | (g & 15) << 4 | (b & 15); needs the cells.
-  void FillCell(int cell, BYTE* answers) const;
+  // The answers for the 64 colours of the box of 4 levels a side at (r0, g0,
+  // b0) (multiples of 4), as Find gives them, at (r & 3) << 4 | (g & 3) << 2 |
+  // (b & 3); needs the cells.
+  void FillBox(int r0, int g0, int b0, BYTE* answers) const;
   // The plain scan over the palette in index order.
   int Scan(int r, int g, int b) const;
   // The same answer by a search outward from the colour's green level.

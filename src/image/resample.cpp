@@ -6,6 +6,10 @@
 #include <cstring>
 #include <vector>
 
+#if defined(__GNUC__) && defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include "image/fastpath.h"
 #include "image/parallel.h"
 #include "image/progress.h"
@@ -41,9 +45,72 @@ void HalvePairs24(const BYTE* s, BYTE* d, int nw) {
     for (int c = 0; c < 3; ++c) d[3 * x + c] = static_cast<BYTE>((s[6 * x + c] + s[6 * x + 3 + c]) >> 1);
 }
 
+// In blocks of a fixed length, so that the loop vectorises.
 OCHREL_WIDE_VECTORS
-void HalveRows(const BYTE* a, const BYTE* b, BYTE* d, int n) {
-  for (int i = 0; i < n; ++i) d[i] = static_cast<BYTE>((a[i] & b[i]) + ((a[i] ^ b[i]) >> 1));
+void HalveRows(const BYTE* __restrict a, const BYTE* __restrict b, BYTE* __restrict d, int n) {
+  int i = 0;
+  for (; i + 64 <= n; i += 64)
+    for (int k = i; k < i + 64; ++k) d[k] = static_cast<BYTE>((a[k] & b[k]) + ((a[k] ^ b[k]) >> 1));
+  for (; i < n; ++i) d[i] = static_cast<BYTE>((a[i] & b[i]) + ((a[i] ^ b[i]) >> 1));
+}
+
+// Both pair halvings of 24-bit pixels at once, across and then down:
+// floor((floor((a + b) / 2) + floor((c + d) / 2)) / 2) for each channel.
+void HalveQuarter24Plain(const BYTE* r1, const BYTE* r2, BYTE* d, int x, int nw) {
+  for (; x < nw; ++x)
+    for (int c = 0; c < 3; ++c) {
+      const int top = (r1[6 * x + c] + r1[6 * x + 3 + c]) >> 1, bottom = (r2[6 * x + c] + r2[6 * x + 3 + c]) >> 1;
+      d[3 * x + c] = static_cast<BYTE>((top + bottom) >> 1);
+    }
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+#define OCHREL_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi")))
+// floor((a + b) / 2) on bytes: (a & b) + ((a ^ b) >> 1).
+OCHREL_VBMI inline __m512i MeanBytes(__m512i a, __m512i b) {
+  const __m512i halves = _mm512_and_si512(_mm512_srli_epi16(_mm512_xor_si512(a, b), 1), _mm512_set1_epi8(0x7F));
+  return _mm512_add_epi8(_mm512_and_si512(a, b), halves);
+}
+
+// The pair means of the 16 pixel pairs in the 96 bytes at p: a byte
+// permutation picks the left and the right pixel of each pair.
+OCHREL_VBMI inline __m512i MeanPairs(const BYTE* p, __m512i left, __m512i right) {
+  const __m512i a0 = _mm512_loadu_si512(p), a1 = _mm512_maskz_loadu_epi8(0xFFFFFFFFull, p + 64);
+  return MeanBytes(_mm512_permutex2var_epi8(a0, left, a1), _mm512_permutex2var_epi8(a0, right, a1));
+}
+
+OCHREL_VBMI void HalveQuarter24Wide(const BYTE* r1, const BYTE* r2, BYTE* d, int nw) {
+  alignas(64) BYTE leftIndex[64], rightIndex[64];
+  for (int j = 0; j < 64; ++j) {
+    leftIndex[j] = static_cast<BYTE>(j < 48 ? (j / 3) * 6 + j % 3 : 0);
+    rightIndex[j] = static_cast<BYTE>(j < 48 ? (j / 3) * 6 + j % 3 + 3 : 0);
+  }
+  const __m512i left = _mm512_load_si512(leftIndex), right = _mm512_load_si512(rightIndex);
+  int x = 0;
+  for (; x + 16 <= nw; x += 16) {
+    const __m512i top = MeanPairs(r1 + 6 * x, left, right), bottom = MeanPairs(r2 + 6 * x, left, right);
+    _mm512_mask_storeu_epi8(d + 3 * x, 0xFFFFFFFFFFFFull, MeanBytes(top, bottom));
+  }
+  HalveQuarter24Plain(r1, r2, d, x, nw);
+}
+#endif
+
+bool HalveQuarterAvailable() {
+#if defined(__GNUC__) && defined(__x86_64__)
+  static const bool have = __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bw");
+  return have && VectorUnit() >= 2;
+#else
+  return false;
+#endif
+}
+
+// Rows r1 and r2 hold at least 6 nw bytes.
+void HalveQuarter24(const BYTE* r1, const BYTE* r2, BYTE* d, int nw) {
+#if defined(__GNUC__) && defined(__x86_64__)
+  HalveQuarter24Wide(r1, r2, d, nw);
+#else
+  HalveQuarter24Plain(r1, r2, d, 0, nw);
+#endif
 }
 
 OCHREL_WIDE_VECTORS
@@ -157,6 +224,89 @@ std::vector<DownStep> PlanScaleDown(int length, int newLength, int percentage) {
 
 }  // namespace
 
+namespace {
+
+// One row of the interpolating scale-up across: nw pixels of ch bytes (the
+// channel count fixed at compile time, so that the channel loop unrolls).
+template <int ch>
+void UpAcrossRowOf(const UpPlan& up, int nw, const BYTE* S, BYTE* D) {
+  const BYTE* tables = up.tables.data();
+  for (int x = 0; x < nw; ++x, D += ch) {
+    const UpStep& p = up.steps[static_cast<std::size_t>(x)];
+    if (p.n == 0) {
+      std::memcpy(D, S + static_cast<std::size_t>(p.a) * ch, static_cast<std::size_t>(ch));
+    } else if (p.n > 0) {
+      const BYTE* A = S + static_cast<std::size_t>(p.a) * ch;
+      if (p.table >= 0) {
+        const BYTE* t = tables + p.table;
+        for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(t[A[c]] + t[256 + A[c + ch]]);
+      } else {
+        for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(UpValue(p, A[c], A[c + ch]));
+      }
+    }
+  }
+}
+
+void UpAcrossRow(const UpPlan& up, int ch, int nw, const BYTE* S, BYTE* D) {
+  if (ch == 3) UpAcrossRowOf<3>(up, nw, S, D);
+  else if (ch == 1) UpAcrossRowOf<1>(up, nw, S, D);
+  else UpAcrossRowOf<4>(up, nw, S, D);
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+// 64 bytes through a 256-entry table: two 128-entry permutes, chosen by the
+// top bit of each index.
+OCHREL_VBMI inline __m512i LookUp(const __m512i t[4], __m512i index) {
+  const __m512i low = _mm512_permutex2var_epi8(t[0], index, t[1]);
+  const __m512i high = _mm512_permutex2var_epi8(t[2], index, t[3]);
+  return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
+}
+
+OCHREL_VBMI void TwoTablesWide(const BYTE* ta, const BYTE* tb, const BYTE* A, const BYTE* B, BYTE* D, int n) {
+  __m512i a[4], b[4];
+  for (int k = 0; k < 4; ++k) {
+    a[k] = _mm512_loadu_si512(ta + 64 * k);
+    b[k] = _mm512_loadu_si512(tb + 64 * k);
+  }
+  int i = 0;
+  for (; i + 64 <= n; i += 64)
+    _mm512_storeu_si512(D + i,
+                        _mm512_add_epi8(LookUp(a, _mm512_loadu_si512(A + i)), LookUp(b, _mm512_loadu_si512(B + i))));
+  for (; i < n; ++i) D[i] = static_cast<BYTE>(ta[A[i]] + tb[B[i]]);
+}
+#endif
+
+// D[i] = ta[A[i]] + tb[B[i]] (mod 256) over n bytes.
+void TwoTables(const BYTE* ta, const BYTE* tb, const BYTE* A, const BYTE* B, BYTE* D, int n) {
+#if defined(__GNUC__) && defined(__x86_64__)
+  if (FastPaths() && HalveQuarterAvailable()) {
+    TwoTablesWide(ta, tb, A, B, D, n);
+    return;
+  }
+#endif
+  for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(ta[A[i]] + tb[B[i]]);
+}
+
+// One output row of the interpolating scale-up down the rows of byte pixels,
+// from rows A (the step's row) and B (the one after it) of w pixels.
+void UpDownRow(const UpPlan& up, const UpStep& p, int bits, int w, const BYTE* A, const BYTE* B, BYTE* D) {
+  const BYTE* tables = up.tables.data();
+  if (bits == 8 || bits == 24) {
+    const int n = w * (bits / 8);
+    if (p.table >= 0) {
+      TwoTables(tables + p.table, tables + p.table + 256, A, B, D, n);
+    } else {
+      for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(UpValue(p, A[i], B[i]));
+    }
+  } else {
+    // Pixel values carry three channels; the fourth byte stays zero.
+    for (int x = 0; x < w; ++x, A += 4, B += 4, D += 4)
+      for (int c = 0; c < 3; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], B[c]));
+  }
+}
+
+}  // namespace
+
 HDIB ScaleUpHorizontal(const HDIB& image, int percentage) {
   const BITMAPINFOHEADER* s = LockDib(image);
   if (!s || !ByteDepth(s->biBitCount)) return nullptr;
@@ -168,22 +318,8 @@ HDIB ScaleUpHorizontal(const HDIB& image, int percentage) {
   const int ch = s->biBitCount / 8;
   UpPlan up;
   if (!Plan([&] { up = PlanScaleUp(w, nw, percentage, true); })) return nullptr;
-  const std::vector<UpStep>& plan = up.steps;
-  const BYTE* tables = up.tables.data();
   ParallelBands(h, kBand, [&](int y0, int y1) {
-    for (int y = y0; y < y1; ++y) {
-      const BYTE* S = DibRow(s, y);
-      BYTE* D = DibRow(o, y);
-      for (int x = 0; x < nw; ++x, D += ch) {
-        const UpStep& p = plan[static_cast<std::size_t>(x)];
-        if (p.n == 0) {
-          std::memcpy(D, S + static_cast<std::size_t>(p.a) * ch, static_cast<std::size_t>(ch));
-        } else if (p.n > 0) {
-          const BYTE* A = S + static_cast<std::size_t>(p.a) * ch;
-          for (int c = 0; c < ch; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], A[c + ch]));
-        }
-      }
-    }
+    for (int y = y0; y < y1; ++y) UpAcrossRow(up, ch, nw, DibRow(s, y), DibRow(o, y));
   });
   return out;
 }
@@ -212,25 +348,8 @@ HDIB ScaleUpVertical(const HDIB& image, int percentage) {
         std::memcpy(DibRow(o, y), DibRow(s, p.a), DibStride(s));
         continue;
       }
-      if (bits == 8 || bits == 24) {
-        const BYTE* A = DibRow(s, p.a);
-        const BYTE* B = DibRow(s, p.a + 1);
-        BYTE* D = DibRow(o, y);
-        const int n = w * (bits / 8);
-        if (p.table >= 0) {
-          const BYTE* ta = tables + p.table;
-          const BYTE* tb = ta + 256;
-          for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(ta[A[i]] + tb[B[i]]);
-        } else {
-          for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(UpValue(p, A[i], B[i]));
-        }
-      } else if (bits == 32) {
-        // Pixel values carry three channels; the fourth byte stays zero.
-        const BYTE* A = DibRow(s, p.a);
-        const BYTE* B = DibRow(s, p.a + 1);
-        BYTE* D = DibRow(o, y);
-        for (int x = 0; x < w; ++x, A += 4, B += 4, D += 4)
-          for (int c = 0; c < 3; ++c) D[c] = static_cast<BYTE>(UpValue(p, tables, A[c], B[c]));
+      if (ByteDepth(bits)) {
+        UpDownRow(up, p, bits, w, DibRow(s, p.a), DibRow(s, p.a + 1), DibRow(o, y));
       } else {
         for (int x = 0; x < w; ++x) {
           int a = static_cast<int>(GetDibPixel(s, x, p.a)), b = static_cast<int>(GetDibPixel(s, x, p.a + 1));
@@ -242,6 +361,152 @@ HDIB ScaleUpVertical(const HDIB& image, int percentage) {
   return out;
 }
 
+HDIB ScaleUp(const HDIB& image, int horizontal, int vertical) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s || !FastPaths() || !ByteDepth(s->biBitCount)) {
+    ProgressStage stage(0.0, 0.5);
+    HDIB across = ScaleUpHorizontal(image, horizontal);
+    if (!across) return nullptr;
+    stage.Move(0.5, 1.0);
+    return ScaleUpVertical(across, vertical);
+  }
+  const int w = s->biWidth, h = s->biHeight, bits = s->biBitCount, ch = bits / 8;
+  const int nw = ScaledLength(w, horizontal), nh = ScaledLength(h, vertical);
+  if (nw <= 0 || nh <= 0) return nullptr;
+  HDIB out = CreateDibLike(s, nw, nh);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  UpPlan across, down;
+  if (!Plan([&] {
+        across = PlanScaleUp(w, nw, horizontal, true);
+        down = PlanScaleUp(h, nh, vertical, bits <= 8);
+      }))
+    return nullptr;
+  // Samples the plan leaves untouched are zero in the wide picture.
+  bool gaps = false;
+  for (const UpStep& st : across.steps) gaps = gaps || st.n < 0;
+  const std::size_t rowBytes = static_cast<std::size_t>(nw) * ch;
+  bool failed = false;
+  ParallelBands(nh, kBand, [&](int y0, int y1) {
+    // Rows of the wide picture, each worked out once and kept while the
+    // output rows still read them.
+    std::vector<BYTE> buffer;
+    if (!Plan([&] { buffer.resize(2 * rowBytes); })) {
+      failed = true;
+      return;
+    }
+    int held[2] = {-1, -1};
+    auto wide = [&](int row) -> const BYTE* {
+      for (int k = 0; k < 2; ++k)
+        if (held[k] == row) return buffer.data() + k * rowBytes;
+      // Replace the row that is not the one before `row`.
+      const int k = held[0] == row - 1 ? 1 : 0;
+      BYTE* t = buffer.data() + k * rowBytes;
+      if (gaps) std::memset(t, 0, rowBytes);
+      UpAcrossRow(across, ch, nw, DibRow(s, row), t);
+      held[k] = row;
+      return t;
+    };
+    for (int y = y0; y < y1; ++y) {
+      const UpStep& p = down.steps[static_cast<std::size_t>(y)];
+      if (p.n < 0) continue;
+      if (p.n == 0) {
+        std::memcpy(DibRow(o, y), wide(p.a), rowBytes);
+        continue;
+      }
+      const BYTE* A = wide(p.a);
+      const BYTE* B = wide(p.a + 1);
+      UpDownRow(down, p, bits, nw, A, B, DibRow(o, y));
+    }
+  });
+  if (failed) return nullptr;
+  return out;
+}
+
+namespace {
+
+// The averaging across a row, for one row at a time.
+struct DownAcross {
+  int ch = 0, sums = 0, nw = 0;
+  bool quick = false, pairs = false;
+  std::vector<DownStep> plan;
+  std::vector<ByteSumDivider> dividers;
+
+  // False if memory ran out.
+  bool Prepare(int bits, int w, int newWidth, int percentage) {
+    ch = bits / 8;
+    sums = ch == 1 ? 1 : 3;
+    nw = newWidth;
+    quick = FastPaths();
+    return Plan([&] {
+      plan = PlanScaleDown(w, nw, percentage);
+      pairs = quick && ch == 3;
+      if (quick)
+        for (std::size_t x = 0; x < plan.size(); ++x) {
+          dividers.emplace_back(static_cast<unsigned>(plan[x].count ? plan[x].count : 1));
+          pairs = pairs && plan[x].count == 2 && plan[x].start == 2 * static_cast<int>(x);
+        }
+    });
+  }
+
+  void Row(const BYTE* S, BYTE* D) const {
+    if (pairs) {
+      HalvePairs24(S, D, nw);
+      return;
+    }
+    if (quick && sums == 3) {
+      for (int x = 0; x < nw; ++x, D += ch) {
+        const DownStep& p = plan[static_cast<std::size_t>(x)];
+        const BYTE* q = S + static_cast<std::size_t>(p.start) * ch;
+        unsigned t0 = 0, t1 = 0, t2 = 0;
+        for (int i = 0; i < p.count; ++i, q += ch) t0 += q[0], t1 += q[1], t2 += q[2];
+        const ByteSumDivider& d = dividers[static_cast<std::size_t>(x)];
+        if (ByteSumDivider::Fits(static_cast<unsigned>(p.count))) {
+          D[0] = static_cast<BYTE>(d(t0)), D[1] = static_cast<BYTE>(d(t1)), D[2] = static_cast<BYTE>(d(t2));
+        } else {
+          const unsigned div = p.count ? static_cast<unsigned>(p.count) : 1u;
+          D[0] = static_cast<BYTE>(t0 / div), D[1] = static_cast<BYTE>(t1 / div), D[2] = static_cast<BYTE>(t2 / div);
+        }
+      }
+      return;
+    }
+    for (int x = 0; x < nw; ++x, D += ch) {
+      const DownStep& p = plan[static_cast<std::size_t>(x)];
+      const BYTE* q = S + static_cast<std::size_t>(p.start) * ch;
+      int k = p.count;
+      unsigned t[3] = {0, 0, 0};
+      for (int i = 0; i < k; ++i, q += ch)
+        for (int c = 0; c < sums; ++c) t[c] += q[c];
+      int div = k ? k : 1;
+      for (int c = 0; c < sums; ++c) D[c] = static_cast<BYTE>(t[c] / static_cast<unsigned>(div));
+    }
+  }
+};
+
+// The averaging down the rows of byte pixels: output row D (n bytes) from the
+// `count` rows at rows[0..count).
+void DownRows(const BYTE* const* rows, int count, int bits, int n, BYTE* D, std::vector<unsigned>& sum) {
+  const unsigned div = count ? static_cast<unsigned>(count) : 1u;
+  if (FastPaths() && bits != 32 && count == 2) {
+    // floor((a + b) / 2) of each pair of rows, as the sum and divider give it.
+    HalveRows(rows[0], rows[1], D, n);
+    return;
+  }
+  sum.assign(static_cast<std::size_t>(n), 0u);
+  for (int r = 0; r < count; ++r) {
+    const BYTE* S = rows[r];
+    for (int i = 0; i < n; ++i) sum[static_cast<std::size_t>(i)] += S[i];
+  }
+  if (FastPaths() && bits != 32 && ByteSumDivider::Fits(div)) {
+    DivideSums(sum.data(), n, ByteSumDivider(div).m, D);
+    return;
+  }
+  for (int i = 0; i < n; ++i)
+    D[i] = (bits == 32 && (i & 3) == 3) ? 0 : static_cast<BYTE>(sum[static_cast<std::size_t>(i)] / div);
+}
+
+}  // namespace
+
 HDIB ScaleDownHorizontal(const HDIB& image, int percentage) {
   const BITMAPINFOHEADER* s = LockDib(image);
   if (!s || !ByteDepth(s->biBitCount)) return nullptr;
@@ -250,53 +515,10 @@ HDIB ScaleDownHorizontal(const HDIB& image, int percentage) {
   HDIB out = CreateDibLike(s, nw, h);
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;
-  const int ch = s->biBitCount / 8;
-  const int sums = ch == 1 ? 1 : 3;
-  std::vector<DownStep> plan;
-  if (!Plan([&] { plan = PlanScaleDown(w, nw, percentage); })) return nullptr;
-  const bool quick = FastPaths();
-  std::vector<ByteSumDivider> dividers;
-  bool pairs = quick && ch == 3;
-  if (quick)
-    for (std::size_t x = 0; x < plan.size(); ++x) {
-      dividers.emplace_back(static_cast<unsigned>(plan[x].count ? plan[x].count : 1));
-      pairs = pairs && plan[x].count == 2 && plan[x].start == 2 * static_cast<int>(x);
-    }
+  DownAcross across;
+  if (!across.Prepare(s->biBitCount, w, nw, percentage)) return nullptr;
   ParallelBands(h, kBand, [&](int y0, int y1) {
-    for (int y = y0; y < y1; ++y) {
-      const BYTE* S = DibRow(s, y);
-      BYTE* D = DibRow(o, y);
-      if (pairs) {
-        HalvePairs24(S, D, nw);
-        continue;
-      }
-      if (quick && sums == 3) {
-        for (int x = 0; x < nw; ++x, D += ch) {
-          const DownStep& p = plan[static_cast<std::size_t>(x)];
-          const BYTE* q = S + static_cast<std::size_t>(p.start) * ch;
-          unsigned t0 = 0, t1 = 0, t2 = 0;
-          for (int i = 0; i < p.count; ++i, q += ch) t0 += q[0], t1 += q[1], t2 += q[2];
-          const ByteSumDivider& d = dividers[static_cast<std::size_t>(x)];
-          if (ByteSumDivider::Fits(static_cast<unsigned>(p.count))) {
-            D[0] = static_cast<BYTE>(d(t0)), D[1] = static_cast<BYTE>(d(t1)), D[2] = static_cast<BYTE>(d(t2));
-          } else {
-            const unsigned div = p.count ? static_cast<unsigned>(p.count) : 1u;
-            D[0] = static_cast<BYTE>(t0 / div), D[1] = static_cast<BYTE>(t1 / div), D[2] = static_cast<BYTE>(t2 / div);
-          }
-        }
-        continue;
-      }
-      for (int x = 0; x < nw; ++x, D += ch) {
-        const DownStep& p = plan[static_cast<std::size_t>(x)];
-        const BYTE* q = S + static_cast<std::size_t>(p.start) * ch;
-        int k = p.count;
-        unsigned t[3] = {0, 0, 0};
-        for (int i = 0; i < k; ++i, q += ch)
-          for (int c = 0; c < sums; ++c) t[c] += q[c];
-        int div = k ? k : 1;
-        for (int c = 0; c < sums; ++c) D[c] = static_cast<BYTE>(t[c] / static_cast<unsigned>(div));
-      }
-    }
+    for (int y = y0; y < y1; ++y) across.Row(DibRow(s, y), DibRow(o, y));
   });
   return out;
 }
@@ -314,28 +536,14 @@ HDIB ScaleDownVertical(const HDIB& image, int percentage) {
   if (!Plan([&] { plan = PlanScaleDown(h, nh, percentage); })) return nullptr;
   ParallelBands(nh, kBand, [&](int y0, int y1) {
     std::vector<unsigned> sum;
+    std::vector<const BYTE*> rows;
     for (int y = y0; y < y1; ++y) {
       const DownStep& p = plan[static_cast<std::size_t>(y)];
       const unsigned div = p.count ? static_cast<unsigned>(p.count) : 1u;
-      if (bits == 8 || bits == 24 || bits == 32) {
-        const int n = w * (bits / 8);
-        if (FastPaths() && bits != 32 && p.count == 2) {
-          // floor((a + b) / 2) of each pair of rows, as the sum and divider give it.
-          HalveRows(DibRow(s, p.start), DibRow(s, p.start + 1), DibRow(o, y), n);
-          continue;
-        }
-        sum.assign(static_cast<std::size_t>(n), 0u);
-        for (int r = 0; r < p.count; ++r) {
-          const BYTE* S = DibRow(s, p.start + r);
-          for (int i = 0; i < n; ++i) sum[static_cast<std::size_t>(i)] += S[i];
-        }
-        BYTE* D = DibRow(o, y);
-        if (FastPaths() && bits != 32 && ByteSumDivider::Fits(div)) {
-          DivideSums(sum.data(), n, ByteSumDivider(div).m, D);
-          continue;
-        }
-        for (int i = 0; i < n; ++i)
-          D[i] = (bits == 32 && (i & 3) == 3) ? 0 : static_cast<BYTE>(sum[static_cast<std::size_t>(i)] / div);
+      if (ByteDepth(bits)) {
+        rows.clear();
+        for (int r = 0; r < p.count; ++r) rows.push_back(DibRow(s, p.start + r));
+        DownRows(rows.data(), p.count, bits, w * (bits / 8), DibRow(o, y), sum);
       } else {
         for (int x = 0; x < w; ++x) {
           unsigned t = 0;
@@ -345,6 +553,56 @@ HDIB ScaleDownVertical(const HDIB& image, int percentage) {
       }
     }
   });
+  return out;
+}
+
+HDIB ScaleDown(const HDIB& image, int horizontal, int vertical) {
+  const BITMAPINFOHEADER* s = LockDib(image);
+  if (!s || !FastPaths() || !ByteDepth(s->biBitCount)) {
+    ProgressStage stage(0.0, 0.5);
+    HDIB across = ScaleDownHorizontal(image, horizontal);
+    if (!across) return nullptr;
+    stage.Move(0.5, 1.0);
+    return ScaleDownVertical(across, vertical);
+  }
+  const int w = s->biWidth, h = s->biHeight, bits = s->biBitCount;
+  const int nw = ScaledLength(w, horizontal), nh = ScaledLength(h, vertical);
+  if (nw <= 0 || nh <= 0) return nullptr;
+  HDIB out = CreateDibLike(s, nw, nh);
+  BITMAPINFOHEADER* o = LockDib(out);
+  if (!o) return nullptr;
+  DownAcross across;
+  std::vector<DownStep> plan;
+  if (!across.Prepare(bits, w, nw, horizontal) || !Plan([&] { plan = PlanScaleDown(h, nh, vertical); })) return nullptr;
+  const std::size_t rowBytes = static_cast<std::size_t>(nw) * (bits / 8);
+  const bool quarter = across.pairs && nw >= 1 && HalveQuarterAvailable();
+  bool failed = false;
+  ParallelBands(nh, kBand, [&](int y0, int y1) {
+    // Each output row from its own source rows, each first averaged across
+    // into a row of the narrow picture, exactly as the two passes would.
+    std::vector<BYTE> narrow;
+    std::vector<unsigned> sum;
+    std::vector<const BYTE*> rows;
+    for (int y = y0; y < y1; ++y) {
+      const DownStep& p = plan[static_cast<std::size_t>(y)];
+      if (quarter && p.count == 2 && bits == 24) {
+        HalveQuarter24(DibRow(s, p.start), DibRow(s, p.start + 1), DibRow(o, y), nw);
+        continue;
+      }
+      if (!Plan([&] { narrow.resize(rowBytes * static_cast<std::size_t>(std::max(p.count, 1))); })) {
+        failed = true;
+        return;
+      }
+      rows.clear();
+      for (int r = 0; r < p.count; ++r) {
+        BYTE* t = narrow.data() + rowBytes * static_cast<std::size_t>(r);
+        across.Row(DibRow(s, p.start + r), t);
+        rows.push_back(t);
+      }
+      DownRows(rows.data(), p.count, bits, static_cast<int>(rowBytes), DibRow(o, y), sum);
+    }
+  });
+  if (failed) return nullptr;
   return out;
 }
 
@@ -415,6 +673,8 @@ HDIB ResizeDib(const HDIB& image, int percentage) {
   int type = GetImageType(image);
   if (type == IMAGE_NONE) return nullptr;
   if (type != IMAGE_TRUECOLOUR && type != IMAGE_GREY) return ResizeNearest(image, percentage);
+  if (percentage < 100) return ScaleDown(image, percentage, percentage);
+  if (percentage > 100) return ScaleUp(image, percentage, percentage);
   ProgressStage stage(0.0, 0.5);
   HDIB horizontal = percentage > 100   ? ScaleUpHorizontal(image, percentage)
                     : percentage < 100 ? ScaleDownHorizontal(image, percentage)

@@ -25,6 +25,13 @@ HDIB ScaleUpVertical(const HDIB& image, int percentage);
 HDIB ScaleDownHorizontal(const HDIB& image, int percentage);
 HDIB ScaleDownVertical(const HDIB& image, int percentage);
 
+// ScaleDownVertical(ScaleDownHorizontal(image, horizontal), vertical), byte
+// for byte, without the picture in between where it can.
+HDIB ScaleDown(const HDIB& image, int horizontal, int vertical);
+
+// ScaleUpVertical(ScaleUpHorizontal(image, horizontal), vertical), likewise.
+HDIB ScaleUp(const HDIB& image, int horizontal, int vertical);
+
 // Nearest-sample resize, the path of paletted and mono images.
 HDIB ResizeNearest(const HDIB& image, int percentage);
 
