@@ -146,7 +146,7 @@ for name in "${ORDER[@]}"; do
   o=${OURS[$name]}; p=${PEER[$name]:-}
   if [ -z "$p" ]; then peer="-"; ratio="-"
   else peer="${PEERNAME[$name]} $(ms "$p")"
-    if [ "$o" = fail ] || [ "$p" -le 0 ]; then ratio="-"; else ratio=$(echo "scale=2; $o / $p" | bc); fi
+    if [ "$o" = fail ] || [ "$p" -le 0 ]; then ratio="-"; else ratio=$(echo "$o $p" | awk '{ printf "%.2f", $1 / $2 }'); fi
   fi
   printf '| %-36s | %8s | %-18s | %5s |\n' "$name" "$(ms "$o")" "$peer" "$ratio"
 done
