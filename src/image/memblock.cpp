@@ -9,6 +9,17 @@
 #include <mutex>
 #include <new>
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+// A kept block is out of bounds until it is handed out again, so that a
+// pointer left into a freed image is still reported.
+#define OCHREL_KEPT_OFF(p, n) ASAN_POISON_MEMORY_REGION(p, n)
+#define OCHREL_KEPT_ON(p, n) ASAN_UNPOISON_MEMORY_REGION(p, n)
+#else
+#define OCHREL_KEPT_OFF(p, n) ((void)0)
+#define OCHREL_KEPT_ON(p, n) ((void)0)
+#endif
+
 namespace ochrel {
 
 namespace {
@@ -46,6 +57,7 @@ std::uint8_t* TakeKept(std::size_t bytes) {
     std::uint8_t* p = g_kept[i].data;
     for (int j = i; j + 1 < kKeepCount; ++j) g_kept[j] = g_kept[j + 1];
     g_kept[kKeepCount - 1] = Kept{};
+    OCHREL_KEPT_ON(p, length);
     return p;
   }
   return nullptr;
@@ -55,6 +67,7 @@ std::uint8_t* TakeKept(std::size_t bytes) {
 bool Keep(std::uint8_t* data, std::size_t bytes) {
   const std::size_t length = PageLength(bytes);
   if (length < kKeepMin || length > kKeepTotal / kKeepCount) return false;
+  OCHREL_KEPT_OFF(data, length);
   Kept oldest;
   {
     std::lock_guard<std::mutex> hold(g_keptLock);
@@ -62,7 +75,7 @@ bool Keep(std::uint8_t* data, std::size_t bytes) {
     for (int j = kKeepCount - 1; j > 0; --j) g_kept[j] = g_kept[j - 1];
     g_kept[0] = Kept{data, length};
   }
-  if (oldest.data) munmap(oldest.data, oldest.length);
+  if (oldest.data) OCHREL_KEPT_ON(oldest.data, oldest.length), munmap(oldest.data, oldest.length);
   return true;
 }
 
@@ -75,7 +88,7 @@ bool ReleaseKept() {
   }
   bool any = false;
   for (const Kept& k : all)
-    if (k.data) munmap(k.data, k.length), any = true;
+    if (k.data) OCHREL_KEPT_ON(k.data, k.length), munmap(k.data, k.length), any = true;
   return any;
 }
 
