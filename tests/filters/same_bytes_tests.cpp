@@ -96,7 +96,9 @@ void RunFilters(const std::string& kind, const HDIB& image, Outputs& out) {
       else p.PaperColour = RGB(40, 90, 200);
       p.BeforeImage = &image;
       srand(7);
-      out[kind + " " + filtertype[f].name + " " + run.label] = Digest(filtertype[f].function(image, &p));
+      const std::string name = kind + " " + filtertype[f].name + " " + run.label;
+      out[name] = Digest(filtertype[f].function(image, &p));
+      if (p.NewMask) out[name + " mask"] = Digest(p.NewMask);
     }
   }
 }
