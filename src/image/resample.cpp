@@ -365,6 +365,16 @@ OCHREL_VBMI void TwoTablesWide(const BYTE* ta, const BYTE* tb, const BYTE* A, co
                         _mm512_add_epi8(LookUp(a, _mm512_loadu_si512(A + i)), LookUp(b, _mm512_loadu_si512(B + i))));
   for (; i < n; ++i) D[i] = static_cast<BYTE>(ta[A[i]] + tb[B[i]]);
 }
+
+OCHREL_VBMI void HalvesWide(const BYTE* A, const BYTE* B, BYTE* D, int n) {
+  const __m512i low7 = _mm512_set1_epi8(0x7f);
+  for (int i = 0; i < n; i += 64) {
+    const __mmask64 m = n - i >= 64 ? ~0ull : (1ull << (n - i)) - 1;
+    const __m512i a = _mm512_and_si512(_mm512_srli_epi16(_mm512_maskz_loadu_epi8(m, A + i), 1), low7);
+    const __m512i b = _mm512_and_si512(_mm512_srli_epi16(_mm512_maskz_loadu_epi8(m, B + i), 1), low7);
+    _mm512_mask_storeu_epi8(D + i, m, _mm512_add_epi8(a, b));
+  }
+}
 #endif
 
 // D[i] = ta[A[i]] + tb[B[i]] (mod 256) over n bytes.
@@ -384,7 +394,13 @@ void UpDownRow(const UpPlan& up, const UpStep& p, int bits, int w, const BYTE* A
   const BYTE* tables = up.tables.data();
   if (bits == 8 || bits == 24) {
     const int n = w * (bits / 8);
-    if (p.table >= 0) {
+    if (p.table >= 0 && FastPaths() && p.j + 1 == p.n) {
+      std::memcpy(D, B, static_cast<std::size_t>(n));  // 0 * a / n + n * b / n
+#if defined(__GNUC__) && defined(__x86_64__)
+    } else if (p.table >= 0 && FastPaths() && 2 * (p.n - p.j - 1) == p.n && HalveQuarterAvailable()) {
+      HalvesWide(A, B, D, n);  // (a >> 1) + (b >> 1)
+#endif
+    } else if (p.table >= 0) {
       TwoTables(tables + p.table, tables + p.table + 256, A, B, D, n);
     } else {
       for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(UpValue(p, A[i], B[i]));
