@@ -2,7 +2,8 @@
 // engine_vs.py are timed: prints "row<TAB>milliseconds", the least of RUNS.
 // Built by engine_vs.sh against the engine library alone.
 // Usage: engine_time PICTURE RUNS OUTDIR "row=task" ...  where task is
-// filter:NAME[:Field=value...], grey, paletted:N, mono:N or write:EXT.
+// filter:NAME[:Field=value...], grey, paletted:N, mono:N, write:EXT (a file,
+// saved safely) or encode:EXT (into memory).
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "files/codec.h"
 #include "files/imagefile.h"
 #include "filters/filterparam.h"
 #include "image/convert.h"
@@ -34,6 +36,12 @@ bool Run(const HDIB& image, const std::string& task, const std::string& outDir) 
   if (p[0] == "paletted") return ConvertToPaletteStrategy(image, std::stoi(p[1])) != nullptr;
   if (p[0] == "mono") return ConvertToMonoStrategy(image, std::stoi(p[1])) != nullptr;
   if (p[0] == "write") return WriteImage((outDir + "/o." + p[1]).c_str(), image) != 0;
+  if (p[0] == "encode") {  // into memory, as the peers' encode rows are timed
+    int format = FindImageFormat(("o." + p[1]).c_str());
+    if (format < 0) return false;
+    VectorSink sink;
+    return imageproc[static_cast<std::size_t>(format)].encode(LockDib(image), SaveOptions{}, sink);
+  }
   if (p[0] != "filter" || p.size() < 2) return false;
   int f = FindFilterType(p[1].c_str());
   if (f < 0) return false;

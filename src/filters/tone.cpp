@@ -1,6 +1,7 @@
 #include "filters/tone.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include "filters/filterutil.h"
@@ -54,16 +55,25 @@ HDIB WithNewPalette(const HDIB& image, F change) {
 
 #if OCHREL_HAVE_BYTE_PERMUTE
 // A 256-entry byte table looked up 64 bytes at a time: two 128-byte permutes,
-// chosen by each byte's top bit. Exactly t[s[i]] for every byte.
-__attribute__((target("avx512f,avx512bw,avx512vbmi"))) void TableRowWide(const BYTE* t, const BYTE* s, BYTE* d, int n) {
+// chosen by each byte's top bit. Exactly t[s[i]] for every byte. With
+// `stream`, whole aligned lines are stored past the cache: a picture larger
+// than the cache then skips reading each destination line before writing it.
+__attribute__((target("avx512f,avx512bw,avx512vbmi"))) void TableRowWide(const BYTE* t, const BYTE* s, BYTE* d, int n,
+                                                                         bool stream) {
   const __m512i t0 = _mm512_loadu_si512(t), t1 = _mm512_loadu_si512(t + 64);
   const __m512i t2 = _mm512_loadu_si512(t + 128), t3 = _mm512_loadu_si512(t + 192);
-  int i = 0;
-  for (; i + 64 <= n; i += 64) {
+  auto map = [&](int i) __attribute__((target("avx512f,avx512bw,avx512vbmi"))) {
     __m512i v = _mm512_loadu_si512(s + i);
     __m512i lo = _mm512_permutex2var_epi8(t0, v, t1), hi = _mm512_permutex2var_epi8(t2, v, t3);
-    _mm512_storeu_si512(d + i, _mm512_mask_blend_epi8(_mm512_movepi8_mask(v), lo, hi));
+    return _mm512_mask_blend_epi8(_mm512_movepi8_mask(v), lo, hi);
+  };
+  int i = 0;
+  if (stream) {
+    for (; i < n && (reinterpret_cast<std::uintptr_t>(d + i) & 63); ++i) d[i] = t[s[i]];
+    for (; i + 64 <= n; i += 64) _mm512_stream_si512(reinterpret_cast<__m512i*>(d + i), map(i));
+    _mm_sfence();
   }
+  for (; i + 64 <= n; i += 64) _mm512_storeu_si512(d + i, map(i));
   for (; i < n; ++i) d[i] = t[s[i]];
 }
 bool HaveByteTable() {
@@ -80,7 +90,7 @@ HDIB MapByTable(const HDIB& image, int imageType, const BYTE* t) {
   const BITMAPINFOHEADER* src = LockDib(image);
   const int bytes = SampleBytes(src, imageType);
   if (!FastPaths() || !bytes) return nullptr;
-  HDIB out = MemBlock::Allocate(image->size());
+  HDIB out = MemBlock::AllocateUncleared(image->size());  // every byte is written below
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;
   const std::size_t head = static_cast<std::size_t>(DibBits(src) - image->data());
@@ -91,6 +101,7 @@ HDIB MapByTable(const HDIB& image, int imageType, const BYTE* t) {
   const int width = src->biWidth;
 #if OCHREL_HAVE_BYTE_PERMUTE
   const bool wide = VectorUnit() >= 2 && HaveByteTable();
+  const bool stream = rows >= (std::size_t{16} << 20);
 #endif
   ParallelBands(src->biHeight, 64, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
@@ -105,7 +116,7 @@ HDIB MapByTable(const HDIB& image, int imageType, const BYTE* t) {
       std::memcpy(d + n, s + n, stride - n);
 #if OCHREL_HAVE_BYTE_PERMUTE
       if (wide) {
-        TableRowWide(t, s, d, n);
+        TableRowWide(t, s, d, n, stream);
         continue;
       }
 #endif

@@ -148,10 +148,12 @@ HDIB ConvertToGrey(const HDIB& image) {
   BYTE ramp[768], src[768];
   GetDefaultPalette(ramp, nullptr, 10);
   GetDibPalette(s, src);
-  HDIB out = CreateDib(s->biWidth, s->biHeight, ramp, 8);
+  const bool quick = FastPaths() && s->biBitCount >= 24;
+  // The quick rows write every byte, their padding too.
+  HDIB out = quick ? CreateDibUncleared(s->biWidth, s->biHeight, ramp, 8) : CreateDib(s->biWidth, s->biHeight, ramp, 8);
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;
-  const bool quick = FastPaths() && s->biBitCount >= 24;
+  const std::size_t width = static_cast<std::size_t>(s->biWidth), pad = DibStride(o) - width;
 #if defined(__GNUC__) && defined(__x86_64__)
   const bool wide = VectorUnit() >= 2 && HaveBytePermute();
 #endif
@@ -160,6 +162,7 @@ HDIB ConvertToGrey(const HDIB& image) {
       BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
       if (quick) {
         const BYTE* row = DibBits(s) + DibStride(s) * static_cast<std::size_t>(y);
+        std::memset(orow + width, 0, pad);
 #if defined(__GNUC__) && defined(__x86_64__)
         if (s->biBitCount == 24 && wide) {
           GreyRow24Wide(row, orow, s->biWidth);

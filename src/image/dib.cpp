@@ -105,14 +105,15 @@ int AdjustDIBits(int bits) {
   return 32;
 }
 
-HDIB CreateDib(int width, int height, const BYTE* palette, int bits) {
+namespace {
+HDIB NewDib(int width, int height, const BYTE* palette, int bits, bool clear) {
   bits = AdjustDIBits(bits);
   if (width <= 0 || height <= 0) return nullptr;
   std::size_t stride = DibStride(width, bits);
   std::size_t pixels = 0, total = 0;
   if (__builtin_mul_overflow(stride, static_cast<std::size_t>(height), &pixels)) return nullptr;
   if (__builtin_add_overflow(pixels, 40 + DibPaletteSize(bits), &total)) return nullptr;
-  HDIB block = MemBlock::Allocate(total);
+  HDIB block = clear ? MemBlock::Allocate(total) : MemBlock::AllocateUncleared(total);
   BITMAPINFOHEADER* h = LockDib(block);
   if (!h) return nullptr;
   h->biSize = 40;
@@ -128,10 +129,18 @@ HDIB CreateDib(int width, int height, const BYTE* palette, int bits) {
   if (bits <= 8 && palette) PutDibPalette(h, palette);
   return block;
 }
+}  // namespace
+
+HDIB CreateDib(int width, int height, const BYTE* palette, int bits) {
+  return NewDib(width, height, palette, bits, true);
+}
+HDIB CreateDibUncleared(int width, int height, const BYTE* palette, int bits) {
+  return NewDib(width, height, palette, bits, false);
+}
 
 HGLOBAL DuplicateObject(const HGLOBAL& handle) {
   if (!handle || handle->size() < 1) return nullptr;
-  HGLOBAL copy = MemBlock::Allocate(handle->size());
+  HGLOBAL copy = MemBlock::AllocateUncleared(handle->size());  // every byte is copied over
   if (!copy) return nullptr;
   std::memcpy(copy->data(), handle->data(), handle->size());
   return copy;

@@ -51,11 +51,15 @@ static_assert(sizeof(BITMAPINFOHEADER) == 40);
 
 // A "movable block": owning, zero-filled, with a fixed size. Large blocks come
 // straight from the kernel (already zero, huge pages asked for), so a fresh
-// 24-megapixel image costs no memset.
+// 24-megapixel image costs no memset. A large block that is freed is kept for
+// the next block of the same size, which then skips the kernel's page faults.
 class MemBlock {
  public:
   // Null when the size is 0, above the allocation limit, or cannot be met.
   static std::unique_ptr<MemBlock> Allocate(std::size_t bytes);
+  // The same, but the content is left as it comes (possibly an earlier
+  // image's): only for callers that write every byte.
+  static std::unique_ptr<MemBlock> AllocateUncleared(std::size_t bytes);
   ~MemBlock();
   MemBlock(const MemBlock&) = delete;
   MemBlock& operator=(const MemBlock&) = delete;
@@ -66,6 +70,7 @@ class MemBlock {
 
  private:
   MemBlock(std::uint8_t* p, std::size_t n, bool mapped) : data_(p), size_(n), mapped_(mapped) {}
+  static std::unique_ptr<MemBlock> Create(std::size_t bytes, bool clear);
   std::uint8_t* data_;
   std::size_t size_;
   bool mapped_;
@@ -124,6 +129,9 @@ int PutDibPalette(BITMAPINFOHEADER* header, const BYTE* palette);
 // ---- Creation and copying -----------------------------------------------------
 int AdjustDIBits(int bits);
 HDIB CreateDib(int width, int height, const BYTE* palette, int bits);
+// The same, with the header and the given palette written but the rows left
+// as they come: for callers that write every row byte, padding included.
+HDIB CreateDibUncleared(int width, int height, const BYTE* palette, int bits);
 HGLOBAL DuplicateObject(const HGLOBAL& handle);
 int GetBitmapDimensions(const HDIB& handle, int* width, int* height, int* bits, BYTE* palette);
 HDIB CropImage(const HDIB& handle, RECT rect);

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -64,6 +65,24 @@ const Kind kKinds[] = {{"rgb", 731, 23, 24, 8}, {"rgbx", 97, 19, 32, 8}, {"grey"
 
 using Outputs = std::map<std::string, std::uint64_t>;
 
+HDIB ApplyFilter(const HDIB& image, int f, int FILTERPARAM::*field = nullptr, int value = 0, HDIB* mask = nullptr) {
+  FILTERPARAM p;
+  RestoreFilterDefaults(&p);
+  if (field) p.*field = value;
+  p.ImageType = GetImageType(image);
+  BYTE palette[768];
+  int bits = 0;
+  GetBitmapDimensions(image, &p.BeforeWidth, &p.BeforeDepth, &bits, palette);
+  if (p.ImageType == IMAGE_PALETTED || p.ImageType == IMAGE_MONO)
+    p.PaperColour = static_cast<COLORREF>(FindPaletteColour(40, 90, 200, palette, 1 << bits));
+  else p.PaperColour = RGB(40, 90, 200);
+  p.BeforeImage = &image;
+  srand(7);
+  HDIB out = filtertype[f].function(image, &p);
+  if (mask) *mask = std::move(p.NewMask);
+  return out;
+}
+
 void RunFilters(const std::string& kind, const HDIB& image, Outputs& out) {
   for (int f = 0; f < FILTER_COUNT; ++f) {
     int type = GetImageType(image);
@@ -84,21 +103,10 @@ void RunFilters(const std::string& kind, const HDIB& image, Outputs& out) {
         runs.push_back({std::string(*field) + "=" + std::to_string(v), s->field, v});
     }
     for (const Run& run : runs) {
-      FILTERPARAM p;
-      RestoreFilterDefaults(&p);
-      if (run.field) p.*(run.field) = run.value;
-      p.ImageType = type;
-      BYTE palette[768];
-      int bits = 0;
-      GetBitmapDimensions(image, &p.BeforeWidth, &p.BeforeDepth, &bits, palette);
-      if (type == IMAGE_PALETTED || type == IMAGE_MONO)
-        p.PaperColour = static_cast<COLORREF>(FindPaletteColour(40, 90, 200, palette, 1 << bits));
-      else p.PaperColour = RGB(40, 90, 200);
-      p.BeforeImage = &image;
-      srand(7);
       const std::string name = kind + " " + filtertype[f].name + " " + run.label;
-      out[name] = Digest(filtertype[f].function(image, &p));
-      if (p.NewMask) out[name + " mask"] = Digest(p.NewMask);
+      HDIB mask;
+      out[name] = Digest(ApplyFilter(image, f, run.field, run.value, &mask));
+      if (mask) out[name + " mask"] = Digest(mask);
     }
   }
 }
@@ -150,6 +158,18 @@ Outputs RunAll() {
   out["even resize 50"] = Digest(ResizeDib(even, 50));
   HDIB largeGrey = ConvertToGrey(large);
   RunCodecs("large grey", largeGrey, out);
+  // Freed blocks of a megabyte and more are handed out again: each result is
+  // first made, filled with ones and freed, and the one digested is made in
+  // that used block (rows with padding).
+  HDIB big = Picture(1027, 1031, 24, 8);
+  auto afterUse = [](auto make) {
+    if (HDIB used = make()) std::memset(used->data(), 0xFF, used->size());
+    return Digest(make());
+  };
+  out["big grey"] = afterUse([&] { return ConvertToGrey(big); });
+  out["big truecolour"] = afterUse([&] { return ConvertToTrueColour(big); });
+  for (const char* name : {"Invert Colours", "Solarize"})
+    out[std::string("big ") + name] = afterUse([&] { return ApplyFilter(big, FindFilterType(name)); });
   return out;
 }
 

@@ -148,7 +148,9 @@ TEST_F(FilterDialogTest, EachFilterShowsOnlyItsControls) {
       std::set<int> own;
       for (const int* id = filtertype[f].controls; *id; ++id) {
         own.insert(*id);
-        if (*id < 10000) EXPECT_TRUE(box.control(*id)) << *id;
+        if (*id < 10000) {
+          EXPECT_TRUE(box.control(*id)) << *id;
+        }
       }
       for (QWidget* w : numbered)
         EXPECT_EQ(w->isHidden(), !own.count(w->objectName().toInt()))
