@@ -102,69 +102,105 @@ void RotateLerp(const int* __restrict A, const int* __restrict B, const int* __r
 #pragma GCC diagnostic push
 // GCC's own headers start some conversions from an undefined vector.
 #pragma GCC diagnostic ignored "-Wuninitialized"
-// RotatePositions and the reading of the four neighbours for 24-bit pixels,
-// eight samples a step: the same double operations lane by lane, and gathers
-// of the neighbours' bytes. Pixel ix + 1's bytes are read as the top three of
-// the word at its second byte, so that no read passes the row's end.
-__attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) void RotateSamples24Wide(const RotateFrame& f, double Y,
-                                                                                       int x0, double* fx, double* fy,
-                                                                                       BYTE* kind,
-                                                                                       int (*q)[3][kRotateChunk]) {
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+// The whole row for 24-bit pixels, sixteen samples a step: RotatePositions'
+// and RotateLerp's very operations lane by lane, kept in registers, with the
+// bytes and mask nibbles stored straight from them. Pixel ix + 1's bytes are
+// read as the top three of the word at its second byte, so that no read
+// passes the row's end; for the first pixel of stored row 0 that word starts
+// in the header, which lies in the same block.
+__attribute__((target("avx512f,avx512dq,avx512vl,avx512bw,bmi2"))) void RotateRow24Fused(const RotateFrame& f, double Y,
+                                                                                         int nw, BYTE* D, BYTE* M) {
   const __m512d hw = _mm512_set1_pd(f.hw), c = _mm512_set1_pd(f.c), sn = _mm512_set1_pd(f.sn);
   const __m512d ysn = _mm512_set1_pd(Y * f.sn), hhyc = _mm512_set1_pd(f.hh + Y * f.c);
   const __m512d left = _mm512_set1_pd(-2.0), right = _mm512_set1_pd(f.w + 1.0), top = _mm512_set1_pd(f.h + 1.0);
+  const __m512d half = _mm512_set1_pd(0.5);
   const __m256i w = _mm256_set1_epi32(f.w), h = _mm256_set1_epi32(f.h), one = _mm256_set1_epi32(1);
   const __m256i zero = _mm256_setzero_si256(), lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
   const __m512i stride = _mm512_set1_epi64(static_cast<long long>(f.stride));
   const long long bgWord = f.background[0] | f.background[1] << 8 | f.background[2] << 16;
   const __m512i bgPair = _mm512_set1_epi64(bgWord << 16 | bgWord << 40);
   const __m256i byte = _mm256_set1_epi32(255);
-  for (int k = 0; k < kRotateChunk; k += 8) {
-    const __m512d X = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(x0 + k - f.hnw), lanes));
-    const __m512d sx = _mm512_sub_pd(_mm512_add_pd(hw, _mm512_mul_pd(X, c)), ysn);
-    const __m512d sy = _mm512_add_pd(hhyc, _mm512_mul_pd(X, sn));
-    const __mmask8 near = _mm512_cmp_pd_mask(sx, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sx, right, _CMP_LT_OQ) &
-                          _mm512_cmp_pd_mask(sy, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sy, top, _CMP_LT_OQ);
-    const __m256i a = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sx));
-    const __m256i b = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sy));
-    const __mmask8 in = near & _mm256_cmpge_epi32_mask(a, zero) & _mm256_cmplt_epi32_mask(a, w) &
-                        _mm256_cmpge_epi32_mask(b, zero) & _mm256_cmplt_epi32_mask(b, h);
-    const __mmask8 four = in & _mm256_cmplt_epi32_mask(_mm256_add_epi32(a, one), w) &
-                          _mm256_cmplt_epi32_mask(_mm256_add_epi32(b, one), h);
-    _mm512_storeu_pd(fx + k, _mm512_sub_pd(sx, _mm512_cvtepi32_pd(a)));
-    _mm512_storeu_pd(fy + k, _mm512_sub_pd(sy, _mm512_cvtepi32_pd(b)));
-    // Byte offset of pixel (a, b): stored rows run bottom up.
-    const __m512i row = _mm512_cvtepi32_epi64(_mm256_sub_epi32(_mm256_sub_epi32(h, one), b));
-    const __m512i at = _mm512_add_epi64(_mm512_mullo_epi64(row, stride),
-                                        _mm512_cvtepi32_epi64(_mm256_mullo_epi32(a, _mm256_set1_epi32(3))));
-    // The eight bytes from two before pixel (a, b) hold it and pixel a + 1 in
-    // their top six; the two before the first pixel still lie in the block
-    // (the header comes first), and no read passes pixel a + 1.
-    const __m512i two = _mm512_set1_epi64(2);
-    const __m512i top = _mm512_mask_i64gather_epi64(bgPair, four, _mm512_sub_epi64(at, two), f.bits, 1);
-    const __m512i bottom =
-        _mm512_mask_i64gather_epi64(bgPair, four, _mm512_sub_epi64(_mm512_sub_epi64(at, stride), two), f.bits, 1);
-    const __m256i A = _mm512_cvtepi64_epi32(_mm512_srli_epi64(top, 16));
-    const __m256i B = _mm512_cvtepi64_epi32(_mm512_srli_epi64(top, 40));
-    const __m256i C = _mm512_cvtepi64_epi32(_mm512_srli_epi64(bottom, 16));
-    const __m256i D = _mm512_cvtepi64_epi32(_mm512_srli_epi64(bottom, 40));
-    const __m256i words[4] = {A, B, C, D};
-    for (int n = 0; n < 4; ++n)
-      for (int ch = 0; ch < 3; ++ch)
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(&q[n][ch][k]),
-                            _mm256_and_si256(_mm256_srli_epi32(words[n], 8 * ch), byte));
-    alignas(32) int ia[8], ib[8];
-    _mm256_store_si256(reinterpret_cast<__m256i*>(ia), a);
-    _mm256_store_si256(reinterpret_cast<__m256i*>(ib), b);
-    for (int l = 0; l < 8; ++l) {
-      const unsigned bit = 1u << l;
-      kind[k + l] = (four & bit) ? kFour : (in & bit) ? kRepeated : kBackground;
-      if (kind[k + l] != kRepeated) continue;
-      // At the last column or row: the one pixel for all four.
-      const BYTE* p =
-          f.bits + f.stride * static_cast<std::size_t>(f.h - 1 - ib[l]) + static_cast<std::size_t>(ia[l]) * 3;
-      for (int ch = 0; ch < 3; ++ch) q[0][ch][k + l] = q[1][ch][k + l] = q[2][ch][k + l] = q[3][ch][k + l] = p[ch];
+  const __m512i five = _mm512_set1_epi64(5);
+  // Rows 0 and 1 from their first byte: there is a second row whenever a
+  // sample has four neighbours, and a row holds at least eight bytes then.
+  const __m512i safe = _mm512_set1_epi64(static_cast<long long>(f.stride) + 2);
+  // Four pixel words of each 128-bit lane to its first twelve bytes.
+  const __m512i pack = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+  for (int x0 = 0; x0 < nw; x0 += 16) {
+    __m256i px[2];
+    unsigned inBits = 0;
+    for (int part = 0; part < 2; ++part) {
+      const __m512d X = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(x0 + 8 * part - f.hnw), lanes));
+      const __m512d sx = _mm512_sub_pd(_mm512_add_pd(hw, _mm512_mul_pd(X, c)), ysn);
+      const __m512d sy = _mm512_add_pd(hhyc, _mm512_mul_pd(X, sn));
+      const __mmask8 near = _mm512_cmp_pd_mask(sx, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sx, right, _CMP_LT_OQ) &
+                            _mm512_cmp_pd_mask(sy, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sy, top, _CMP_LT_OQ);
+      const __m256i a = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sx));
+      const __m256i b = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sy));
+      const __mmask8 in = near & _mm256_cmpge_epi32_mask(a, zero) & _mm256_cmplt_epi32_mask(a, w) &
+                          _mm256_cmpge_epi32_mask(b, zero) & _mm256_cmplt_epi32_mask(b, h);
+      const __mmask8 four = in & _mm256_cmplt_epi32_mask(_mm256_add_epi32(a, one), w) &
+                            _mm256_cmplt_epi32_mask(_mm256_add_epi32(b, one), h);
+      const __m512d fx = _mm512_sub_pd(sx, _mm512_cvtepi32_pd(a));
+      const __m512d fy = _mm512_sub_pd(sy, _mm512_cvtepi32_pd(b));
+      const __m512i row = _mm512_cvtepi32_epi64(_mm256_sub_epi32(_mm256_sub_epi32(h, one), b));
+      const __m512i at = _mm512_add_epi64(_mm512_mullo_epi64(row, stride),
+                                          _mm512_cvtepi32_epi64(_mm256_mullo_epi32(a, _mm256_set1_epi32(3))));
+      // Loads one by one: the gather instruction is slower here. Samples
+      // without four neighbours read a safe word and take the background.
+      alignas(64) long long where[8];
+      _mm512_store_si512(where, _mm512_mask_mov_epi64(safe, four, at));
+      long long up[8], down[8];
+      for (int l = 0; l < 8; ++l) {
+        std::memcpy(&up[l], f.bits + where[l] - 2, 8);
+        std::memcpy(&down[l], f.bits + where[l] - 2 - f.stride, 8);
+      }
+      const __m512i above = _mm512_mask_mov_epi64(bgPair, four, _mm512_loadu_si512(up));
+      const __m512i below = _mm512_mask_mov_epi64(bgPair, four, _mm512_loadu_si512(down));
+      __m256i q[4] = {
+          _mm512_cvtepi64_epi32(_mm512_srli_epi64(above, 16)), _mm512_cvtepi64_epi32(_mm512_srli_epi64(above, 40)),
+          _mm512_cvtepi64_epi32(_mm512_srli_epi64(below, 16)), _mm512_cvtepi64_epi32(_mm512_srli_epi64(below, 40))};
+      // At the last column or row: the one pixel for all four, read as the top
+      // three bytes of the word ending with it.
+      const __mmask8 repeated = in & ~four;
+      if (repeated) {
+        const __m512i word =
+            _mm512_mask_i64gather_epi64(_mm512_setzero_si512(), repeated, _mm512_sub_epi64(at, five), f.bits, 1);
+        const __m256i p = _mm512_cvtepi64_epi32(_mm512_srli_epi64(word, 40));
+        for (auto& v : q) v = _mm256_mask_mov_epi32(v, repeated, p);
+      }
+      __m256i out = zero;
+      for (int ch = 0; ch < 3; ++ch) {
+        __m512d s[4];
+        for (int n = 0; n < 4; ++n) s[n] = _mm512_cvtepi32_pd(_mm256_and_si256(_mm256_srli_epi32(q[n], 8 * ch), byte));
+        const __m512d upper = _mm512_add_pd(s[0], _mm512_mul_pd(_mm512_sub_pd(s[1], s[0]), fx));
+        const __m512d lower = _mm512_add_pd(s[2], _mm512_mul_pd(_mm512_sub_pd(s[3], s[2]), fx));
+        const __m512d v = _mm512_add_pd(_mm512_add_pd(half, upper), _mm512_mul_pd(_mm512_sub_pd(lower, upper), fy));
+        out = _mm256_or_si256(out, _mm256_slli_epi32(_mm256_and_si256(_mm512_cvttpd_epi32(v), byte), 8 * ch));
+      }
+      px[part] = out;
+      inBits |= static_cast<unsigned>(in) << (8 * part);
     }
+    const __m512i packed = _mm512_shuffle_epi8(_mm512_inserti64x4(_mm512_castsi256_si512(px[0]), px[1], 1), pack);
+    const int n = std::min(16, nw - x0);
+    BYTE* d = D + 3 * static_cast<std::size_t>(x0);
+    if (n == 16) {
+      _mm_mask_storeu_epi8(d, 0xfff, _mm512_castsi512_si128(packed));
+      _mm_mask_storeu_epi8(d + 12, 0xfff, _mm512_extracti32x4_epi32(packed, 1));
+      _mm_mask_storeu_epi8(d + 24, 0xfff, _mm512_extracti32x4_epi32(packed, 2));
+      _mm_mask_storeu_epi8(d + 36, 0xfff, _mm512_extracti32x4_epi32(packed, 3));
+    } else {
+      alignas(64) BYTE t[64];
+      _mm512_store_si512(t, packed);
+      for (int k = 0; k < n; ++k) std::memcpy(d + 3 * k, t + 16 * (k / 4) + 3 * (k % 4), 3);
+      inBits &= (1u << n) - 1;
+    }
+    // Pixel 2j's flag to bit 4 of byte j, pixel 2j + 1's to bit 0.
+    const unsigned swapped = ((inBits & 0x5555u) << 1) | ((inBits >> 1) & 0x5555u);
+    const std::uint64_t nibbles = _pdep_u64(swapped, 0x1111111111111111ull);
+    BYTE* m = M + (x0 >> 1);
+    for (int j = 0; j < (n + 1) / 2; ++j) m[j] |= static_cast<BYTE>(nibbles >> (8 * j));
   }
 }
 
@@ -172,7 +208,8 @@ __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) void RotateSamples
 
 bool RotateWideAvailable() {
   static const bool have = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-                           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw");
+                           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw") &&
+                           __builtin_cpu_supports("bmi2");
   return have && VectorUnit() >= 2;
 }
 #else
@@ -185,16 +222,13 @@ void RotateRowQuick(const RotateFrame& f, int y, int nw, BYTE* D, BYTE* M) {
   alignas(64) double fx[kRotateChunk], fy[kRotateChunk];
   alignas(64) int ix[kRotateChunk], iy[kRotateChunk], q[4][3][kRotateChunk], v[3][kRotateChunk];
   BYTE kind[kRotateChunk];
-  const bool wide = ch == 3 && RotateWideAvailable();
+#if defined(__GNUC__) && defined(__x86_64__)
+  if (ch == 3 && RotateWideAvailable()) return RotateRow24Fused(f, Y, nw, D, M);
+#endif
   for (int x0 = 0; x0 < nw; x0 += kRotateChunk) {
     const int n = std::min(kRotateChunk, nw - x0);
-#if defined(__GNUC__) && defined(__x86_64__)
-    if (wide) {
-      RotateSamples24Wide(f, Y, x0, fx, fy, kind, q);
-    } else
-#endif
-      RotatePositions(f, Y, x0, ix, iy, fx, fy, kind);
-    for (int k = 0; k < kRotateChunk && !wide; ++k) {
+    RotatePositions(f, Y, x0, ix, iy, fx, fy, kind);
+    for (int k = 0; k < kRotateChunk; ++k) {
       if (kind[k] == kBackground) {
         for (int b = 0; b < ch; ++b) q[0][b][k] = q[1][b][k] = q[2][b][k] = q[3][b][k] = f.background[b];
         continue;

@@ -154,9 +154,20 @@ struct UpStep {
 // that any sensible percentage makes; long ones divide.
 constexpr int kTabledSegment = 64;
 
+// Sixteen output pixels of a row across whose every byte is its left sample,
+// its right one, or the sum of their halves (a term k * v / n with k of 0, n
+// or n / 2 is 0, v or v >> 1), all from one 64-byte window of the source row.
+struct UpChunk {
+  int start = -1;  // the window's first source byte; -1 when the chunk is not of that kind
+  std::uint64_t full[2] = {}, half[2] = {}, touched = 0;  // per output byte, left then right
+  BYTE index[2][64] = {};                                 // left and right samples in the window
+};
+
 struct UpPlan {
   std::vector<UpStep> steps;
   std::vector<BYTE> tables;
+  std::vector<UpChunk> chunks;  // empty: no chunk form
+  std::size_t sourceBytes = 0;
 };
 
 UpPlan PlanScaleUp(int length, int newLength, int percentage, bool copyLast) {
@@ -229,9 +240,10 @@ namespace {
 // One row of the interpolating scale-up across: nw pixels of ch bytes (the
 // channel count fixed at compile time, so that the channel loop unrolls).
 template <int ch>
-void UpAcrossRowOf(const UpPlan& up, int nw, const BYTE* S, BYTE* D) {
+void UpAcrossRowOf(const UpPlan& up, int x0, int x1, const BYTE* S, BYTE* D) {
   const BYTE* tables = up.tables.data();
-  for (int x = 0; x < nw; ++x, D += ch) {
+  D += static_cast<std::size_t>(x0) * ch;
+  for (int x = x0; x < x1; ++x, D += ch) {
     const UpStep& p = up.steps[static_cast<std::size_t>(x)];
     if (p.n == 0) {
       std::memcpy(D, S + static_cast<std::size_t>(p.a) * ch, static_cast<std::size_t>(ch));
@@ -247,10 +259,89 @@ void UpAcrossRowOf(const UpPlan& up, int nw, const BYTE* S, BYTE* D) {
   }
 }
 
+void UpAcrossPixels(const UpPlan& up, int ch, int x0, int x1, const BYTE* S, BYTE* D) {
+  if (ch == 3) UpAcrossRowOf<3>(up, x0, x1, S, D);
+  else if (ch == 1) UpAcrossRowOf<1>(up, x0, x1, S, D);
+  else UpAcrossRowOf<4>(up, x0, x1, S, D);
+}
+
+constexpr int kUpChunk = 16;
+
+// The chunks of a row of w pixels of ch bytes, where the processor can permute
+// bytes; a chunk that does not fit stays with the per-pixel form.
+void PlanUpChunks(UpPlan& up, int ch, int w) {
+  if (!HalveQuarterAvailable()) return;
+  const int nw = static_cast<int>(up.steps.size());
+  up.sourceBytes = static_cast<std::size_t>(w) * ch;
+  up.chunks.resize(static_cast<std::size_t>((nw + kUpChunk - 1) / kUpChunk));
+  for (std::size_t k = 0; k < up.chunks.size(); ++k) {
+    UpChunk& c = up.chunks[k];
+    const int x0 = static_cast<int>(k) * kUpChunk, x1 = std::min(nw, x0 + kUpChunk);
+    int lo = INT_MAX, hi = -1;
+    for (int x = x0; x < x1; ++x) {
+      const UpStep& p = up.steps[static_cast<std::size_t>(x)];
+      if (p.n < 0) continue;
+      lo = std::min(lo, p.a * ch);
+      hi = std::max(hi, (p.a + (p.n > 0 ? 2 : 1)) * ch - 1);
+    }
+    bool fits = hi < 0 || hi - lo < 64;
+    for (int x = x0; x < x1 && fits; ++x) {
+      const UpStep& p = up.steps[static_cast<std::size_t>(x)];
+      if (p.n < 0) continue;
+      // The two terms' multipliers: a copy is the left sample whole.
+      const int k2[2] = {p.n == 0 ? 1 : p.n - p.j - 1, p.n == 0 ? 0 : p.j + 1}, n = p.n == 0 ? 1 : p.n;
+      for (int b = 0; b < ch; ++b) {
+        const int i = (x - x0) * ch + b;
+        c.touched |= 1ull << i;
+        for (int t = 0; t < 2; ++t) {
+          c.index[t][i] = static_cast<BYTE>((p.a + (p.n > 0 ? t : 0)) * ch + b - lo);
+          if (k2[t] == n) c.full[t] |= 1ull << i;
+          else if (2 * k2[t] == n) c.half[t] |= 1ull << i;
+          else if (k2[t] != 0) fits = false;
+        }
+      }
+    }
+    c.start = fits ? std::max(lo, 0) : -1;
+    if (hi < 0) c.start = 0;
+  }
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+#pragma GCC diagnostic push
+// GCC's own headers start the permutes from an undefined vector.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+OCHREL_VBMI void UpAcrossRowWide(const UpPlan& up, int ch, int nw, const BYTE* S, BYTE* D) {
+  const __m512i low7 = _mm512_set1_epi8(0x7f);
+  for (std::size_t k = 0; k < up.chunks.size(); ++k) {
+    const UpChunk& c = up.chunks[k];
+    const int x0 = static_cast<int>(k) * kUpChunk;
+    if (c.start < 0) {
+      UpAcrossPixels(up, ch, x0, std::min(nw, x0 + kUpChunk), S, D);
+      continue;
+    }
+    // Only the row's own bytes are read.
+    const std::size_t left = up.sourceBytes - static_cast<std::size_t>(c.start);
+    const __m512i window = _mm512_maskz_loadu_epi8(left >= 64 ? ~0ull : (1ull << left) - 1, S + c.start);
+    const __m512i a = _mm512_permutexvar_epi8(_mm512_loadu_si512(c.index[0]), window);
+    const __m512i b = _mm512_permutexvar_epi8(_mm512_loadu_si512(c.index[1]), window);
+    __m512i u = _mm512_maskz_mov_epi8(c.full[0], a), v = _mm512_maskz_mov_epi8(c.full[1], b);
+    u = _mm512_mask_mov_epi8(u, c.half[0], _mm512_and_si512(_mm512_srli_epi16(a, 1), low7));
+    v = _mm512_mask_mov_epi8(v, c.half[1], _mm512_and_si512(_mm512_srli_epi16(b, 1), low7));
+    // The two terms never add up to more than the larger sample.
+    _mm512_mask_storeu_epi8(D + static_cast<std::size_t>(x0) * ch, c.touched, _mm512_add_epi8(u, v));
+  }
+}
+#pragma GCC diagnostic pop
+#endif
+
 void UpAcrossRow(const UpPlan& up, int ch, int nw, const BYTE* S, BYTE* D) {
-  if (ch == 3) UpAcrossRowOf<3>(up, nw, S, D);
-  else if (ch == 1) UpAcrossRowOf<1>(up, nw, S, D);
-  else UpAcrossRowOf<4>(up, nw, S, D);
+#if defined(__GNUC__) && defined(__x86_64__)
+  if (!up.chunks.empty()) {
+    UpAcrossRowWide(up, ch, nw, S, D);
+    return;
+  }
+#endif
+  UpAcrossPixels(up, ch, 0, nw, S, D);
 }
 
 #if defined(__GNUC__) && defined(__x86_64__)
@@ -274,6 +365,16 @@ OCHREL_VBMI void TwoTablesWide(const BYTE* ta, const BYTE* tb, const BYTE* A, co
                         _mm512_add_epi8(LookUp(a, _mm512_loadu_si512(A + i)), LookUp(b, _mm512_loadu_si512(B + i))));
   for (; i < n; ++i) D[i] = static_cast<BYTE>(ta[A[i]] + tb[B[i]]);
 }
+
+OCHREL_VBMI void HalvesWide(const BYTE* A, const BYTE* B, BYTE* D, int n) {
+  const __m512i low7 = _mm512_set1_epi8(0x7f);
+  for (int i = 0; i < n; i += 64) {
+    const __mmask64 m = n - i >= 64 ? ~0ull : (1ull << (n - i)) - 1;
+    const __m512i a = _mm512_and_si512(_mm512_srli_epi16(_mm512_maskz_loadu_epi8(m, A + i), 1), low7);
+    const __m512i b = _mm512_and_si512(_mm512_srli_epi16(_mm512_maskz_loadu_epi8(m, B + i), 1), low7);
+    _mm512_mask_storeu_epi8(D + i, m, _mm512_add_epi8(a, b));
+  }
+}
 #endif
 
 // D[i] = ta[A[i]] + tb[B[i]] (mod 256) over n bytes.
@@ -293,7 +394,13 @@ void UpDownRow(const UpPlan& up, const UpStep& p, int bits, int w, const BYTE* A
   const BYTE* tables = up.tables.data();
   if (bits == 8 || bits == 24) {
     const int n = w * (bits / 8);
-    if (p.table >= 0) {
+    if (p.table >= 0 && FastPaths() && p.j + 1 == p.n) {
+      std::memcpy(D, B, static_cast<std::size_t>(n));  // 0 * a / n + n * b / n
+#if defined(__GNUC__) && defined(__x86_64__)
+    } else if (p.table >= 0 && FastPaths() && 2 * (p.n - p.j - 1) == p.n && HalveQuarterAvailable()) {
+      HalvesWide(A, B, D, n);  // (a >> 1) + (b >> 1)
+#endif
+    } else if (p.table >= 0) {
       TwoTables(tables + p.table, tables + p.table + 256, A, B, D, n);
     } else {
       for (int i = 0; i < n; ++i) D[i] = static_cast<BYTE>(UpValue(p, A[i], B[i]));
@@ -317,7 +424,11 @@ HDIB ScaleUpHorizontal(const HDIB& image, int percentage) {
   if (!o) return nullptr;
   const int ch = s->biBitCount / 8;
   UpPlan up;
-  if (!Plan([&] { up = PlanScaleUp(w, nw, percentage, true); })) return nullptr;
+  if (!Plan([&] {
+        up = PlanScaleUp(w, nw, percentage, true);
+        if (FastPaths()) PlanUpChunks(up, ch, w);
+      }))
+    return nullptr;
   ParallelBands(h, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) UpAcrossRow(up, ch, nw, DibRow(s, y), DibRow(o, y));
   });
@@ -379,6 +490,7 @@ HDIB ScaleUp(const HDIB& image, int horizontal, int vertical) {
   UpPlan across, down;
   if (!Plan([&] {
         across = PlanScaleUp(w, nw, horizontal, true);
+        PlanUpChunks(across, ch, w);
         down = PlanScaleUp(h, nh, vertical, bits <= 8);
       }))
     return nullptr;

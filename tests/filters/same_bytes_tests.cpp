@@ -65,7 +65,7 @@ const Kind kKinds[] = {{"rgb", 731, 23, 24, 8}, {"rgbx", 97, 19, 32, 8}, {"grey"
 
 using Outputs = std::map<std::string, std::uint64_t>;
 
-HDIB ApplyFilter(const HDIB& image, int f, int FILTERPARAM::*field = nullptr, int value = 0) {
+HDIB ApplyFilter(const HDIB& image, int f, int FILTERPARAM::*field = nullptr, int value = 0, HDIB* mask = nullptr) {
   FILTERPARAM p;
   RestoreFilterDefaults(&p);
   if (field) p.*field = value;
@@ -78,7 +78,9 @@ HDIB ApplyFilter(const HDIB& image, int f, int FILTERPARAM::*field = nullptr, in
   else p.PaperColour = RGB(40, 90, 200);
   p.BeforeImage = &image;
   srand(7);
-  return filtertype[f].function(image, &p);
+  HDIB out = filtertype[f].function(image, &p);
+  if (mask) *mask = std::move(p.NewMask);
+  return out;
 }
 
 void RunFilters(const std::string& kind, const HDIB& image, Outputs& out) {
@@ -100,8 +102,12 @@ void RunFilters(const std::string& kind, const HDIB& image, Outputs& out) {
       for (int v = s->minimum; v <= hi; v = hi - s->minimum <= 4 || v == hi ? v + 1 : hi)
         runs.push_back({std::string(*field) + "=" + std::to_string(v), s->field, v});
     }
-    for (const Run& run : runs)
-      out[kind + " " + filtertype[f].name + " " + run.label] = Digest(ApplyFilter(image, f, run.field, run.value));
+    for (const Run& run : runs) {
+      const std::string name = kind + " " + filtertype[f].name + " " + run.label;
+      HDIB mask;
+      out[name] = Digest(ApplyFilter(image, f, run.field, run.value, &mask));
+      if (mask) out[name + " mask"] = Digest(mask);
+    }
   }
 }
 
