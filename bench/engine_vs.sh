@@ -5,7 +5,8 @@
 # runs. Ours is timed in process (engine_time.cpp, built here against the
 # engine library next to ochrel-cli), as the Python peers are; with BENCH_OURS=cli
 # it is instead ochrel-cli reading and writing BMP less a plain BMP copy. vips
-# is its command less its own copy of the picture.
+# is timed in process through its introspection binding, less its own copy of
+# the picture (or, without the binding, its command less its command's copy).
 # Usage: bench/engine_vs.sh [path/to/ochrel-cli] [RUNS]
 # Needs the packages in scripts/bench-packages.txt.
 set -u
@@ -19,7 +20,6 @@ trap 'rm -rf "$WORK"' EXIT
 export OCHREL_CONFIG_DIR=$WORK/config OCHREL_DATA_DIR=$WORK/data
 
 "$PY" "$HERE/engine_vs.py" picture "$WORK/in.bmp"
-[ -n "$VIPS" ] && "$VIPS" copy "$WORK/in.bmp" "$WORK/in.v"
 
 least() {  # least wall time in ms of RUNS runs of a command; "fail" if it fails
   local best="" t0 t1 ms
@@ -119,8 +119,16 @@ offer() {  # row name, peer, tenths of a millisecond: keep the fastest peer
   local name=$1 who=$2 t=$3
   if [ -z "${PEER[$name]:-}" ] || [ "$t" -lt "${PEER[$name]}" ]; then PEER[$name]=$t; PEERNAME[$name]=$who; fi
 }
-if [ -n "$VIPS" ]; then
+"$PY" "$HERE/engine_vs.py" peers "$WORK/in.bmp" "$RUNS" > "$WORK/peers.txt"
+while IFS=$'\t' read -r name who ms; do
+  t=$(printf '%.0f' "$(echo "$ms * 10" | bc)")
+  if [ "$name" = "(vips copy)" ]; then vbase=$t; vhow="vips in process"; else offer "$name" "$who" "$t"; fi
+done < "$WORK/peers.txt"
+# Without the introspection binding, vips is timed by its command instead.
+if [ -n "$VIPS" ] && [ -z "${vbase:-}" ]; then
+  vhow="vips command"
   V="$WORK/in.v"; O="$WORK/o.v"
+  "$VIPS" copy "$WORK/in.bmp" "$V"
   vbase=$(least "$VIPS" copy "$V" "$O")
   printf '3 3 1 0\n-1 -1 0\n-1 0 1\n0 1 1\n' > "$WORK/emb.mat"
   printf '3 3 1 0\n-1 -1 -1\n-1 9 -1\n-1 -1 -1\n' > "$WORK/shp.mat"
@@ -137,9 +145,6 @@ if [ -n "$VIPS" ]; then
   vrow "Resize 173 %" resize "$V" "$O" 1.73
   vrow "Gaussian Blur sigma 5" gaussblur "$V" "$O" 5
 fi
-while IFS=$'\t' read -r name who ms; do
-  offer "$name" "$who" "$(printf '%.0f' "$(echo "$ms * 10" | bc)")"
-done < <("$PY" "$HERE/engine_vs.py" peers "$WORK/in.bmp" "$RUNS")
 
 ms() { [ "$1" = fail ] && { echo fail; return; }; printf '%d.%d' $(( $1 / 10 )) $(( ($1 < 0 ? -$1 : $1) % 10 )); }
 printf '| %-36s | %8s | %-18s | %5s |\n' operation ours "fastest peer" ratio
@@ -153,4 +158,4 @@ for name in "${ORDER[@]}"; do
   printf '| %-36s | %8s | %-18s | %5s |\n' "$name" "$(ms "$o")" "$peer" "$ratio"
 done
 if [ "${BENCH_OURS:-}" = cli ]; then how="ours through ochrel-cli less its BMP copy of $(ms "$base") ms"; else how="ours in process"; fi
-echo "(ms; $how; vips less its own copy of $(ms "${vbase:-0}") ms; least of $RUNS runs; load average at the end: $(cut -d' ' -f1-3 /proc/loadavg))"
+echo "(ms; $how; ${vhow:-vips} less its own copy of $(ms "${vbase:-0}") ms; least of $RUNS runs; load average at the end: $(cut -d' ' -f1-3 /proc/loadavg))"
