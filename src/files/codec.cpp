@@ -67,6 +67,24 @@ bool VectorSink::Write(const void* data, std::size_t size) {
   return true;
 }
 
+void VectorSink::Expect(std::size_t size) {
+  try {
+    bytes.reserve(bytes.size() + size);
+  } catch (const std::exception&) {
+    // Growing as it goes still works.
+  }
+}
+
+std::uint8_t* VectorSink::Extend(std::size_t size) {
+  try {
+    const std::size_t at = bytes.size();
+    bytes.resize(at + size);
+    return bytes.data() + at;
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
 bool FileSink::Write(const void* data, std::size_t size) {
   if (failed_) return false;
   if (buffer_.size() + size > kBuffer) {

@@ -7,8 +7,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "image/dib.h"
@@ -63,12 +65,43 @@ class ByteSink {
   virtual ~ByteSink() = default;
   virtual bool Write(const void* data, std::size_t size) = 0;
   bool Put(std::uint8_t b) { return Write(&b, 1); }
+  // A writer that knows roughly how much it will write says so first, at
+  // most `size` bytes in all; a sink may make room once instead of growing.
+  virtual void Expect(std::size_t /*size*/) {}
+
+  // Appends `size` bytes that the caller then fills in whole, from any
+  // thread; nullptr when the sink can't (the caller writes instead).
+  virtual std::uint8_t* Extend(std::size_t /*size*/) { return nullptr; }
 };
+
+// Bytes that are not cleared when added: an encoder fills them at once.
+template <class T>
+struct UnclearedAllocator : std::allocator<T> {
+  template <class U>
+  struct rebind {
+    using other = UnclearedAllocator<U>;
+  };
+  UnclearedAllocator() = default;
+  template <class U>
+  UnclearedAllocator(const UnclearedAllocator<U>&) noexcept {}
+  template <class U>
+  void construct(U* p) noexcept {
+    ::new (static_cast<void*>(p)) U;
+  }
+  template <class U, class... A>
+  void construct(U* p, A&&... a) {
+    ::new (static_cast<void*>(p)) U(std::forward<A>(a)...);
+  }
+};
+using ByteVector = std::vector<std::uint8_t, UnclearedAllocator<std::uint8_t>>;
 
 class VectorSink final : public ByteSink {
  public:
   bool Write(const void* data, std::size_t size) override;
-  std::vector<std::uint8_t> bytes;
+  // Room is only reserved: pages never written cost nothing.
+  void Expect(std::size_t size) override;
+  std::uint8_t* Extend(std::size_t size) override;
+  ByteVector bytes;
 };
 
 // Buffered writes to an open stdio file; remembers the first failure.

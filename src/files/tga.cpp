@@ -308,6 +308,8 @@ bool TgaEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
     if (!out.Write(map.data(), map.size())) return false;
   }
   const int size = bits == 24 ? 3 : 1;
+  // A row codes to at most a packet head per pixel more than its bytes.
+  out.Expect(static_cast<std::size_t>(h) * (static_cast<std::size_t>(w) * (size + 1) + 1));
   std::vector<std::uint8_t> wide(bits < 8 ? static_cast<std::size_t>(w) : 0), coded;
   coded.reserve(static_cast<std::size_t>(w) * size * 2 + 16);
   if (FastPaths() && bits >= 8 && h >= 64) {
@@ -345,6 +347,18 @@ bool TgaEncode(const BITMAPINFOHEADER* image, ByteSink& out) {
       });
       if (writer.thread.joinable()) writer.thread.join();
       if (failed) return false;
+      // Into memory the groups are copied in place on the cores, which also
+      // share the cost of the fresh pages.
+      std::size_t total = 0;
+      for (int g = 0; g < count; ++g) total += set[g].size;
+      if (std::uint8_t* at = out.Extend(total)) {
+        std::size_t offsets[kGroups + 1] = {};
+        for (int g = 0; g < count; ++g) offsets[g + 1] = offsets[g] + set[g].size;
+        ParallelBands(count, 1, [&](int g0, int g1) {
+          for (int g = g0; g < g1; ++g) std::memcpy(at + offsets[g], set[g].data.get(), set[g].size);
+        });
+        continue;
+      }
       writer.thread = std::thread([&out, &failed, set, count] {
         for (int g = 0; g < count && !failed; ++g) failed = !out.Write(set[g].data.get(), set[g].size);
       });

@@ -48,10 +48,12 @@ inline int MaxChannelDifference(const std::vector<std::uint32_t>& a, const std::
   return worst;
 }
 
+inline std::vector<std::uint8_t> Bytes(const VectorSink& sink) { return {sink.bytes.begin(), sink.bytes.end()}; }
+
 inline std::vector<std::uint8_t> Encoded(bool (*encode)(const BITMAPINFOHEADER*, ByteSink&), const HDIB& dib) {
   VectorSink sink;
   if (!encode(LockDib(dib), sink)) return {};
-  return sink.bytes;
+  return Bytes(sink);
 }
 
 }  // namespace ochrel::test

@@ -181,8 +181,8 @@ TEST(ImageProc, JpegQualityHoldsOnShortPathsOnly) {
   VectorSink q75, q5;
   ASSERT_TRUE(JpgEncode(LockDib(pic), 75, q75));
   ASSERT_TRUE(JpgEncode(LockDib(pic), 5, q5));
-  EXPECT_EQ(ReadBytes(longPath), q75.bytes);
-  EXPECT_EQ(ReadBytes(shortPath), q5.bytes);
+  EXPECT_EQ(ReadBytes(longPath), test::Bytes(q75));
+  EXPECT_EQ(ReadBytes(shortPath), test::Bytes(q5));
   // The writer strips the suffix: no file named with it appears.
   EXPECT_FALSE(fs::exists(shortPath + "/Q:5"));
 }
