@@ -1,5 +1,6 @@
 #include "image/resample.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cmath>
@@ -86,11 +87,39 @@ OCHREL_VBMI void HalveQuarter24Wide(const BYTE* r1, const BYTE* r2, BYTE* d, int
     rightIndex[j] = static_cast<BYTE>(j < 48 ? (j / 3) * 6 + j % 3 + 3 : 0);
   }
   const __m512i left = _mm512_load_si512(leftIndex), right = _mm512_load_si512(rightIndex);
+  auto sixteen = [&](int x) __attribute__((target("avx512f,avx512bw,avx512vbmi"))) {
+    return MeanBytes(MeanPairs(r1 + 6 * x, left, right), MeanPairs(r2 + 6 * x, left, right));
+  };
+  // Up to the first pixel whose bytes start a cache line (3 x = -d mod 64;
+  // 43 is the inverse of 3 mod 64), then 64 pixels as three whole lines
+  // streamed past the cache: the output is not read back here, and a line
+  // written whole needs no read first.
+  const int head = static_cast<int>((0u - reinterpret_cast<std::uintptr_t>(d)) * 43u & 63u);
   int x = 0;
-  for (; x + 16 <= nw; x += 16) {
-    const __m512i top = MeanPairs(r1 + 6 * x, left, right), bottom = MeanPairs(r2 + 6 * x, left, right);
-    _mm512_mask_storeu_epi8(d + 3 * x, 0xFFFFFFFFFFFFull, MeanBytes(top, bottom));
+  for (; x + 16 <= nw && (x + 16 <= head || x + 64 > nw); x += 16)
+    _mm512_mask_storeu_epi8(d + 3 * x, 0xFFFFFFFFFFFFull, sixteen(x));
+  if (x < head) {
+    HalveQuarter24Plain(r1, r2, d, x, std::min(head, nw));
+    x = std::min(head, nw);
   }
+  alignas(64) BYTE join[3][64];
+  for (int j = 0; j < 64; ++j) {  // byte j of line k from the 48-byte results a, b (b offset 64)
+    join[0][j] = static_cast<BYTE>(j < 48 ? j : 64 + j - 48);
+    join[1][j] = static_cast<BYTE>(j < 32 ? 16 + j : 64 + j - 32);
+    join[2][j] = static_cast<BYTE>(j < 16 ? 32 + j : 64 + j - 16);
+  }
+  const __m512i j0 = _mm512_load_si512(join[0]), j1 = _mm512_load_si512(join[1]), j2 = _mm512_load_si512(join[2]);
+  bool streamed = false;
+  for (; x + 64 <= nw; x += 64) {
+    const __m512i a = sixteen(x), b = sixteen(x + 16), c = sixteen(x + 32), e = sixteen(x + 48);
+    __m512i* line = reinterpret_cast<__m512i*>(d + 3 * x);
+    _mm512_stream_si512(line, _mm512_permutex2var_epi8(a, j0, b));
+    _mm512_stream_si512(line + 1, _mm512_permutex2var_epi8(b, j1, c));
+    _mm512_stream_si512(line + 2, _mm512_permutex2var_epi8(c, j2, e));
+    streamed = true;
+  }
+  if (streamed) _mm_sfence();
+  for (; x + 16 <= nw; x += 16) _mm512_mask_storeu_epi8(d + 3 * x, 0xFFFFFFFFFFFFull, sixteen(x));
   HalveQuarter24Plain(r1, r2, d, x, nw);
 }
 #endif
@@ -680,9 +709,13 @@ HDIB ScaleDown(const HDIB& image, int horizontal, int vertical) {
   const int w = s->biWidth, h = s->biHeight, bits = s->biBitCount;
   const int nw = ScaledLength(w, horizontal), nh = ScaledLength(h, vertical);
   if (nw <= 0 || nh <= 0) return nullptr;
-  HDIB out = CreateDibLike(s, nw, nh);
+  BYTE palette[768];
+  GetDibPalette(s, palette);
+  // Every row is written below, its padding cleared with it.
+  HDIB out = CreateDibUncleared(nw, nh, bits <= 8 ? palette : nullptr, bits);
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;
+  const std::size_t stride = DibStride(o);
   DownAcross across;
   std::vector<DownStep> plan;
   if (!across.Prepare(bits, w, nw, horizontal) || !Plan([&] { plan = PlanScaleDown(h, nh, vertical); })) return nullptr;
@@ -697,6 +730,7 @@ HDIB ScaleDown(const HDIB& image, int horizontal, int vertical) {
     std::vector<const BYTE*> rows;
     for (int y = y0; y < y1; ++y) {
       const DownStep& p = plan[static_cast<std::size_t>(y)];
+      std::memset(DibRow(o, y) + rowBytes, 0, stride - rowBytes);
       if (quarter && p.count == 2 && bits == 24) {
         HalveQuarter24(DibRow(s, p.start), DibRow(s, p.start + 1), DibRow(o, y), nw);
         continue;
