@@ -10,6 +10,7 @@
 #include <memory>
 #include <cstring>
 #include <new>
+#include <thread>
 #include <vector>
 
 #include "image/fastpath.h"
@@ -220,16 +221,15 @@ bool RemapWideAvailable() { return false; }
 // pushes from the row before it (in the order the plain loop makes them:
 // up[j] takes e(j - 1), then 5 e(j), then 3 e(j + 1)) are applied as each
 // pixel is read. Rows go two at a time, the second one pixel behind the
-// first, as two independent chains. False when memory runs out.
+// first, as two independent chains; pairs run on the cores, each behind the
+// one above. False when memory runs out.
 bool DiffuseMonoQuick(const BYTE* work, int w, int h, const BYTE table[256], int lowest, int highest,
                       BITMAPINFOHEADER* o) {
   const int threshold = (highest + lowest) >> 1;
   // step[value << 5 | (e + 16)]: bit 7 the output bit, bits 0-4 the new e + 16.
   std::vector<BYTE> step;
-  std::vector<int> before, after;  // the e of each pixel of the row before the pair, of the pair's second row
-  if (!Resize(step, 256 * 32) || !Resize(before, static_cast<std::size_t>(w)) ||
-      !Resize(after, static_cast<std::size_t>(w)))
-    return false;
+  std::vector<std::int8_t> before;  // zeros: the e above the first row
+  if (!Resize(step, 256 * 32) || !Resize(before, static_cast<std::size_t>(w))) return false;
   for (int value = 0; value < 256; ++value)
     for (int in = -16; in < 16; ++in) {
       const int v = table[Clamp255(value + 7 * in)];
@@ -250,52 +250,102 @@ bool DiffuseMonoQuick(const BYTE* work, int w, int h, const BYTE table[256], int
   auto flush = [w](unsigned bits, BYTE* orow) {
     if (w & 7) orow[w >> 3] = static_cast<BYTE>(bits << (8 - (w & 7)));
   };
-  // The first row has nothing pushed into it: pushes of 0 leave a byte alone.
-  const int* eUp = before.data();
-  for (int y = 0; y < h; y += 2) {
-    ReportProgress(y, h);
+  // Pairs of rows go to the cores as a wavefront: a pair reads the e of the
+  // row above it as the pair before it publishes them, a few pixels behind.
+  // Each pair's e are kept in its own slot of a ring, and its progress in its
+  // own counter, so that the order of the arithmetic is the plain loop's.
+  const int pairs = (h + 1) / 2;
+  constexpr int kRing = 4, kPublish = 64;
+  std::vector<std::int8_t> ring;  // e is -16 to 15; bytes keep the lines passed between cores few
+  struct alignas(64) Published {  // a line of its own: each is written by one core, read by another
+    std::atomic<int> count{0};
+  };
+  std::unique_ptr<Published[]> published(new (std::nothrow) Published[static_cast<std::size_t>(pairs)]);
+  if (!published || !Resize(ring, static_cast<std::size_t>(kRing) * w)) return false;
+  std::atomic<int> nextPair{0};
+  std::atomic<bool> abandoned{false};
+  auto pair = [&](int p) {
+    const int y = 2 * p;
+    // The first row has nothing pushed into it: pushes of 0 leave a byte alone.
+    const std::int8_t* eUp = p == 0 ? before.data() : ring.data() + static_cast<std::size_t>((p - 1) % kRing) * w;
+    std::int8_t* eB = ring.data() + static_cast<std::size_t>(p % kRing) * w;
+    int ready = p == 0 ? w : 0;  // how many of eUp can be read
+    auto need = [&](int n) {     // waits until the first n of eUp are there
+      for (int spins = 0; ready < n; ++spins) {
+        ready = published[p - 1].count.load(std::memory_order_acquire);
+        if (ready >= n) break;
+        if (abandoned.load(std::memory_order_relaxed)) throw WorkStopped();
+        if (spins > 256) std::this_thread::yield();
+      }
+    };
     const BYTE* rowA = work + static_cast<std::size_t>(y) * w;
     BYTE* orowA = orowOf(y);
     unsigned inA = 16, inB = 16, bitsA = 0, bitsB = 0;  // nothing pushed into the first pixel
-    auto valueA = [&](int x) {
+    auto valueA = [rowA, eUp, w](int x) {
       int u = rowA[x];
       if (x >= 1) u = Clamp255(u + eUp[x - 1]);
       u = Clamp255(u + 5 * eUp[x]);
       if (x >= 1 && x + 1 < w) u = Clamp255(u + 3 * eUp[x + 1]);
       return u;
     };
+    need(std::min(w, 2));
     if (y + 1 == h) {
-      for (int x = 0; x < w; ++x) pixel(valueA(x), inA, bitsA, orowA, x);
+      for (int x0 = 0; x0 < w; x0 += kPublish) {
+        const int x1 = std::min(w, x0 + kPublish);
+        need(std::min(w, x1 + 1));
+        for (int x = x0; x < x1; ++x) pixel(valueA(x), inA, bitsA, orowA, x);
+      }
       flush(bitsA, orowA);
-      break;
+      return;
     }
     const BYTE* rowB = rowA + w;
     BYTE* orowB = orowOf(y + 1);
-    int* eB = after.data();
     // e of the first row's pixels x - 2, x - 1 and x, as the loop reaches x.
     int e2 = 0, e1 = 0, e0 = pixel(valueA(0), inA, bitsA, orowA, 0);
-    for (int x = 1; x < w; ++x) {
-      e2 = e1, e1 = e0;
-      e0 = pixel(valueA(x), inA, bitsA, orowA, x);
-      const int j = x - 1;  // the second row's pixel; j + 1 < w here
-      int u = rowB[j];
-      if (j >= 1) u = Clamp255(u + e2);
-      u = Clamp255(u + 5 * e1);
-      if (j >= 1) u = Clamp255(u + 3 * e0);
-      eB[j] = pixel(u, inB, bitsB, orowB, j);
+    for (int x0 = 1; x0 < w; x0 += kPublish) {
+      const int x1 = std::min(w, x0 + kPublish);
+      need(std::min(w, x1 + 1));
+      for (int x = x0; x < x1; ++x) {
+        e2 = e1, e1 = e0;
+        e0 = pixel(valueA(x), inA, bitsA, orowA, x);
+        const int j = x - 1;  // the second row's pixel; j + 1 < w here
+        int u = rowB[j];
+        if (j >= 1) u = Clamp255(u + e2);
+        u = Clamp255(u + 5 * e1);
+        if (j >= 1) u = Clamp255(u + 3 * e0);
+        eB[j] = static_cast<std::int8_t>(pixel(u, inB, bitsB, orowB, j));
+      }
+      published[p].count.store(x1 - 1, std::memory_order_release);
     }
     {
       const int j = w - 1;
       int u = rowB[j];
       if (j >= 1) u = Clamp255(u + e1);
       u = Clamp255(u + 5 * e0);
-      eB[j] = pixel(u, inB, bitsB, orowB, j);
+      eB[j] = static_cast<std::int8_t>(pixel(u, inB, bitsB, orowB, j));
     }
+    published[p].count.store(w, std::memory_order_release);
     flush(bitsA, orowA);
     flush(bitsB, orowB);
-    before.swap(after);
-    eUp = before.data();
-  }
+  };
+  // Pairs are claimed in order by running threads only, so the pair waited
+  // for is always being worked on; a thread that stops tells the others.
+  const ProgressContext caller = t_progress;
+  ParallelBands(std::min(HardwareThreads(), pairs), 1, [&](int, int) {
+    try {
+      for (int p; (p = nextPair.fetch_add(1)) < pairs;) {
+        {
+          ProgressContextScope report(caller);  // each pair counts, from whichever core
+          ReportProgress(2 * p, h);
+        }
+        pair(p);
+      }
+    } catch (...) {
+      abandoned = true;
+      nextPair = pairs;
+      throw;
+    }
+  });
   return true;
 }
 
