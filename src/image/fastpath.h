@@ -8,7 +8,7 @@
 // loader picking the one the processor has. Floating point stays separate
 // multiplies and adds (no contraction), so every copy gives the same bytes.
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__linux__) && \
-    !defined(__SANITIZE_ADDRESS__)
+    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define OCHREL_WIDE_VECTORS __attribute__((target_clones("arch=x86-64-v4", "arch=x86-64-v3", "default")))
 #else
 #define OCHREL_WIDE_VECTORS
