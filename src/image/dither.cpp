@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <cstring>
 #include <new>
@@ -135,10 +136,11 @@ OCHREL_VBMI inline __m512i LookUp(const __m512i t[4], __m512i index) {
   return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
 }
 
-// Luminance of a row of 24-bit pixels into `out`, 64 at a time, as the sum of
-// the three truncated terms from `terms` (red, green, blue tables); the least
+// The sums of three table terms (red, green, blue tables in `terms`) for a row
+// of 24-bit pixels into `out`, 64 at a time, as the luminance of the mono
+// diffusion and the cube remap use them; the sums must not pass 255. The least
 // and greatest value join *lowest and *highest. Returns how many it did.
-OCHREL_VBMI int LuminanceRowWide(const BYTE* p, int w, const BYTE terms[3][256], BYTE* out, int* lowest, int* highest) {
+OCHREL_VBMI int TermSumRowWide(const BYTE* p, int w, const BYTE terms[3][256], BYTE* out, int* lowest, int* highest) {
   __m512i t[3][4];
   for (int c = 0; c < 3; ++c)
     for (int k = 0; k < 4; ++k) t[c][k] = _mm512_loadu_si512(terms[c] + 64 * k);
@@ -334,7 +336,7 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
           int x = 0;
 #if defined(__GNUC__) && defined(__x86_64__)
           if (wideTerms) {
-            x = LuminanceRowWide(p, w, terms8, wr, &l, &m);
+            x = TermSumRowWide(p, w, terms8, wr, &l, &m);
             p += static_cast<std::size_t>(x) * 3;
           }
 #endif
@@ -559,6 +561,69 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   return true;
 }
 
+// A palette of every combination of some red, green and blue levels, indexed
+// red over green over blue (the fixed cubes), answers channel by channel: the
+// distance is one term per channel, so the nearest entries are those whose
+// levels are each nearest, and the first of them in index order has the first
+// nearest level of each channel. Entries past the cube must repeat one in it,
+// so they never come first. Fills the index parts for each channel value (red,
+// green, blue; their sum is an index, below 256); false for any other palette.
+bool CubeTerms(const BYTE* palette, int count, BYTE terms[3][256]) {
+  auto at = [palette](int i, int c) { return int{palette[3 * i + c]}; };
+  int blues = 1, greens = 1;  // entries per green level, per red level
+  while (blues < count && at(blues, 0) == at(0, 0) && at(blues, 1) == at(0, 1)) ++blues;
+  while (greens < count && at(greens, 0) == at(0, 0)) ++greens;
+  if (greens % blues) return false;
+  const int perRed = greens;
+  auto fits = [&](int i) {
+    const int r = i / perRed, g = i % perRed / blues, b = i % blues;
+    return at(i, 0) == at(r * perRed, 0) && at(i, 1) == at(g * blues, 1) && at(i, 2) == at(b, 2);
+  };
+  int reds = 0;
+  for (; (reds + 1) * perRed <= count; ++reds) {
+    bool all = true;
+    for (int i = reds * perRed; all && i < (reds + 1) * perRed; ++i) all = fits(i);
+    if (!all) break;
+  }
+  if (reds == 0) return false;
+  const int levels[3] = {reds, perRed / blues, blues}, stride[3] = {perRed, blues, 1};
+  for (int c = 0; c < 3; ++c)
+    for (int v = 0; v < 256; ++v) {
+      int best = 0x7FFFFFFF, index = 0;
+      for (int k = 0; k < levels[c]; ++k) {
+        const int d = std::abs(at(k * stride[c], c) - v);
+        if (d < best) best = d, index = k;
+      }
+      terms[c][v] = static_cast<BYTE>(index * stride[c]);
+    }
+  for (int i = reds * perRed; i < count; ++i) {
+    const int j = terms[0][at(i, 0)] + terms[1][at(i, 1)] + terms[2][at(i, 2)];
+    if (at(j, 0) != at(i, 0) || at(j, 1) != at(i, 1) || at(j, 2) != at(i, 2)) return false;
+  }
+  return true;
+}
+
+// The remap of a true-colour image to a cube palette, by CubeTerms.
+void RemapThroughCube(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const BYTE terms[3][256]) {
+  const int w = s->biWidth, step = s->biBitCount / 8;
+  const bool wide = bits == 8 && step == 3 && RemapWideAvailable();
+  ParallelBands(s->biHeight, kBand, [&](int y0, int y1) {
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* row = DibBits(s) + DibStride(s) * static_cast<std::size_t>(y);
+      BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
+      int x = 0;
+#if defined(__GNUC__) && defined(__x86_64__)
+      int lowest = 255, highest = 0;
+      if (wide) x = TermSumRowWide(row, w, terms, orow, &lowest, &highest);
+#endif
+      for (; x < w; ++x) {
+        const BYTE* p = row + static_cast<std::size_t>(x) * step;
+        PutIndex(orow, x, bits, terms[0][p[2]] + terms[1][p[1]] + terms[2][p[0]]);
+      }
+    }
+  });
+}
+
 }  // namespace
 
 HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/) {
@@ -586,6 +651,13 @@ HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/
       monoOf[i] = Luminance(srcPalette[3 * i], srcPalette[3 * i + 1], srcPalette[3 * i + 2]) < 129 ? 0 : 1;
 
   bool failed = false;
+  if (FastPaths() && sbits > 8 && bits != 1) {
+    BYTE terms[3][256];
+    if (CubeTerms(palette, entries, terms)) {
+      RemapThroughCube(s, o, bits, terms);
+      return out;
+    }
+  }
   std::unique_ptr<NearestColour> shared;
   if (sbits > 8 && bits != 1) {
     shared.reset(new (std::nothrow)
