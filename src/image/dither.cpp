@@ -94,16 +94,16 @@ bool Resize(std::vector<T>& v, std::size_t n) {
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #define OCHREL_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi")))
 // The channels of sixteen 24-bit pixels, picked out by a byte permutation,
-// and their boxes of 4 levels a side.
-OCHREL_VBMI inline __m512i Boxes16(const BYTE* p, __m512i pickR, __m512i pickG, __m512i pickB, __m512i& r, __m512i& g,
-                                   __m512i& b) {
+// and their blocks of 8 levels a side.
+OCHREL_VBMI inline __m512i Blocks16(const BYTE* p, __m512i pickR, __m512i pickG, __m512i pickB, __m512i& r, __m512i& g,
+                                    __m512i& b) {
   const __m512i px = _mm512_maskz_loadu_epi8(0xFFFFFFFFFFFFull, p);
   b = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickB, px)));
   g = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickG, px)));
   r = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickR, px)));
   return _mm512_or_si512(
-      _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(r, 2), 12), _mm512_slli_epi32(_mm512_srli_epi32(g, 2), 6)),
-      _mm512_srli_epi32(b, 2));
+      _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(r, 3), 10), _mm512_slli_epi32(_mm512_srli_epi32(g, 3), 5)),
+      _mm512_srli_epi32(b, 3));
 }
 
 struct Picks {
@@ -114,16 +114,16 @@ struct Picks {
   }
 };
 
-// The boxes of a row of 24-bit pixels into `boxes`, sixteen at a time;
+// The blocks of a row of 24-bit pixels into `blocks`, sixteen at a time;
 // returns how many pixels it did.
-OCHREL_VBMI int RowBoxesWide(const BYTE* row, int w, std::uint32_t* boxes) {
+OCHREL_VBMI int RowBlocksWide(const BYTE* row, int w, std::uint32_t* blocks) {
   static const Picks picks;
   const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
                 pickB = _mm512_load_si512(picks.pick[2]);
   int x = 0;
   for (; x + 16 <= w; x += 16) {
     __m512i r, g, b;
-    _mm512_storeu_si512(boxes + x, Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b));
+    _mm512_storeu_si512(blocks + x, Blocks16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b));
   }
   return x;
 }
@@ -179,29 +179,71 @@ OCHREL_VBMI int TermSumRowWide(const BYTE* p, int w, const BYTE terms[3][256], B
   return x;
 }
 
+// What RemapThroughCells keeps for each block of 8 levels a side: the
+// answers found in it, at most four, in index order, the last repeated to
+// fill four bytes; or, for a block of more, kMany + (its place << 16), with
+// its 512 answers at that place in `many`.
+struct BlockAnswers {
+  static constexpr std::uint32_t kMany = 0xFF;  // 255 and then 0: never in index order
+  const std::uint32_t* sets;
+  const BYTE* many;
+  const BYTE* channels;  // [3][256]: red, green and blue of the palette entries
+  int weight[3];
+};
+
 // The pixel lookups of RemapThroughCells for a row of 24-bit pixels, sixteen
-// at a time: the channels picked out by a byte permutation, the box's entry
-// and then, for boxes of more than one answer, the answer gathered. Returns
-// how many pixels it did.
-OCHREL_VBMI int RemapRowWide(const BYTE* row, int w, const std::uint32_t* single, const BYTE* answers, BYTE* out) {
+// at a time: the channels picked out by a byte permutation, the block's
+// answers gathered, and the nearest of them by the same distance and rule as
+// the search (each a sum of products of 16-bit differences, exact in 32
+// bits); or the answer gathered from a block's 512. Returns how many pixels it
+// did.
+OCHREL_VBMI int RemapRowWide(const BYTE* row, int w, const BlockAnswers& t, BYTE* out) {
   static const Picks picks;
   const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
                 pickB = _mm512_load_si512(picks.pick[2]);
-  const __m512i three = _mm512_set1_epi32(3), mixedFrom = _mm512_set1_epi32(256);
+  const __m512i seven = _mm512_set1_epi32(7), byte = _mm512_set1_epi32(0xFF), low16 = _mm512_set1_epi32(0xFFFF);
+  const __m512i many = _mm512_set1_epi32(BlockAnswers::kMany);
+  const __m512i weightRG = _mm512_set1_epi32(t.weight[0] | t.weight[1] << 16), weightB = _mm512_set1_epi32(t.weight[2]);
+  __m512i channel[3][4];
+  for (int c = 0; c < 3; ++c)
+    for (int k = 0; k < 4; ++k) channel[c][k] = _mm512_loadu_si512(t.channels + 256 * c + 64 * k);
   int x = 0;
   for (; x + 16 <= w; x += 16) {
     __m512i r, g, b;
-    const __m512i box = Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b);
-    __m512i one = _mm512_i32gather_epi32(box, single, 4);
-    const __mmask16 mixed = _mm512_cmpge_epu32_mask(one, mixedFrom);
-    if (mixed) {
-      const __m512i low = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(r, three), 4),
-                                                          _mm512_slli_epi32(_mm512_and_si512(g, three), 2)),
-                                          _mm512_and_si512(b, three));
-      const __m512i at = _mm512_or_si512(_mm512_slli_epi32(_mm512_sub_epi32(one, mixedFrom), 6), low);
-      one = _mm512_mask_i32gather_epi32(one, mixed, at, answers, 1);
+    const __m512i block = Blocks16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b);
+    const __m512i set = _mm512_i32gather_epi32(block, t.sets, 4);
+    __m512i found = _mm512_and_si512(set, byte);
+    // One answer throughout: the first byte equals the last.
+    if (_mm512_cmpneq_epi32_mask(found, _mm512_srli_epi32(set, 24))) {
+      const __m512i sr = LookUp(channel[0], set), sg = LookUp(channel[1], set), sb = LookUp(channel[2], set);
+      __m512i best = _mm512_setzero_si512();
+#pragma GCC unroll 4
+      for (int k = 0; k < 4; ++k) {
+        const __m512i dr = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sr, 8 * k), byte), r);
+        const __m512i dg = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sg, 8 * k), byte), g);
+        const __m512i db = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sb, 8 * k), byte), b);
+        const __m512i rg = _mm512_or_si512(_mm512_and_si512(dr, low16), _mm512_slli_epi32(dg, 16));
+        const __m512i bz = _mm512_and_si512(db, low16);
+        const __m512i d = _mm512_add_epi32(_mm512_madd_epi16(rg, _mm512_mullo_epi16(rg, weightRG)),
+                                           _mm512_madd_epi16(bz, _mm512_mullo_epi16(bz, weightB)));
+        if (k == 0) {
+          best = d;
+        } else {  // only a strictly nearer one replaces: the first minimum wins
+          const __mmask16 nearer = _mm512_cmplt_epi32_mask(d, best);
+          best = _mm512_mask_mov_epi32(best, nearer, d);
+          found = _mm512_mask_mov_epi32(found, nearer, _mm512_and_si512(_mm512_srli_epi32(set, 8 * k), byte));
+        }
+      }
+      const __mmask16 all = _mm512_cmpeq_epi32_mask(_mm512_and_si512(set, low16), many);
+      if (all) {
+        const __m512i low = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(r, seven), 6),
+                                                            _mm512_slli_epi32(_mm512_and_si512(g, seven), 3)),
+                                            _mm512_and_si512(b, seven));
+        const __m512i at = _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(set, 16), 9), low);
+        found = _mm512_mask_i32gather_epi32(found, all, at, t.many, 1);
+      }
     }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm512_cvtepi32_epi8(one));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm512_cvtepi32_epi8(found));
   }
   return x;
 }
@@ -459,98 +501,144 @@ HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*
 namespace {
 
 // The quick form of the nearest-colour remap of a true-colour image: the
-// boxes of 4 levels a side that the picture uses are found first, every
-// colour of those boxes is answered once (as Find answers it), and the pixels
-// then read their answers from that table. False when it does not apply.
-bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const NearestColour& nearest) {
+// blocks of 8 levels a side that the picture uses are found first, every
+// colour of those blocks is answered once (as Find answers it), and each block
+// keeps the answers found in it. The pixels then take the nearest of those by
+// the distance, which is what Find gives: the first nearest entry of the
+// whole palette is among them, and any of them as near comes after it. False
+// when it does not apply.
+bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const BYTE* palette, int entries,
+                       const NearestColour& nearest) {
   if (!FastPaths() || !nearest.hasCells() || bits == 1) return false;
   const int w = s->biWidth, h = s->biHeight, step = s->biBitCount / 8;
-  constexpr int kBoxes = 1 << 18;
+  constexpr int kBlocks = 1 << 15, kWords = kBlocks / 64;
+  constexpr std::uint32_t kMany = BlockAnswers::kMany;
   auto rowOf = [&](int y) { return DibBits(s) + DibStride(s) * static_cast<std::size_t>(y); };
-  auto boxOf = [](const BYTE* p) { return ((p[2] >> 2) << 12) | ((p[1] >> 2) << 6) | (p[0] >> 2); };
-  std::vector<int> boxes;
-  std::unique_ptr<std::atomic<BYTE>[]> used(new (std::nothrow) std::atomic<BYTE>[kBoxes]);
+  auto blockOf = [](const BYTE* p) { return ((p[2] >> 3) << 10) | ((p[1] >> 3) << 5) | (p[0] >> 3); };
+  // The used blocks, one bit each. Each run of rows marks a byte per block of
+  // its own (plain stores, in 32 KB that stay in the nearest cache) and then
+  // joins them to the shared bits.
+  std::unique_ptr<std::atomic<std::uint64_t>[]> used(new (std::nothrow) std::atomic<std::uint64_t>[kWords]);
   if (!used) return false;
-  for (int b = 0; b < kBoxes; ++b) used[b].store(0, std::memory_order_relaxed);
+  for (int i = 0; i < kWords; ++i) used[i].store(0, std::memory_order_relaxed);
   const bool wide = step == 3 && RemapWideAvailable();
   ProgressStage stage(0.0, 0.2);
   ParallelBands(h, kBand, [&](int y0, int y1) {
-    std::vector<std::uint32_t> rowBoxes(wide ? static_cast<std::size_t>(w) : 0);
+    std::vector<BYTE> mine(kBlocks);
+    std::vector<std::uint32_t> rowBlocks(wide ? static_cast<std::size_t>(w) : 0);
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);
-      // Looked at before it is set, so that the cores rarely write the same line.
-      auto mark = [&](int box) {
-        std::atomic<BYTE>& u = used[box];
-        if (!u.load(std::memory_order_relaxed)) u.store(1, std::memory_order_relaxed);
-      };
       int x = 0;
 #if defined(__GNUC__) && defined(__x86_64__)
       if (wide) {
-        x = RowBoxesWide(row, w, rowBoxes.data());
-        for (int i = 0; i < x; ++i) mark(static_cast<int>(rowBoxes[static_cast<std::size_t>(i)]));
+        x = RowBlocksWide(row, w, rowBlocks.data());
+        for (int i = 0; i < x; ++i) mine[rowBlocks[static_cast<std::size_t>(i)]] = 1;
       }
 #endif
-      for (; x < w; ++x) mark(boxOf(row + static_cast<std::size_t>(x) * step));
+      for (; x < w; ++x) mine[static_cast<std::size_t>(blockOf(row + static_cast<std::size_t>(x) * step))] = 1;
+    }
+    for (int i = 0; i < kWords; ++i) {
+      std::uint64_t bits = 0;
+      for (int k = 0; k < 64; ++k) bits |= std::uint64_t{mine[64 * static_cast<std::size_t>(i) + k]} << k;
+      if (bits) used[i].fetch_or(bits, std::memory_order_relaxed);
     }
   });
+  std::vector<int> blocks;
   try {
-    for (int b = 0; b < kBoxes; ++b)
-      if (used[b].load(std::memory_order_relaxed)) boxes.push_back(b);
+    for (int i = 0; i < kWords; ++i)
+      for (std::uint64_t m = used[i].load(std::memory_order_relaxed); m; m &= m - 1)
+        blocks.push_back(64 * i + __builtin_ctzll(m));
   } catch (...) {
     return false;
   }
-  // Most boxes have one answer throughout: that answer, in a table small
-  // enough to stay in the cache. The others hold kMixed + their place among
-  // the mixed boxes, whose 64 answers each are kept in `answers`.
-  constexpr std::uint32_t kMixed = 256;
-  stage.Move(0.2, 0.6);
-  std::vector<std::uint32_t> single;
-  std::vector<int> mixed;
-  if (!Resize(single, kBoxes)) return false;
-  ParallelBands(static_cast<int>(boxes.size()), 256, [&](int i0, int i1) {
-    BYTE a[64];
+  stage.Move(0.2, 0.5);
+  std::vector<std::uint32_t> sets;
+  if (!Resize(sets, kBlocks)) return false;
+  // Three bytes to spare: the wide form reads a word at each answer. The
+  // places are taken as the blocks are answered, so their order varies from
+  // run to run, but not what they hold.
+  std::unique_ptr<BYTE[]> many(new (std::nothrow) BYTE[blocks.size() * 512 + 3]);
+  if (!many) return false;
+  std::atomic<std::uint32_t> manyCount{0};
+  bool overflow = false;
+  ParallelBands(static_cast<int>(blocks.size()), 64, [&](int i0, int i1) {
+    alignas(64) BYTE a[8][64];
     for (int i = i0; i < i1; ++i) {
-      const int b = boxes[static_cast<std::size_t>(i)];
-      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, a);
-      const bool same = std::all_of(a, a + 64, [&a](BYTE v) { return v == a[0]; });
-      single[static_cast<std::size_t>(b)] = same ? a[0] : kMixed;
-    }
-  });
-  try {
-    for (int b : boxes)
-      if (single[static_cast<std::size_t>(b)] == kMixed) {
-        single[static_cast<std::size_t>(b)] = kMixed + static_cast<std::uint32_t>(mixed.size());
-        mixed.push_back(b);
+      const int block = blocks[static_cast<std::size_t>(i)];
+      const int r0 = (block >> 10) << 3, g0 = ((block >> 5) & 31) << 3, b0 = (block & 31) << 3;
+      // Entries that cannot be nearest anywhere in the block are left out
+      // first; often only one is left, and it is the answer throughout.
+      BYTE kept[256];
+      const int n = nearest.Candidates(r0, g0, b0, 8, kept);
+      if (n == 1) {
+        sets[static_cast<std::size_t>(block)] = kept[0] * 0x01010101u;
+        continue;
       }
-  } catch (...) {
-    return false;
-  }
-  std::vector<BYTE> table;
-  // Three bytes to spare: the wide form reads a word at each answer.
-  if (!Resize(table, mixed.size() * 64 + 3)) return false;
-  BYTE* answers = table.data();
-  ParallelBands(static_cast<int>(mixed.size()), 256, [&](int i0, int i1) {
-    for (int i = i0; i < i1; ++i) {
-      const int b = mixed[static_cast<std::size_t>(i)];
-      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, answers + static_cast<std::size_t>(i) * 64);
+      BYTE seen[256] = {};
+      for (int q = 0; q < 8; ++q) {
+        nearest.FillBox(r0 + (q & 4), g0 + 2 * (q & 2), b0 + 4 * (q & 1), a[q], kept, n);
+        for (int k = 0; k < 64; ++k) seen[a[q][k]] = 1;  // plain stores: none waits on another
+      }
+      std::uint32_t set = 0;
+      int count = 0, last = 0;
+      for (int v = 0; v < 256; v += 8) {
+        std::uint64_t eight;
+        std::memcpy(&eight, seen + v, 8);
+        if (!eight) continue;
+        for (int k = 0; k < 8; ++k)
+          if (seen[v + k]) {
+            if (count < 4) set |= std::uint32_t(v + k) << (8 * count);
+            last = v + k, ++count;
+          }
+      }
+      if (count <= 4) {
+        for (int k = count; k < 4; ++k) set |= std::uint32_t(last) << (8 * k);
+        sets[static_cast<std::size_t>(block)] = set;
+        continue;
+      }
+      const std::uint32_t at = manyCount.fetch_add(1, std::memory_order_relaxed);
+      if (at > 0xFFFF) {
+        overflow = true;
+        continue;
+      }
+      sets[static_cast<std::size_t>(block)] = kMany | at << 16;
+      BYTE* m = many.get() + static_cast<std::size_t>(at) * 512;
+      for (int q = 0; q < 8; ++q)
+        for (int k = 0; k < 64; ++k)
+          m[(((q & 4) | (k >> 4)) << 6) | ((((q & 2) << 1) | ((k >> 2) & 3)) << 3) | (((q & 1) << 2) | (k & 3))] =
+              a[q][k];
     }
   });
-  stage.Move(0.6, 1.0);
+  if (overflow) return false;
+  BlockAnswers t{sets.data(), many.get(), nullptr, {}};
+  nearest.Weights(t.weight);
+  BYTE channels[3][256];
+  for (int i = 0; i < 256; ++i)
+    for (int c = 0; c < 3; ++c) channels[c][i] = i < entries ? palette[3 * i + c] : 0;
+  t.channels = &channels[0][0];
+  stage.Move(0.5, 1.0);
   ParallelBands(h, kBand, [&](int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);
       BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
       auto answer = [&](const BYTE* p) {
-        const unsigned r = p[2], g = p[1], b = p[0];
-        const unsigned box = (r >> 2) << 12 | (g >> 2) << 6 | (b >> 2);
-        const std::uint32_t one = single[box];
-        if (one < kMixed) return static_cast<BYTE>(one);
-        return answers[static_cast<std::size_t>(one - kMixed) << 6 | (r & 3) << 4 | (g & 3) << 2 | (b & 3)];
+        const int r = p[2], g = p[1], b = p[0];
+        const std::uint32_t set = sets[static_cast<std::size_t>((r >> 3) << 10 | (g >> 3) << 5 | (b >> 3))];
+        if ((set & 0xFFFF) == kMany)
+          return many[static_cast<std::size_t>(set >> 16) << 9 | (r & 7) << 6 | (g & 7) << 3 | (b & 7)];
+        int best = 0x7FFFFFFF, found = 0;
+        for (int k = 0; k < 4; ++k) {  // in index order: the first minimum wins
+          const int i = (set >> (8 * k)) & 0xFF;
+          const int dr = channels[0][i] - r, dg = channels[1][i] - g, db = channels[2][i] - b;
+          const int d = t.weight[0] * dr * dr + t.weight[1] * dg * dg + t.weight[2] * db * db;
+          if (d < best) best = d, found = i;
+        }
+        return static_cast<BYTE>(found);
       };
       if (bits == 8 && step == 3) {
         int x = 0;
 #if defined(__GNUC__) && defined(__x86_64__)
-        if (wide) x = RemapRowWide(row, w, single.data(), answers, orow);
+        if (wide) x = RemapRowWide(row, w, t, orow);
 #endif
         for (; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
         continue;
@@ -664,7 +752,7 @@ HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/
                      NearestColour(palette, entries, NearestColour::kWeighted, static_cast<std::size_t>(w) * h));
     if (!shared || !shared->ok()) return nullptr;
   }
-  if (shared && RemapThroughCells(s, o, bits, *shared)) return out;
+  if (shared && RemapThroughCells(s, o, bits, palette, entries, *shared)) return out;
   ParallelBands(h, kBand, [&](int y0, int y1) {
     std::unique_ptr<NearestColour> nearest;
     if (shared) {
