@@ -179,10 +179,10 @@ OCHREL_VBMI int TermSumRowWide(const BYTE* p, int w, const BYTE terms[3][256], B
   return x;
 }
 
-// What RemapThroughCells keeps for each block of 8 levels a side: the
-// answers found in it, at most four, in index order, the last repeated to
-// fill four bytes; or, for a block of more, kMany + (its place << 16), with
-// its 512 answers at that place in `many`.
+// What RemapThroughCells keeps for each block of 8 levels a side: a list of
+// at most four entries holding every answer in it, in index order, the last
+// repeated to fill four bytes; or, when there is no such list, kMany + (its
+// place << 16), with its 512 answers at that place in `many`.
 struct BlockAnswers {
   static constexpr std::uint32_t kMany = 0xFF;  // 255 and then 0: never in index order
   const std::uint32_t* sets;
@@ -190,6 +190,32 @@ struct BlockAnswers {
   const BYTE* channels;  // [3][256]: red, green and blue of the palette entries
   int weight[3];
 };
+
+// The distances of sixteen colours to candidate k of their blocks (byte k of
+// the candidates' channels sr, sg, sb): each a sum of products of 16-bit
+// differences, exact in 32 bits.
+OCHREL_VBMI inline __m512i Distance(int k, __m512i sr, __m512i sg, __m512i sb, __m512i r, __m512i g, __m512i b,
+                                    __m512i weightRG, __m512i weightB) {
+  const __m512i byte = _mm512_set1_epi32(0xFF), low16 = _mm512_set1_epi32(0xFFFF);
+  const __m512i dr = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sr, 8 * k), byte), r);
+  const __m512i dg = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sg, 8 * k), byte), g);
+  const __m512i db = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sb, 8 * k), byte), b);
+  const __m512i rg = _mm512_or_si512(_mm512_and_si512(dr, low16), _mm512_slli_epi32(dg, 16));
+  const __m512i bz = _mm512_and_si512(db, low16);
+  return _mm512_add_epi32(_mm512_madd_epi16(rg, _mm512_mullo_epi16(rg, weightRG)),
+                          _mm512_madd_epi16(bz, _mm512_mullo_epi16(bz, weightB)));
+}
+
+// Candidate k of the blocks `set` replaces `found` where strictly nearer than
+// `best`: the first minimum wins.
+OCHREL_VBMI inline void Consider(int k, __m512i set, __m512i sr, __m512i sg, __m512i sb, __m512i r, __m512i g,
+                                 __m512i b, __m512i weightRG, __m512i weightB, __m512i& best, __m512i& found) {
+  const __m512i d = Distance(k, sr, sg, sb, r, g, b, weightRG, weightB);
+  const __mmask16 nearer = _mm512_cmplt_epi32_mask(d, best);
+  best = _mm512_mask_mov_epi32(best, nearer, d);
+  found =
+      _mm512_mask_mov_epi32(found, nearer, _mm512_and_si512(_mm512_srli_epi32(set, 8 * k), _mm512_set1_epi32(0xFF)));
+}
 
 // The pixel lookups of RemapThroughCells for a row of 24-bit pixels, sixteen
 // at a time: the channels picked out by a byte permutation, the block's
@@ -208,38 +234,34 @@ OCHREL_VBMI int RemapRowWide(const BYTE* row, int w, const BlockAnswers& t, BYTE
   for (int c = 0; c < 3; ++c)
     for (int k = 0; k < 4; ++k) channel[c][k] = _mm512_loadu_si512(t.channels + 256 * c + 64 * k);
   int x = 0;
+  if (w < 16) return 0;
+  // The next sixteen pixels' answers are gathered before this sixteen's are
+  // worked out, so that the gather's wait overlaps the work.
+  __m512i r, g, b;
+  __m512i set = _mm512_i32gather_epi32(Blocks16(row, pickR, pickG, pickB, r, g, b), t.sets, 4);
   for (; x + 16 <= w; x += 16) {
-    __m512i r, g, b;
-    const __m512i block = Blocks16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b);
-    const __m512i set = _mm512_i32gather_epi32(block, t.sets, 4);
-    __m512i found = _mm512_and_si512(set, byte);
+    const __m512i hereR = r, hereG = g, hereB = b, here = set;
+    if (x + 32 <= w)
+      set = _mm512_i32gather_epi32(Blocks16(row + 3 * static_cast<std::size_t>(x + 16), pickR, pickG, pickB, r, g, b),
+                                   t.sets, 4);
+    __m512i found = _mm512_and_si512(here, byte);
     // One answer throughout: the first byte equals the last.
-    if (_mm512_cmpneq_epi32_mask(found, _mm512_srli_epi32(set, 24))) {
-      const __m512i sr = LookUp(channel[0], set), sg = LookUp(channel[1], set), sb = LookUp(channel[2], set);
-      __m512i best = _mm512_setzero_si512();
-#pragma GCC unroll 4
-      for (int k = 0; k < 4; ++k) {
-        const __m512i dr = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sr, 8 * k), byte), r);
-        const __m512i dg = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sg, 8 * k), byte), g);
-        const __m512i db = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sb, 8 * k), byte), b);
-        const __m512i rg = _mm512_or_si512(_mm512_and_si512(dr, low16), _mm512_slli_epi32(dg, 16));
-        const __m512i bz = _mm512_and_si512(db, low16);
-        const __m512i d = _mm512_add_epi32(_mm512_madd_epi16(rg, _mm512_mullo_epi16(rg, weightRG)),
-                                           _mm512_madd_epi16(bz, _mm512_mullo_epi16(bz, weightB)));
-        if (k == 0) {
-          best = d;
-        } else {  // only a strictly nearer one replaces: the first minimum wins
-          const __mmask16 nearer = _mm512_cmplt_epi32_mask(d, best);
-          best = _mm512_mask_mov_epi32(best, nearer, d);
-          found = _mm512_mask_mov_epi32(found, nearer, _mm512_and_si512(_mm512_srli_epi32(set, 8 * k), byte));
-        }
+    const __m512i lastOf = _mm512_srli_epi32(here, 24);
+    if (_mm512_cmpneq_epi32_mask(found, lastOf)) {
+      const __m512i sr = LookUp(channel[0], here), sg = LookUp(channel[1], here), sb = LookUp(channel[2], here);
+      __m512i best = Distance(0, sr, sg, sb, hereR, hereG, hereB, weightRG, weightB);
+      Consider(1, here, sr, sg, sb, hereR, hereG, hereB, weightRG, weightB, best, found);
+      // Two answers at most: bytes 1 to 3 are the same.
+      if (_mm512_cmpneq_epi32_mask(_mm512_and_si512(_mm512_srli_epi32(here, 8), byte), lastOf)) {
+        Consider(2, here, sr, sg, sb, hereR, hereG, hereB, weightRG, weightB, best, found);
+        Consider(3, here, sr, sg, sb, hereR, hereG, hereB, weightRG, weightB, best, found);
       }
-      const __mmask16 all = _mm512_cmpeq_epi32_mask(_mm512_and_si512(set, low16), many);
+      const __mmask16 all = _mm512_cmpeq_epi32_mask(_mm512_and_si512(here, low16), many);
       if (all) {
-        const __m512i low = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(r, seven), 6),
-                                                            _mm512_slli_epi32(_mm512_and_si512(g, seven), 3)),
-                                            _mm512_and_si512(b, seven));
-        const __m512i at = _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(set, 16), 9), low);
+        const __m512i low = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(hereR, seven), 6),
+                                                            _mm512_slli_epi32(_mm512_and_si512(hereG, seven), 3)),
+                                            _mm512_and_si512(hereB, seven));
+        const __m512i at = _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(here, 16), 9), low);
         found = _mm512_mask_i32gather_epi32(found, all, at, t.many, 1);
       }
     }
@@ -501,12 +523,11 @@ HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*
 namespace {
 
 // The quick form of the nearest-colour remap of a true-colour image: the
-// blocks of 8 levels a side that the picture uses are found first, every
-// colour of those blocks is answered once (as Find answers it), and each block
-// keeps the answers found in it. The pixels then take the nearest of those by
-// the distance, which is what Find gives: the first nearest entry of the
-// whole palette is among them, and any of them as near comes after it. False
-// when it does not apply.
+// blocks of 8 levels a side that the picture uses are found first, and each
+// keeps a short list of entries holding every answer in it (as Find answers
+// them). The pixels then take the first nearest of their block's list, which
+// is what Find gives: the first nearest entry of the whole palette is in the
+// list, and any other as near comes after it. False when it does not apply.
 bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const BYTE* palette, int entries,
                        const NearestColour& nearest) {
   if (!FastPaths() || !nearest.hasCells() || bits == 1) return false;
@@ -566,36 +587,45 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
     for (int i = i0; i < i1; ++i) {
       const int block = blocks[static_cast<std::size_t>(i)];
       const int r0 = (block >> 10) << 3, g0 = ((block >> 5) & 31) << 3, b0 = (block & 31) << 3;
-      // Entries that cannot be nearest anywhere in the block are left out
-      // first; often only one is left, and it is the answer throughout.
-      BYTE kept[256];
+      // Any list that holds every answer of the block will do, as the pixels
+      // take the first nearest of the list: the entries that can be nearest
+      // somewhere in the block, then the union of those of its eight boxes of
+      // 4 levels, and only then the answers themselves.
+      BYTE kept[256], boxKept[8][256];
       const int n = nearest.Candidates(r0, g0, b0, 8, kept);
-      if (n == 1) {
-        sets[static_cast<std::size_t>(block)] = kept[0] * 0x01010101u;
-        continue;
-      }
-      BYTE seen[256] = {};
-      for (int q = 0; q < 8; ++q) {
-        nearest.FillBox(r0 + (q & 4), g0 + 2 * (q & 2), b0 + 4 * (q & 1), a[q], kept, n);
-        for (int k = 0; k < 64; ++k) seen[a[q][k]] = 1;  // plain stores: none waits on another
-      }
-      std::uint32_t set = 0;
-      int count = 0, last = 0;
-      for (int v = 0; v < 256; v += 8) {
-        std::uint64_t eight;
-        std::memcpy(&eight, seen + v, 8);
-        if (!eight) continue;
-        for (int k = 0; k < 8; ++k)
-          if (seen[v + k]) {
-            if (count < 4) set |= std::uint32_t(v + k) << (8 * count);
-            last = v + k, ++count;
+      auto keep = [&](const BYTE* seen, const BYTE* list, int count) {
+        BYTE marked[4];
+        if (seen) {  // the list is the marked entries
+          BYTE* l = marked;
+          count = 0;
+          for (int v = 0; v < 256; v += 8) {
+            std::uint64_t eight;
+            std::memcpy(&eight, seen + v, 8);
+            for (int k = 0; eight && k < 8; ++k)
+              if (seen[v + k] && count++ < 4) *l++ = static_cast<BYTE>(v + k);
           }
-      }
-      if (count <= 4) {
-        for (int k = count; k < 4; ++k) set |= std::uint32_t(last) << (8 * k);
+          list = marked;
+        }
+        if (count > 4) return false;
+        std::uint32_t set = 0;
+        for (int k = 0; k < 4; ++k) set |= std::uint32_t{list[std::min(k, count - 1)]} << (8 * k);
         sets[static_cast<std::size_t>(block)] = set;
-        continue;
+        return true;
+      };
+      if (keep(nullptr, kept, n)) continue;
+      BYTE seen[256] = {};  // plain stores below: none waits on another
+      int boxCount[8];
+      for (int q = 0; q < 8; ++q) {
+        boxCount[q] = nearest.Candidates(r0 + (q & 4), g0 + 2 * (q & 2), b0 + 4 * (q & 1), 4, boxKept[q], kept, n);
+        for (int k = 0; k < boxCount[q]; ++k) seen[boxKept[q][k]] = 1;
       }
+      if (keep(seen, nullptr, 0)) continue;
+      std::memset(seen, 0, sizeof seen);
+      for (int q = 0; q < 8; ++q) {
+        nearest.FillBox(r0 + (q & 4), g0 + 2 * (q & 2), b0 + 4 * (q & 1), a[q], boxKept[q], boxCount[q]);
+        for (int k = 0; k < 64; ++k) seen[a[q][k]] = 1;
+      }
+      if (keep(seen, nullptr, 0)) continue;
       const std::uint32_t at = manyCount.fetch_add(1, std::memory_order_relaxed);
       if (at > 0xFFFF) {
         overflow = true;
