@@ -193,7 +193,8 @@ struct BlockAnswers {
 
 // The distances of sixteen colours to candidate k of their blocks (byte k of
 // the candidates' channels sr, sg, sb): each a sum of products of 16-bit
-// differences, exact in 32 bits.
+// differences and weighted differences (the weights are at most 4), exact in
+// 32 bits.
 OCHREL_VBMI inline __m512i Distance(int k, __m512i sr, __m512i sg, __m512i sb, __m512i r, __m512i g, __m512i b,
                                     __m512i weightRG, __m512i weightB) {
   const __m512i byte = _mm512_set1_epi32(0xFF), low16 = _mm512_set1_epi32(0xFFFF);
@@ -581,7 +582,6 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   std::unique_ptr<BYTE[]> many(new (std::nothrow) BYTE[blocks.size() * 512 + 3]);
   if (!many) return false;
   std::atomic<std::uint32_t> manyCount{0};
-  bool overflow = false;
   ParallelBands(static_cast<int>(blocks.size()), 64, [&](int i0, int i1) {
     alignas(64) BYTE a[8][64];
     for (int i = i0; i < i1; ++i) {
@@ -626,11 +626,9 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
         for (int k = 0; k < 64; ++k) seen[a[q][k]] = 1;
       }
       if (keep(seen, nullptr, 0)) continue;
+      // Of at most 32768 blocks: the place's top byte is never 255, which
+      // would read as a list of one answer.
       const std::uint32_t at = manyCount.fetch_add(1, std::memory_order_relaxed);
-      if (at > 0xFFFF) {
-        overflow = true;
-        continue;
-      }
       sets[static_cast<std::size_t>(block)] = kMany | at << 16;
       BYTE* m = many.get() + static_cast<std::size_t>(at) * 512;
       for (int q = 0; q < 8; ++q)
@@ -639,7 +637,6 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
               a[q][k];
     }
   });
-  if (overflow) return false;
   BlockAnswers t{sets.data(), many.get(), nullptr, {}};
   nearest.Weights(t.weight);
   BYTE channels[3][256];
