@@ -523,16 +523,106 @@ HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*
 
 namespace {
 
-// The quick form of the nearest-colour remap of a true-colour image: the
+// The quick form of the nearest-colour remap of a true-colour image where
+// rows cannot be done sixteen pixels at a time: the boxes of 4 levels a side
+// that the picture uses are found first, every colour of those boxes is
+// answered once (as Find answers it), and the pixels then read their answers
+// from that table. False when memory runs out.
+bool RemapThroughBoxes(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const NearestColour& nearest) {
+  const int w = s->biWidth, h = s->biHeight, step = s->biBitCount / 8;
+  constexpr int kBoxes = 1 << 18;
+  auto rowOf = [&](int y) { return DibBits(s) + DibStride(s) * static_cast<std::size_t>(y); };
+  auto boxOf = [](const BYTE* p) { return ((p[2] >> 2) << 12) | ((p[1] >> 2) << 6) | (p[0] >> 2); };
+  std::vector<int> boxes;
+  std::unique_ptr<std::atomic<BYTE>[]> used(new (std::nothrow) std::atomic<BYTE>[kBoxes]);
+  if (!used) return false;
+  for (int b = 0; b < kBoxes; ++b) used[b].store(0, std::memory_order_relaxed);
+  ProgressStage stage(0.0, 0.2);
+  ParallelBands(h, kBand, [&](int y0, int y1) {
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* row = rowOf(y);
+      // Looked at before it is set, so that the cores rarely write the same line.
+      auto mark = [&](int box) {
+        std::atomic<BYTE>& u = used[box];
+        if (!u.load(std::memory_order_relaxed)) u.store(1, std::memory_order_relaxed);
+      };
+      for (int x = 0; x < w; ++x) mark(boxOf(row + static_cast<std::size_t>(x) * step));
+    }
+  });
+  try {
+    for (int b = 0; b < kBoxes; ++b)
+      if (used[b].load(std::memory_order_relaxed)) boxes.push_back(b);
+  } catch (...) {
+    return false;
+  }
+  // Most boxes have one answer throughout: that answer, in a table small
+  // enough to stay in the cache. The others hold kMixed + their place among
+  // the mixed boxes, whose 64 answers each are kept in `answers`.
+  constexpr std::uint32_t kMixed = 256;
+  stage.Move(0.2, 0.6);
+  std::vector<std::uint32_t> single;
+  std::vector<int> mixed;
+  if (!Resize(single, kBoxes)) return false;
+  ParallelBands(static_cast<int>(boxes.size()), 256, [&](int i0, int i1) {
+    BYTE a[64];
+    for (int i = i0; i < i1; ++i) {
+      const int b = boxes[static_cast<std::size_t>(i)];
+      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, a);
+      const bool same = std::all_of(a, a + 64, [&a](BYTE v) { return v == a[0]; });
+      single[static_cast<std::size_t>(b)] = same ? a[0] : kMixed;
+    }
+  });
+  try {
+    for (int b : boxes)
+      if (single[static_cast<std::size_t>(b)] == kMixed) {
+        single[static_cast<std::size_t>(b)] = kMixed + static_cast<std::uint32_t>(mixed.size());
+        mixed.push_back(b);
+      }
+  } catch (...) {
+    return false;
+  }
+  std::vector<BYTE> table;
+  if (!Resize(table, mixed.size() * 64)) return false;
+  BYTE* answers = table.data();
+  ParallelBands(static_cast<int>(mixed.size()), 256, [&](int i0, int i1) {
+    for (int i = i0; i < i1; ++i) {
+      const int b = mixed[static_cast<std::size_t>(i)];
+      nearest.FillBox((b >> 12) << 2, ((b >> 6) & 63) << 2, (b & 63) << 2, answers + static_cast<std::size_t>(i) * 64);
+    }
+  });
+  stage.Move(0.6, 1.0);
+  ParallelBands(h, kBand, [&](int y0, int y1) {
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* row = rowOf(y);
+      BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
+      auto answer = [&](const BYTE* p) {
+        const unsigned r = p[2], g = p[1], b = p[0];
+        const unsigned box = (r >> 2) << 12 | (g >> 2) << 6 | (b >> 2);
+        const std::uint32_t one = single[box];
+        if (one < kMixed) return static_cast<BYTE>(one);
+        return answers[static_cast<std::size_t>(one - kMixed) << 6 | (r & 3) << 4 | (g & 3) << 2 | (b & 3)];
+      };
+      if (bits == 8 && step == 3) {
+        for (int x = 0; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
+        continue;
+      }
+      for (int x = 0; x < w; ++x) PutIndex(orow, x, bits, answer(row + static_cast<std::size_t>(x) * step));
+    }
+  });
+  return true;
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+// The quick form of the nearest-colour remap of a 24-bit image to 8 bits
+// where rows can be done sixteen pixels at a time: the
 // blocks of 8 levels a side that the picture uses are found first, and each
 // keeps a short list of entries holding every answer in it (as Find answers
 // them). The pixels then take the first nearest of their block's list, which
 // is what Find gives: the first nearest entry of the whole palette is in the
 // list, and any other as near comes after it. False when it does not apply.
-bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const BYTE* palette, int entries,
-                       const NearestColour& nearest) {
-  if (!FastPaths() || !nearest.hasCells() || bits == 1) return false;
-  const int w = s->biWidth, h = s->biHeight, step = s->biBitCount / 8;
+bool RemapThroughBlocks(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, const BYTE* palette, int entries,
+                        const NearestColour& nearest) {
+  const int w = s->biWidth, h = s->biHeight;
   constexpr int kBlocks = 1 << 15, kWords = kBlocks / 64;
   constexpr std::uint32_t kMany = BlockAnswers::kMany;
   auto rowOf = [&](int y) { return DibBits(s) + DibStride(s) * static_cast<std::size_t>(y); };
@@ -543,21 +633,15 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   std::unique_ptr<std::atomic<std::uint64_t>[]> used(new (std::nothrow) std::atomic<std::uint64_t>[kWords]);
   if (!used) return false;
   for (int i = 0; i < kWords; ++i) used[i].store(0, std::memory_order_relaxed);
-  const bool wide = step == 3 && RemapWideAvailable();
   ProgressStage stage(0.0, 0.2);
   ParallelBands(h, kBand, [&](int y0, int y1) {
     std::vector<BYTE> mine(kBlocks);
-    std::vector<std::uint32_t> rowBlocks(wide ? static_cast<std::size_t>(w) : 0);
+    std::vector<std::uint32_t> rowBlocks(static_cast<std::size_t>(w));
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);
-      int x = 0;
-#if defined(__GNUC__) && defined(__x86_64__)
-      if (wide) {
-        x = RowBlocksWide(row, w, rowBlocks.data());
-        for (int i = 0; i < x; ++i) mine[rowBlocks[static_cast<std::size_t>(i)]] = 1;
-      }
-#endif
-      for (; x < w; ++x) mine[static_cast<std::size_t>(blockOf(row + static_cast<std::size_t>(x) * step))] = 1;
+      int x = RowBlocksWide(row, w, rowBlocks.data());
+      for (int i = 0; i < x; ++i) mine[rowBlocks[static_cast<std::size_t>(i)]] = 1;
+      for (; x < w; ++x) mine[static_cast<std::size_t>(blockOf(row + 3 * static_cast<std::size_t>(x)))] = 1;
     }
     for (int i = 0; i < kWords; ++i) {
       std::uint64_t bits = 0;
@@ -651,6 +735,7 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
       auto answer = [&](const BYTE* p) {
         const int r = p[2], g = p[1], b = p[0];
         const std::uint32_t set = sets[static_cast<std::size_t>((r >> 3) << 10 | (g >> 3) << 5 | (b >> 3))];
+        if ((set & 0xFF) == set >> 24) return static_cast<BYTE>(set);  // one answer throughout
         if ((set & 0xFFFF) == kMany)
           return many[static_cast<std::size_t>(set >> 16) << 9 | (r & 7) << 6 | (g & 7) << 3 | (b & 7)];
         int best = 0x7FFFFFFF, found = 0;
@@ -662,18 +747,26 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
         }
         return static_cast<BYTE>(found);
       };
-      if (bits == 8 && step == 3) {
-        int x = 0;
-#if defined(__GNUC__) && defined(__x86_64__)
-        if (wide) x = RemapRowWide(row, w, t, orow);
-#endif
-        for (; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
-        continue;
-      }
-      for (int x = 0; x < w; ++x) PutIndex(orow, x, bits, answer(row + static_cast<std::size_t>(x) * step));
+      int x = RemapRowWide(row, w, t, orow);
+      for (; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
     }
   });
   return true;
+}
+#endif
+
+// The quick forms of the nearest-colour remap of a true-colour image. False
+// when they do not apply.
+bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const BYTE* palette, int entries,
+                       const NearestColour& nearest) {
+  if (!FastPaths() || !nearest.hasCells() || bits == 1) return false;
+#if defined(__GNUC__) && defined(__x86_64__)
+  if (bits == 8 && s->biBitCount == 24 && RemapWideAvailable())
+    return RemapThroughBlocks(s, o, palette, entries, nearest);
+#else
+  (void)palette, (void)entries;
+#endif
+  return RemapThroughBoxes(s, o, bits, nearest);
 }
 
 // A palette of every combination of some red, green and blue levels, indexed
