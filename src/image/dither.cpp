@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <cstring>
 #include <new>
@@ -94,16 +95,16 @@ bool Resize(std::vector<T>& v, std::size_t n) {
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #define OCHREL_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi")))
 // The channels of sixteen 24-bit pixels, picked out by a byte permutation,
-// and their boxes of 4 levels a side.
-OCHREL_VBMI inline __m512i Boxes16(const BYTE* p, __m512i pickR, __m512i pickG, __m512i pickB, __m512i& r, __m512i& g,
-                                   __m512i& b) {
+// and their blocks of 8 levels a side.
+OCHREL_VBMI inline __m512i Blocks16(const BYTE* p, __m512i pickR, __m512i pickG, __m512i pickB, __m512i& r, __m512i& g,
+                                    __m512i& b) {
   const __m512i px = _mm512_maskz_loadu_epi8(0xFFFFFFFFFFFFull, p);
   b = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickB, px)));
   g = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickG, px)));
   r = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(_mm512_permutexvar_epi8(pickR, px)));
   return _mm512_or_si512(
-      _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(r, 2), 12), _mm512_slli_epi32(_mm512_srli_epi32(g, 2), 6)),
-      _mm512_srli_epi32(b, 2));
+      _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(r, 3), 10), _mm512_slli_epi32(_mm512_srli_epi32(g, 3), 5)),
+      _mm512_srli_epi32(b, 3));
 }
 
 struct Picks {
@@ -114,16 +115,16 @@ struct Picks {
   }
 };
 
-// The boxes of a row of 24-bit pixels into `boxes`, sixteen at a time;
+// The blocks of a row of 24-bit pixels into `blocks`, sixteen at a time;
 // returns how many pixels it did.
-OCHREL_VBMI int RowBoxesWide(const BYTE* row, int w, std::uint32_t* boxes) {
+OCHREL_VBMI int RowBlocksWide(const BYTE* row, int w, std::uint32_t* blocks) {
   static const Picks picks;
   const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
                 pickB = _mm512_load_si512(picks.pick[2]);
   int x = 0;
   for (; x + 16 <= w; x += 16) {
     __m512i r, g, b;
-    _mm512_storeu_si512(boxes + x, Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b));
+    _mm512_storeu_si512(blocks + x, Blocks16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b));
   }
   return x;
 }
@@ -136,10 +137,11 @@ OCHREL_VBMI inline __m512i LookUp(const __m512i t[4], __m512i index) {
   return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
 }
 
-// Luminance of a row of 24-bit pixels into `out`, 64 at a time, as the sum of
-// the three truncated terms from `terms` (red, green, blue tables); the least
+// The sums of three table terms (red, green, blue tables in `terms`) for a row
+// of 24-bit pixels into `out`, 64 at a time, as the luminance of the mono
+// diffusion and the cube remap use them; the sums must not pass 255. The least
 // and greatest value join *lowest and *highest. Returns how many it did.
-OCHREL_VBMI int LuminanceRowWide(const BYTE* p, int w, const BYTE terms[3][256], BYTE* out, int* lowest, int* highest) {
+OCHREL_VBMI int TermSumRowWide(const BYTE* p, int w, const BYTE terms[3][256], BYTE* out, int* lowest, int* highest) {
   __m512i t[3][4];
   for (int c = 0; c < 3; ++c)
     for (int k = 0; k < 4; ++k) t[c][k] = _mm512_loadu_si512(terms[c] + 64 * k);
@@ -178,29 +180,94 @@ OCHREL_VBMI int LuminanceRowWide(const BYTE* p, int w, const BYTE terms[3][256],
   return x;
 }
 
+// What RemapThroughCells keeps for each block of 8 levels a side: a list of
+// at most four entries holding every answer in it, in index order, the last
+// repeated to fill four bytes; or, when there is no such list, kMany + (its
+// place << 16), with its 512 answers at that place in `many`.
+struct BlockAnswers {
+  static constexpr std::uint32_t kMany = 0xFF;  // 255 and then 0: never in index order
+  const std::uint32_t* sets;
+  const BYTE* many;
+  const BYTE* channels;  // [3][256]: red, green and blue of the palette entries
+  int weight[3];
+};
+
+// The distances of sixteen colours to candidate k of their blocks (byte k of
+// the candidates' channels sr, sg, sb): each a sum of products of 16-bit
+// differences and weighted differences (the weights are at most 4), exact in
+// 32 bits.
+OCHREL_VBMI inline __m512i Distance(int k, __m512i sr, __m512i sg, __m512i sb, __m512i r, __m512i g, __m512i b,
+                                    __m512i weightRG, __m512i weightB) {
+  const __m512i byte = _mm512_set1_epi32(0xFF), low16 = _mm512_set1_epi32(0xFFFF);
+  const __m512i dr = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sr, 8 * k), byte), r);
+  const __m512i dg = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sg, 8 * k), byte), g);
+  const __m512i db = _mm512_sub_epi32(_mm512_and_si512(_mm512_srli_epi32(sb, 8 * k), byte), b);
+  const __m512i rg = _mm512_or_si512(_mm512_and_si512(dr, low16), _mm512_slli_epi32(dg, 16));
+  const __m512i bz = _mm512_and_si512(db, low16);
+  return _mm512_add_epi32(_mm512_madd_epi16(rg, _mm512_mullo_epi16(rg, weightRG)),
+                          _mm512_madd_epi16(bz, _mm512_mullo_epi16(bz, weightB)));
+}
+
+// Candidate k of the blocks `set` replaces `found` where strictly nearer than
+// `best`: the first minimum wins.
+OCHREL_VBMI inline void Consider(int k, __m512i set, __m512i sr, __m512i sg, __m512i sb, __m512i r, __m512i g,
+                                 __m512i b, __m512i weightRG, __m512i weightB, __m512i& best, __m512i& found) {
+  const __m512i d = Distance(k, sr, sg, sb, r, g, b, weightRG, weightB);
+  const __mmask16 nearer = _mm512_cmplt_epi32_mask(d, best);
+  best = _mm512_mask_mov_epi32(best, nearer, d);
+  found =
+      _mm512_mask_mov_epi32(found, nearer, _mm512_and_si512(_mm512_srli_epi32(set, 8 * k), _mm512_set1_epi32(0xFF)));
+}
+
 // The pixel lookups of RemapThroughCells for a row of 24-bit pixels, sixteen
-// at a time: the channels picked out by a byte permutation, the box's entry
-// and then, for boxes of more than one answer, the answer gathered. Returns
-// how many pixels it did.
-OCHREL_VBMI int RemapRowWide(const BYTE* row, int w, const std::uint32_t* single, const BYTE* answers, BYTE* out) {
+// at a time: the channels picked out by a byte permutation, the block's
+// answers gathered, and the nearest of them by the same distance and rule as
+// the search (each a sum of products of 16-bit differences, exact in 32
+// bits); or the answer gathered from a block's 512. Returns how many pixels it
+// did.
+OCHREL_VBMI int RemapRowWide(const BYTE* row, int w, const BlockAnswers& t, BYTE* out) {
   static const Picks picks;
   const __m512i pickR = _mm512_load_si512(picks.pick[0]), pickG = _mm512_load_si512(picks.pick[1]),
                 pickB = _mm512_load_si512(picks.pick[2]);
-  const __m512i three = _mm512_set1_epi32(3), mixedFrom = _mm512_set1_epi32(256);
+  const __m512i seven = _mm512_set1_epi32(7), byte = _mm512_set1_epi32(0xFF), low16 = _mm512_set1_epi32(0xFFFF);
+  const __m512i many = _mm512_set1_epi32(BlockAnswers::kMany);
+  const __m512i weightRG = _mm512_set1_epi32(t.weight[0] | t.weight[1] << 16), weightB = _mm512_set1_epi32(t.weight[2]);
+  __m512i channel[3][4];
+  for (int c = 0; c < 3; ++c)
+    for (int k = 0; k < 4; ++k) channel[c][k] = _mm512_loadu_si512(t.channels + 256 * c + 64 * k);
   int x = 0;
+  if (w < 16) return 0;
+  // The next sixteen pixels' answers are gathered before this sixteen's are
+  // worked out, so that the gather's wait overlaps the work.
+  __m512i r, g, b;
+  __m512i set = _mm512_i32gather_epi32(Blocks16(row, pickR, pickG, pickB, r, g, b), t.sets, 4);
   for (; x + 16 <= w; x += 16) {
-    __m512i r, g, b;
-    const __m512i box = Boxes16(row + 3 * static_cast<std::size_t>(x), pickR, pickG, pickB, r, g, b);
-    __m512i one = _mm512_i32gather_epi32(box, single, 4);
-    const __mmask16 mixed = _mm512_cmpge_epu32_mask(one, mixedFrom);
-    if (mixed) {
-      const __m512i low = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(r, three), 4),
-                                                          _mm512_slli_epi32(_mm512_and_si512(g, three), 2)),
-                                          _mm512_and_si512(b, three));
-      const __m512i at = _mm512_or_si512(_mm512_slli_epi32(_mm512_sub_epi32(one, mixedFrom), 6), low);
-      one = _mm512_mask_i32gather_epi32(one, mixed, at, answers, 1);
+    const __m512i hereR = r, hereG = g, hereB = b, here = set;
+    if (x + 32 <= w)
+      set = _mm512_i32gather_epi32(Blocks16(row + 3 * static_cast<std::size_t>(x + 16), pickR, pickG, pickB, r, g, b),
+                                   t.sets, 4);
+    __m512i found = _mm512_and_si512(here, byte);
+    // One answer throughout: the first byte equals the last.
+    const __m512i lastOf = _mm512_srli_epi32(here, 24);
+    if (_mm512_cmpneq_epi32_mask(found, lastOf)) {
+      const __m512i sr = LookUp(channel[0], here), sg = LookUp(channel[1], here), sb = LookUp(channel[2], here);
+      __m512i best = Distance(0, sr, sg, sb, hereR, hereG, hereB, weightRG, weightB);
+      Consider(1, here, sr, sg, sb, hereR, hereG, hereB, weightRG, weightB, best, found);
+      // Two answers at most: bytes 1 to 3 are the same.
+      if (_mm512_cmpneq_epi32_mask(_mm512_and_si512(_mm512_srli_epi32(here, 8), byte), lastOf)) {
+        Consider(2, here, sr, sg, sb, hereR, hereG, hereB, weightRG, weightB, best, found);
+        Consider(3, here, sr, sg, sb, hereR, hereG, hereB, weightRG, weightB, best, found);
+      }
+      const __mmask16 all = _mm512_cmpeq_epi32_mask(_mm512_and_si512(here, low16), many);
+      if (all) {
+        const __m512i low = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(hereR, seven), 6),
+                                                            _mm512_slli_epi32(_mm512_and_si512(hereG, seven), 3)),
+                                            _mm512_and_si512(hereB, seven));
+        const __m512i at = _mm512_or_si512(_mm512_slli_epi32(_mm512_srli_epi32(here, 16), 9), low);
+        found = _mm512_mask_i32gather_epi32(found, all, at, t.many, 1);
+      }
     }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm512_cvtepi32_epi8(one));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm512_cvtepi32_epi8(found));
   }
   return x;
 }
@@ -384,7 +451,7 @@ HDIB DitherMono(const BITMAPINFOHEADER* s, const BYTE* srcPalette, const BYTE* p
           int x = 0;
 #if defined(__GNUC__) && defined(__x86_64__)
           if (wideTerms) {
-            x = LuminanceRowWide(p, w, terms8, wr, &l, &m);
+            x = TermSumRowWide(p, w, terms8, wr, &l, &m);
             p += static_cast<std::size_t>(x) * 3;
           }
 #endif
@@ -506,12 +573,12 @@ HDIB DitherDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*
 
 namespace {
 
-// The quick form of the nearest-colour remap of a true-colour image: the
-// boxes of 4 levels a side that the picture uses are found first, every
-// colour of those boxes is answered once (as Find answers it), and the pixels
-// then read their answers from that table. False when it does not apply.
-bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const NearestColour& nearest) {
-  if (!FastPaths() || !nearest.hasCells() || bits == 1) return false;
+// The quick form of the nearest-colour remap of a true-colour image where
+// rows cannot be done sixteen pixels at a time: the boxes of 4 levels a side
+// that the picture uses are found first, every colour of those boxes is
+// answered once (as Find answers it), and the pixels then read their answers
+// from that table. False when memory runs out.
+bool RemapThroughBoxes(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const NearestColour& nearest) {
   const int w = s->biWidth, h = s->biHeight, step = s->biBitCount / 8;
   constexpr int kBoxes = 1 << 18;
   auto rowOf = [&](int y) { return DibBits(s) + DibStride(s) * static_cast<std::size_t>(y); };
@@ -520,10 +587,8 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
   std::unique_ptr<std::atomic<BYTE>[]> used(new (std::nothrow) std::atomic<BYTE>[kBoxes]);
   if (!used) return false;
   for (int b = 0; b < kBoxes; ++b) used[b].store(0, std::memory_order_relaxed);
-  const bool wide = step == 3 && RemapWideAvailable();
   ProgressStage stage(0.0, 0.2);
   ParallelBands(h, kBand, [&](int y0, int y1) {
-    std::vector<std::uint32_t> rowBoxes(wide ? static_cast<std::size_t>(w) : 0);
     for (int y = y0; y < y1; ++y) {
       const BYTE* row = rowOf(y);
       // Looked at before it is set, so that the cores rarely write the same line.
@@ -531,14 +596,7 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
         std::atomic<BYTE>& u = used[box];
         if (!u.load(std::memory_order_relaxed)) u.store(1, std::memory_order_relaxed);
       };
-      int x = 0;
-#if defined(__GNUC__) && defined(__x86_64__)
-      if (wide) {
-        x = RowBoxesWide(row, w, rowBoxes.data());
-        for (int i = 0; i < x; ++i) mark(static_cast<int>(rowBoxes[static_cast<std::size_t>(i)]));
-      }
-#endif
-      for (; x < w; ++x) mark(boxOf(row + static_cast<std::size_t>(x) * step));
+      for (int x = 0; x < w; ++x) mark(boxOf(row + static_cast<std::size_t>(x) * step));
     }
   });
   try {
@@ -574,8 +632,7 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
     return false;
   }
   std::vector<BYTE> table;
-  // Three bytes to spare: the wide form reads a word at each answer.
-  if (!Resize(table, mixed.size() * 64 + 3)) return false;
+  if (!Resize(table, mixed.size() * 64)) return false;
   BYTE* answers = table.data();
   ParallelBands(static_cast<int>(mixed.size()), 256, [&](int i0, int i1) {
     for (int i = i0; i < i1; ++i) {
@@ -596,17 +653,233 @@ bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits,
         return answers[static_cast<std::size_t>(one - kMixed) << 6 | (r & 3) << 4 | (g & 3) << 2 | (b & 3)];
       };
       if (bits == 8 && step == 3) {
-        int x = 0;
-#if defined(__GNUC__) && defined(__x86_64__)
-        if (wide) x = RemapRowWide(row, w, single.data(), answers, orow);
-#endif
-        for (; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
+        for (int x = 0; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
         continue;
       }
       for (int x = 0; x < w; ++x) PutIndex(orow, x, bits, answer(row + static_cast<std::size_t>(x) * step));
     }
   });
   return true;
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+// The quick form of the nearest-colour remap of a 24-bit image to 8 bits
+// where rows can be done sixteen pixels at a time: the
+// blocks of 8 levels a side that the picture uses are found first, and each
+// keeps a short list of entries holding every answer in it (as Find answers
+// them). The pixels then take the first nearest of their block's list, which
+// is what Find gives: the first nearest entry of the whole palette is in the
+// list, and any other as near comes after it. False when it does not apply.
+bool RemapThroughBlocks(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, const BYTE* palette, int entries,
+                        const NearestColour& nearest) {
+  const int w = s->biWidth, h = s->biHeight;
+  constexpr int kBlocks = 1 << 15, kWords = kBlocks / 64;
+  constexpr std::uint32_t kMany = BlockAnswers::kMany;
+  auto rowOf = [&](int y) { return DibBits(s) + DibStride(s) * static_cast<std::size_t>(y); };
+  auto blockOf = [](const BYTE* p) { return ((p[2] >> 3) << 10) | ((p[1] >> 3) << 5) | (p[0] >> 3); };
+  // The used blocks, one bit each. Each run of rows marks a byte per block of
+  // its own (plain stores, in 32 KB that stay in the nearest cache) and then
+  // joins them to the shared bits.
+  std::unique_ptr<std::atomic<std::uint64_t>[]> used(new (std::nothrow) std::atomic<std::uint64_t>[kWords]);
+  if (!used) return false;
+  for (int i = 0; i < kWords; ++i) used[i].store(0, std::memory_order_relaxed);
+  ProgressStage stage(0.0, 0.2);
+  ParallelBands(h, kBand, [&](int y0, int y1) {
+    std::vector<BYTE> mine(kBlocks);
+    std::vector<std::uint32_t> rowBlocks(static_cast<std::size_t>(w));
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* row = rowOf(y);
+      int x = RowBlocksWide(row, w, rowBlocks.data());
+      for (int i = 0; i < x; ++i) mine[rowBlocks[static_cast<std::size_t>(i)]] = 1;
+      for (; x < w; ++x) mine[static_cast<std::size_t>(blockOf(row + 3 * static_cast<std::size_t>(x)))] = 1;
+    }
+    for (int i = 0; i < kWords; ++i) {
+      std::uint64_t bits = 0;
+      for (int k = 0; k < 64; ++k) bits |= std::uint64_t{mine[64 * static_cast<std::size_t>(i) + k]} << k;
+      if (bits) used[i].fetch_or(bits, std::memory_order_relaxed);
+    }
+  });
+  std::vector<int> blocks;
+  try {
+    for (int i = 0; i < kWords; ++i)
+      for (std::uint64_t m = used[i].load(std::memory_order_relaxed); m; m &= m - 1)
+        blocks.push_back(64 * i + __builtin_ctzll(m));
+  } catch (...) {
+    return false;
+  }
+  stage.Move(0.2, 0.5);
+  std::vector<std::uint32_t> sets;
+  if (!Resize(sets, kBlocks)) return false;
+  // Three bytes to spare: the wide form reads a word at each answer. The
+  // places are taken as the blocks are answered, so their order varies from
+  // run to run, but not what they hold.
+  std::unique_ptr<BYTE[]> many(new (std::nothrow) BYTE[blocks.size() * 512 + 3]);
+  if (!many) return false;
+  std::atomic<std::uint32_t> manyCount{0};
+  ParallelBands(static_cast<int>(blocks.size()), 64, [&](int i0, int i1) {
+    alignas(64) BYTE a[8][64];
+    for (int i = i0; i < i1; ++i) {
+      const int block = blocks[static_cast<std::size_t>(i)];
+      const int r0 = (block >> 10) << 3, g0 = ((block >> 5) & 31) << 3, b0 = (block & 31) << 3;
+      // Any list that holds every answer of the block will do, as the pixels
+      // take the first nearest of the list: the entries that can be nearest
+      // somewhere in the block, then the union of those of its eight boxes of
+      // 4 levels, and only then the answers themselves.
+      BYTE kept[256], boxKept[8][256];
+      const int n = nearest.Candidates(r0, g0, b0, 8, kept);
+      auto keep = [&](const BYTE* seen, const BYTE* list, int count) {
+        BYTE marked[4];
+        if (seen) {  // the list is the marked entries
+          BYTE* l = marked;
+          count = 0;
+          for (int v = 0; v < 256; v += 8) {
+            std::uint64_t eight;
+            std::memcpy(&eight, seen + v, 8);
+            for (int k = 0; eight && k < 8; ++k)
+              if (seen[v + k] && count++ < 4) *l++ = static_cast<BYTE>(v + k);
+          }
+          list = marked;
+        }
+        if (count > 4) return false;
+        std::uint32_t set = 0;
+        for (int k = 0; k < 4; ++k) set |= std::uint32_t{list[std::min(k, count - 1)]} << (8 * k);
+        sets[static_cast<std::size_t>(block)] = set;
+        return true;
+      };
+      if (keep(nullptr, kept, n)) continue;
+      BYTE seen[256] = {};  // plain stores below: none waits on another
+      int boxCount[8];
+      for (int q = 0; q < 8; ++q) {
+        boxCount[q] = nearest.Candidates(r0 + (q & 4), g0 + 2 * (q & 2), b0 + 4 * (q & 1), 4, boxKept[q], kept, n);
+        for (int k = 0; k < boxCount[q]; ++k) seen[boxKept[q][k]] = 1;
+      }
+      if (keep(seen, nullptr, 0)) continue;
+      std::memset(seen, 0, sizeof seen);
+      for (int q = 0; q < 8; ++q) {
+        nearest.FillBox(r0 + (q & 4), g0 + 2 * (q & 2), b0 + 4 * (q & 1), a[q], boxKept[q], boxCount[q]);
+        for (int k = 0; k < 64; ++k) seen[a[q][k]] = 1;
+      }
+      if (keep(seen, nullptr, 0)) continue;
+      // Of at most 32768 blocks: the place's top byte is never 255, which
+      // would read as a list of one answer.
+      const std::uint32_t at = manyCount.fetch_add(1, std::memory_order_relaxed);
+      sets[static_cast<std::size_t>(block)] = kMany | at << 16;
+      BYTE* m = many.get() + static_cast<std::size_t>(at) * 512;
+      for (int q = 0; q < 8; ++q)
+        for (int k = 0; k < 64; ++k)
+          m[(((q & 4) | (k >> 4)) << 6) | ((((q & 2) << 1) | ((k >> 2) & 3)) << 3) | (((q & 1) << 2) | (k & 3))] =
+              a[q][k];
+    }
+  });
+  BlockAnswers t{sets.data(), many.get(), nullptr, {}};
+  nearest.Weights(t.weight);
+  BYTE channels[3][256];
+  for (int i = 0; i < 256; ++i)
+    for (int c = 0; c < 3; ++c) channels[c][i] = i < entries ? palette[3 * i + c] : 0;
+  t.channels = &channels[0][0];
+  stage.Move(0.5, 1.0);
+  ParallelBands(h, kBand, [&](int y0, int y1) {
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* row = rowOf(y);
+      BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
+      auto answer = [&](const BYTE* p) {
+        const int r = p[2], g = p[1], b = p[0];
+        const std::uint32_t set = sets[static_cast<std::size_t>((r >> 3) << 10 | (g >> 3) << 5 | (b >> 3))];
+        if ((set & 0xFF) == set >> 24) return static_cast<BYTE>(set);  // one answer throughout
+        if ((set & 0xFFFF) == kMany)
+          return many[static_cast<std::size_t>(set >> 16) << 9 | (r & 7) << 6 | (g & 7) << 3 | (b & 7)];
+        int best = 0x7FFFFFFF, found = 0;
+        for (int k = 0; k < 4; ++k) {  // in index order: the first minimum wins
+          const int i = (set >> (8 * k)) & 0xFF;
+          const int dr = channels[0][i] - r, dg = channels[1][i] - g, db = channels[2][i] - b;
+          const int d = t.weight[0] * dr * dr + t.weight[1] * dg * dg + t.weight[2] * db * db;
+          if (d < best) best = d, found = i;
+        }
+        return static_cast<BYTE>(found);
+      };
+      int x = RemapRowWide(row, w, t, orow);
+      for (; x < w; ++x) orow[x] = answer(row + 3 * static_cast<std::size_t>(x));
+    }
+  });
+  return true;
+}
+#endif
+
+// The quick forms of the nearest-colour remap of a true-colour image. False
+// when they do not apply.
+bool RemapThroughCells(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const BYTE* palette, int entries,
+                       const NearestColour& nearest) {
+  if (!FastPaths() || !nearest.hasCells() || bits == 1) return false;
+#if defined(__GNUC__) && defined(__x86_64__)
+  if (bits == 8 && s->biBitCount == 24 && RemapWideAvailable())
+    return RemapThroughBlocks(s, o, palette, entries, nearest);
+#else
+  (void)palette, (void)entries;
+#endif
+  return RemapThroughBoxes(s, o, bits, nearest);
+}
+
+// A palette of every combination of some red, green and blue levels, indexed
+// red over green over blue (the fixed cubes), answers channel by channel: the
+// distance is one term per channel, so the nearest entries are those whose
+// levels are each nearest, and the first of them in index order has the first
+// nearest level of each channel. Entries past the cube must repeat one in it,
+// so they never come first. Fills the index parts for each channel value (red,
+// green, blue; their sum is an index, below 256); false for any other palette.
+bool CubeTerms(const BYTE* palette, int count, BYTE terms[3][256]) {
+  auto at = [palette](int i, int c) { return int{palette[3 * i + c]}; };
+  int blues = 1, greens = 1;  // entries per green level, per red level
+  while (blues < count && at(blues, 0) == at(0, 0) && at(blues, 1) == at(0, 1)) ++blues;
+  while (greens < count && at(greens, 0) == at(0, 0)) ++greens;
+  if (greens % blues) return false;
+  const int perRed = greens;
+  auto fits = [&](int i) {
+    const int r = i / perRed, g = i % perRed / blues, b = i % blues;
+    return at(i, 0) == at(r * perRed, 0) && at(i, 1) == at(g * blues, 1) && at(i, 2) == at(b, 2);
+  };
+  int reds = 0;
+  for (; (reds + 1) * perRed <= count; ++reds) {
+    bool all = true;
+    for (int i = reds * perRed; all && i < (reds + 1) * perRed; ++i) all = fits(i);
+    if (!all) break;
+  }
+  if (reds == 0) return false;
+  const int levels[3] = {reds, perRed / blues, blues}, stride[3] = {perRed, blues, 1};
+  for (int c = 0; c < 3; ++c)
+    for (int v = 0; v < 256; ++v) {
+      int best = 0x7FFFFFFF, index = 0;
+      for (int k = 0; k < levels[c]; ++k) {
+        const int d = std::abs(at(k * stride[c], c) - v);
+        if (d < best) best = d, index = k;
+      }
+      terms[c][v] = static_cast<BYTE>(index * stride[c]);
+    }
+  for (int i = reds * perRed; i < count; ++i) {
+    const int j = terms[0][at(i, 0)] + terms[1][at(i, 1)] + terms[2][at(i, 2)];
+    if (at(j, 0) != at(i, 0) || at(j, 1) != at(i, 1) || at(j, 2) != at(i, 2)) return false;
+  }
+  return true;
+}
+
+// The remap of a true-colour image to a cube palette, by CubeTerms.
+void RemapThroughCube(const BITMAPINFOHEADER* s, BITMAPINFOHEADER* o, int bits, const BYTE terms[3][256]) {
+  const int w = s->biWidth, step = s->biBitCount / 8;
+  const bool wide = bits == 8 && step == 3 && RemapWideAvailable();
+  ParallelBands(s->biHeight, kBand, [&](int y0, int y1) {
+    for (int y = y0; y < y1; ++y) {
+      const BYTE* row = DibBits(s) + DibStride(s) * static_cast<std::size_t>(y);
+      BYTE* orow = DibBits(o) + DibStride(o) * static_cast<std::size_t>(y);
+      int x = 0;
+#if defined(__GNUC__) && defined(__x86_64__)
+      int lowest = 255, highest = 0;
+      if (wide) x = TermSumRowWide(row, w, terms, orow, &lowest, &highest);
+#endif
+      for (; x < w; ++x) {
+        const BYTE* p = row + static_cast<std::size_t>(x) * step;
+        PutIndex(orow, x, bits, terms[0][p[2]] + terms[1][p[1]] + terms[2][p[0]]);
+      }
+    }
+  });
 }
 
 }  // namespace
@@ -636,13 +909,20 @@ HDIB RemapDib(const HDIB& image, const BYTE* palette, int bits, int /*reserved*/
       monoOf[i] = Luminance(srcPalette[3 * i], srcPalette[3 * i + 1], srcPalette[3 * i + 2]) < 129 ? 0 : 1;
 
   bool failed = false;
+  if (FastPaths() && sbits > 8 && bits != 1) {
+    BYTE terms[3][256];
+    if (CubeTerms(palette, entries, terms)) {
+      RemapThroughCube(s, o, bits, terms);
+      return out;
+    }
+  }
   std::unique_ptr<NearestColour> shared;
   if (sbits > 8 && bits != 1) {
     shared.reset(new (std::nothrow)
                      NearestColour(palette, entries, NearestColour::kWeighted, static_cast<std::size_t>(w) * h));
     if (!shared || !shared->ok()) return nullptr;
   }
-  if (shared && RemapThroughCells(s, o, bits, *shared)) return out;
+  if (shared && RemapThroughCells(s, o, bits, palette, entries, *shared)) return out;
   ParallelBands(h, kBand, [&](int y0, int y1) {
     std::unique_ptr<NearestColour> nearest;
     if (shared) {

@@ -124,27 +124,34 @@ void FillBoxColours(int r0, int g0, int b0, const BYTE* candidates, int count, c
 
 }  // namespace
 
-void NearestColour::FillBox(int r0, int g0, int b0, BYTE* answers) const {
+int NearestColour::Candidates(int r0, int g0, int b0, int side, BYTE* kept, const BYTE* from, int count) const {
   // The box lies in one cell, and whichever entry is nearest to one of its
-  // colours is among that cell's candidates; pruning those by the cell rule
-  // on the box keeps it, and keeps the index order, so the first minimum
-  // still wins.
-  const int cell = ((r0 >> 4) << 8) | ((g0 >> 4) << 4) | (b0 >> 4);
-  const BYTE* c = cells_->entries.data() + cells_->start[cell];
-  const int count = static_cast<int>(cells_->start[cell + 1] - cells_->start[cell]);
+  // colours is among that cell's candidates (or those of a box holding it);
+  // pruning those by the cell rule on the box keeps it, and keeps the index
+  // order, so the first minimum still wins.
+  if (!from) {
+    const int cell = ((r0 >> 4) << 8) | ((g0 >> 4) << 4) | (b0 >> 4);
+    from = cells_->entries.data() + cells_->start[cell];
+    count = static_cast<int>(cells_->start[cell + 1] - cells_->start[cell]);
+  }
   alignas(64) int cr[256], cg[256], cb[256], least[256], most[256];
   const int padded = (count + 15) & ~15;
   for (int k = 0; k < padded; ++k) {
-    const int i = k < count ? c[k] : c[0];
+    const int i = k < count ? from[k] : from[0];
     cr[k] = pr_[i], cg[k] = pg_[i], cb[k] = pb_[i];
   }
-  BoxDistancesOf(r0, g0, b0, 4, cr, cg, cb, padded, wr_, wg_, wb_, least, most);
+  BoxDistancesOf(r0, g0, b0, side, cr, cg, cb, padded, wr_, wg_, wb_, least, most);
   int bound = 0x7FFFFFFF;
   for (int k = 0; k < count; ++k) bound = std::min(bound, most[k]);
-  BYTE kept[256];
   int n = 0;
   for (int k = 0; k < count; ++k)
-    if (least[k] <= bound) kept[n++] = c[k];
+    if (least[k] <= bound) kept[n++] = from[k];
+  return n;
+}
+
+void NearestColour::FillBox(int r0, int g0, int b0, BYTE* answers, const BYTE* from, int count) const {
+  BYTE kept[256];
+  const int n = Candidates(r0, g0, b0, 4, kept, from, count);
   FillBoxColours(r0, g0, b0, kept, n, pr_, pg_, pb_, wr_, wg_, wb_, answers);
 }
 

@@ -40,10 +40,18 @@ class NearestColour {
   }
   // Whether the cell lists were made (many lookups were announced).
   bool hasCells() const { return cells_ != nullptr; }
+  // The weights of red, green and blue in the distance.
+  void Weights(int w[3]) const { w[0] = wr_, w[1] = wg_, w[2] = wb_; }
   // The answers for the 64 colours of the box of 4 levels a side at (r0, g0,
   // b0) (multiples of 4), as Find gives them, at (r & 3) << 4 | (g & 3) << 2 |
   // (b & 3); needs the cells.
-  void FillBox(int r0, int g0, int b0, BYTE* answers) const;
+  // `from` (count entries in index order) may give a list to start from
+  // instead of the cell's: one from Candidates for a box holding this one.
+  void FillBox(int r0, int g0, int b0, BYTE* answers, const BYTE* from = nullptr, int count = 0) const;
+  // The entries that can be nearest to some colour of the box of `side`
+  // levels (4, 8 or 16) at (r0, g0, b0) (multiples of `side`), in index
+  // order, into `kept`; returns how many. Needs the cells.
+  int Candidates(int r0, int g0, int b0, int side, BYTE* kept, const BYTE* from = nullptr, int count = 0) const;
   // The plain scan over the palette in index order.
   int Scan(int r, int g, int b) const;
   // The same answer by a search outward from the colour's green level.

@@ -161,6 +161,11 @@ Outputs RunAll() {
   for (int o : {103, 104, 106, 109})
     out["large palette " + std::to_string(o)] = Digest(ConvertToPaletteStrategy(large, o));
   for (int o : {101, 103}) out["large mono " + std::to_string(o)] = Digest(ConvertToMonoStrategy(large, o));
+  for (int n : {2, 5, 7}) {  // cubes with repeated entries after them, one in another order
+    BYTE palette[768];
+    GetDefaultPalette(palette, nullptr, n);
+    out["large remap " + std::to_string(n)] = Digest(RemapDib(large, palette, 8, 0));
+  }
   RunCodecs("large", large, out);
   HDIB even = Picture(330, 40, 24, 8);  // halving takes plain pairs of pixels
   out["even resize 50"] = Digest(ResizeDib(even, 50));
