@@ -161,6 +161,7 @@ OCHREL_ROTATE_WIDE void RotateRow24Fused(const RotateFrame& f, double Y, int nw,
     __m512i above[2], below[2], word[2];
     __m512d fx[2], fy[2];
     unsigned inBits = 0, repeatedBits = 0;
+#pragma GCC unroll 2
     for (int part = 0; part < 2; ++part) {
       const __m512d X = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(x0 + 8 * part - f.hnw), lanes));
       const __m512d sx = _mm512_sub_pd(_mm512_add_pd(hw, _mm512_mul_pd(X, c)), ysn);
@@ -215,6 +216,7 @@ OCHREL_ROTATE_WIDE void RotateRow24Fused(const RotateFrame& f, double Y, int nw,
 #pragma GCC unroll 3
     for (int ch = 0; ch < 3; ++ch) {
       __m512 s[4];
+#pragma GCC unroll 4
       for (int n = 0; n < 4; ++n) s[n] = _mm512_cvtepi32_ps(_mm512_and_si512(_mm512_srli_epi32(q[n], 8 * ch), byte));
       const __m512 upper = _mm512_add_ps(s[0], _mm512_mul_ps(_mm512_sub_ps(s[1], s[0]), fxs));
       const __m512 lower = _mm512_add_ps(s[2], _mm512_mul_ps(_mm512_sub_ps(s[3], s[2]), fxs));
