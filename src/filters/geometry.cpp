@@ -157,7 +157,25 @@ OCHREL_ROTATE_WIDE void RotateRow24Fused(const RotateFrame& f, double Y, int nw,
   // those twelve-byte runs together.
   const __m512i pack = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
   const __m512i runs = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 3, 7, 11, 15);
+  // Where this row's samples lie in the source, for the prefetches.
+  const double rowX = f.hw - Y * f.sn, rowY = f.hh + Y * f.c;
   for (int x0 = 0; x0 < nw; x0 += 16) {
+    {
+      // The source lines of the samples four steps ahead: along a slanted
+      // line the processor does not foresee them, and waits on each.
+      const double X0 = x0 + 64 - f.hnw, X1 = X0 + 15;
+      const double ax = rowX + X0 * f.c, bx = rowX + X1 * f.c, ay = rowY + X0 * f.sn, by = rowY + X1 * f.sn;
+      const double x0s = std::max(0.0, std::min(ax, bx)), x1s = std::min(f.w - 2.0, std::max(ax, bx));
+      const double y0s = std::max(0.0, std::min(ay, by)), y1s = std::min(f.h - 2.0, std::max(ay, by));
+      if (x0s <= x1s && y0s <= y1s) {
+        const std::size_t from = 3 * static_cast<std::size_t>(x0s), to = 3 * static_cast<std::size_t>(x1s) + 5;
+        for (int r = static_cast<int>(y0s); r <= static_cast<int>(y1s) + 1; ++r) {
+          const BYTE* rowStart = f.bits + f.stride * static_cast<std::size_t>(f.h - 1 - r);
+          _mm_prefetch(reinterpret_cast<const char*>(rowStart + from), _MM_HINT_T0);
+          _mm_prefetch(reinterpret_cast<const char*>(rowStart + to), _MM_HINT_T0);
+        }
+      }
+    }
     __m512i above[2], below[2], word[2];
     __m512d fx[2], fy[2];
     unsigned inBits = 0, repeatedBits = 0;
