@@ -140,7 +140,6 @@ OCHREL_ROTATE_WIDE void RotateRow24Fused(const RotateFrame& f, double Y, int nw,
                                          std::size_t maskBytes) {
   const __m512d hw = _mm512_set1_pd(f.hw), c = _mm512_set1_pd(f.c), sn = _mm512_set1_pd(f.sn);
   const __m512d ysn = _mm512_set1_pd(Y * f.sn), hhyc = _mm512_set1_pd(f.hh + Y * f.c);
-  const __m512d left = _mm512_set1_pd(-2.0), right = _mm512_set1_pd(f.w + 1.0), top = _mm512_set1_pd(f.h + 1.0);
   const __m256i w = _mm256_set1_epi32(f.w), h = _mm256_set1_epi32(f.h), one = _mm256_set1_epi32(1);
   const __m256i zero = _mm256_setzero_si256(), lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
   const __m512i stride = _mm512_set1_epi64(static_cast<long long>(f.stride));
@@ -159,6 +158,9 @@ OCHREL_ROTATE_WIDE void RotateRow24Fused(const RotateFrame& f, double Y, int nw,
   const __m512i runs = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 3, 7, 11, 15);
   // Where this row's samples lie in the source, for the prefetches.
   const double rowX = f.hw - Y * f.sn, rowY = f.hh + Y * f.c;
+  // Whole numbers, so that stepping them is exact.
+  __m512d X = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(-f.hnw), lanes));
+  const __m512d eight = _mm512_set1_pd(8.0);
   for (int x0 = 0; x0 < nw; x0 += 16) {
     {
       // The source lines of the samples four steps ahead: along a slanted
@@ -181,14 +183,15 @@ OCHREL_ROTATE_WIDE void RotateRow24Fused(const RotateFrame& f, double Y, int nw,
     unsigned inBits = 0, repeatedBits = 0;
 #pragma GCC unroll 2
     for (int part = 0; part < 2; ++part) {
-      const __m512d X = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(x0 + 8 * part - f.hnw), lanes));
       const __m512d sx = _mm512_sub_pd(_mm512_add_pd(hw, _mm512_mul_pd(X, c)), ysn);
       const __m512d sy = _mm512_add_pd(hhyc, _mm512_mul_pd(X, sn));
-      const __mmask8 near = _mm512_cmp_pd_mask(sx, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sx, right, _CMP_LT_OQ) &
-                            _mm512_cmp_pd_mask(sy, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sy, top, _CMP_LT_OQ);
-      const __m256i a = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sx));
-      const __m256i b = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sy));
-      const __mmask8 in = near & _mm256_cmpge_epi32_mask(a, zero) & _mm256_cmplt_epi32_mask(a, w) &
+      X = _mm512_add_pd(X, eight);
+      // The per-pixel form's nearness test is implied by the range tests
+      // (far outside, truncation gives the indefinite integer, which fails
+      // them); samples outside get other weights, but on four equal values.
+      const __m256i a = _mm512_cvttpd_epi32(sx);
+      const __m256i b = _mm512_cvttpd_epi32(sy);
+      const __mmask8 in = _mm256_cmpge_epi32_mask(a, zero) & _mm256_cmplt_epi32_mask(a, w) &
                           _mm256_cmpge_epi32_mask(b, zero) & _mm256_cmplt_epi32_mask(b, h);
       const __mmask8 four = in & _mm256_cmplt_epi32_mask(_mm256_add_epi32(a, one), w) &
                             _mm256_cmplt_epi32_mask(_mm256_add_epi32(b, one), h);
