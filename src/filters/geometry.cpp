@@ -103,50 +103,104 @@ void RotateLerp(const int* __restrict A, const int* __restrict B, const int* __r
 // GCC's own headers start some conversions from an undefined vector.
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-// The whole row for 24-bit pixels, sixteen samples a step: RotatePositions'
-// and RotateLerp's very operations lane by lane, kept in registers, with the
-// bytes and mask nibbles stored straight from them. Pixel ix + 1's bytes are
-// read as the top three of the word at its second byte, so that no read
-// passes the row's end; for the first pixel of stored row 0 that word starts
-// in the header, which lies in the same block.
-__attribute__((target("avx512f,avx512dq,avx512vl,avx512bw,bmi2"))) void RotateRow24Fused(const RotateFrame& f, double Y,
-                                                                                         int nw, BYTE* D, BYTE* M) {
+#define OCHREL_ROTATE_WIDE __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw,bmi2")))
+
+// One channel of sixteen samples by Lerp4's own double operations; q holds
+// the four neighbours' pixel words (blue, green, red, any).
+OCHREL_ROTATE_WIDE inline __m512i LerpExact(const __m512i* q, int ch, const __m512d* fx, const __m512d* fy) {
+  const __m512i byte = _mm512_set1_epi32(255);
+  __m256i t[2];
+  for (int part = 0; part < 2; ++part) {
+    __m512d s[4];
+    for (int n = 0; n < 4; ++n) {
+      const __m512i v = _mm512_and_si512(_mm512_srli_epi32(q[n], 8 * ch), byte);
+      s[n] = _mm512_cvtepi32_pd(part ? _mm512_extracti64x4_epi64(v, 1) : _mm512_castsi512_si256(v));
+    }
+    const __m512d upper = _mm512_add_pd(s[0], _mm512_mul_pd(_mm512_sub_pd(s[1], s[0]), fx[part]));
+    const __m512d lower = _mm512_add_pd(s[2], _mm512_mul_pd(_mm512_sub_pd(s[3], s[2]), fx[part]));
+    t[part] = _mm512_cvttpd_epi32(
+        _mm512_add_pd(_mm512_add_pd(_mm512_set1_pd(0.5), upper), _mm512_mul_pd(_mm512_sub_pd(lower, upper), fy[part])));
+  }
+  return _mm512_inserti64x4(_mm512_castsi256_si512(t[0]), t[1], 1);
+}
+
+// The whole row for 24-bit pixels, sixteen samples a step. Positions, kinds
+// and weights are RotatePositions' very double operations, lane by lane. The
+// lerp runs in single precision, sixteen lanes wide: its error is below 7200
+// units of 2^-24 for weights in (-1, 1) and bytes (each rounding bounded by
+// the size of its operands), so where the float result lies further than
+// 2^-10 from a whole number it truncates as the exact value, and so as the
+// double form, does; a channel with any lane closer is redone in doubles.
+// Every byte of the row, padding and mask nibbles included, is written, so
+// the output may come uncleared. Pixel ix + 1's bytes are read as the top
+// three of the word at its second byte, so that no read passes the row's
+// end; for the first pixel of stored row 0 that word starts in the header,
+// which lies in the same block.
+OCHREL_ROTATE_WIDE void RotateRow24Fused(const RotateFrame& f, double Y, int nw, BYTE* D, BYTE* M, std::size_t rowBytes,
+                                         std::size_t maskBytes) {
   const __m512d hw = _mm512_set1_pd(f.hw), c = _mm512_set1_pd(f.c), sn = _mm512_set1_pd(f.sn);
   const __m512d ysn = _mm512_set1_pd(Y * f.sn), hhyc = _mm512_set1_pd(f.hh + Y * f.c);
-  const __m512d left = _mm512_set1_pd(-2.0), right = _mm512_set1_pd(f.w + 1.0), top = _mm512_set1_pd(f.h + 1.0);
-  const __m512d half = _mm512_set1_pd(0.5);
   const __m256i w = _mm256_set1_epi32(f.w), h = _mm256_set1_epi32(f.h), one = _mm256_set1_epi32(1);
   const __m256i zero = _mm256_setzero_si256(), lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
   const __m512i stride = _mm512_set1_epi64(static_cast<long long>(f.stride));
   const long long bgWord = f.background[0] | f.background[1] << 8 | f.background[2] << 16;
   const __m512i bgPair = _mm512_set1_epi64(bgWord << 16 | bgWord << 40);
-  const __m256i byte = _mm256_set1_epi32(255);
-  const __m512i five = _mm512_set1_epi64(5);
+  const __m512i byte = _mm512_set1_epi32(255), five = _mm512_set1_epi64(5);
+  const __m512 halfF = _mm512_set1_ps(0.5f), margin = _mm512_set1_ps(1.0f / 1024);
   // Rows 0 and 1 from their first byte: there is a second row whenever a
   // sample has four neighbours, and a row holds at least eight bytes then.
   const __m512i safe = _mm512_set1_epi64(static_cast<long long>(f.stride) + 2);
-  // Four pixel words of each 128-bit lane to its first twelve bytes.
+  // The low words of sixteen 64-bit lanes held in two vectors.
+  const __m512i lows = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+  // Four pixel words of each 128-bit lane to its first twelve bytes, then
+  // those twelve-byte runs together.
   const __m512i pack = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+  const __m512i runs = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 3, 7, 11, 15);
+  // Where this row's samples lie in the source, for the prefetches.
+  const double rowX = f.hw - Y * f.sn, rowY = f.hh + Y * f.c;
+  // Whole numbers, so that stepping them is exact.
+  __m512d X = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(-f.hnw), lanes));
+  const __m512d eight = _mm512_set1_pd(8.0);
   for (int x0 = 0; x0 < nw; x0 += 16) {
-    __m256i px[2];
-    unsigned inBits = 0;
+    {
+      // The source lines of the samples four steps ahead: along a slanted
+      // line the processor does not foresee them, and waits on each.
+      const double X0 = x0 + 64 - f.hnw, X1 = X0 + 15;
+      const double ax = rowX + X0 * f.c, bx = rowX + X1 * f.c, ay = rowY + X0 * f.sn, by = rowY + X1 * f.sn;
+      const double x0s = std::max(0.0, std::min(ax, bx)), x1s = std::min(f.w - 2.0, std::max(ax, bx));
+      const double y0s = std::max(0.0, std::min(ay, by)), y1s = std::min(f.h - 2.0, std::max(ay, by));
+      if (x0s <= x1s && y0s <= y1s) {
+        const std::size_t from = 3 * static_cast<std::size_t>(x0s), to = 3 * static_cast<std::size_t>(x1s) + 5;
+        for (int r = static_cast<int>(y0s); r <= static_cast<int>(y1s) + 1; ++r) {
+          const BYTE* rowStart = f.bits + f.stride * static_cast<std::size_t>(f.h - 1 - r);
+          _mm_prefetch(reinterpret_cast<const char*>(rowStart + from), _MM_HINT_T0);
+          _mm_prefetch(reinterpret_cast<const char*>(rowStart + to), _MM_HINT_T0);
+        }
+      }
+    }
+    __m512i above[2], below[2], word[2];
+    __m512d fx[2], fy[2];
+    unsigned inBits = 0, repeatedBits = 0;
+#pragma GCC unroll 2
     for (int part = 0; part < 2; ++part) {
-      const __m512d X = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(x0 + 8 * part - f.hnw), lanes));
       const __m512d sx = _mm512_sub_pd(_mm512_add_pd(hw, _mm512_mul_pd(X, c)), ysn);
       const __m512d sy = _mm512_add_pd(hhyc, _mm512_mul_pd(X, sn));
-      const __mmask8 near = _mm512_cmp_pd_mask(sx, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sx, right, _CMP_LT_OQ) &
-                            _mm512_cmp_pd_mask(sy, left, _CMP_GT_OQ) & _mm512_cmp_pd_mask(sy, top, _CMP_LT_OQ);
-      const __m256i a = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sx));
-      const __m256i b = _mm512_cvttpd_epi32(_mm512_maskz_mov_pd(near, sy));
-      const __mmask8 in = near & _mm256_cmpge_epi32_mask(a, zero) & _mm256_cmplt_epi32_mask(a, w) &
+      X = _mm512_add_pd(X, eight);
+      // The per-pixel form's nearness test is implied by the range tests
+      // (far outside, truncation gives the indefinite integer, which fails
+      // them); samples outside get other weights, but on four equal values.
+      const __m256i a = _mm512_cvttpd_epi32(sx);
+      const __m256i b = _mm512_cvttpd_epi32(sy);
+      const __mmask8 in = _mm256_cmpge_epi32_mask(a, zero) & _mm256_cmplt_epi32_mask(a, w) &
                           _mm256_cmpge_epi32_mask(b, zero) & _mm256_cmplt_epi32_mask(b, h);
       const __mmask8 four = in & _mm256_cmplt_epi32_mask(_mm256_add_epi32(a, one), w) &
                             _mm256_cmplt_epi32_mask(_mm256_add_epi32(b, one), h);
-      const __m512d fx = _mm512_sub_pd(sx, _mm512_cvtepi32_pd(a));
-      const __m512d fy = _mm512_sub_pd(sy, _mm512_cvtepi32_pd(b));
+      fx[part] = _mm512_sub_pd(sx, _mm512_cvtepi32_pd(a));
+      fy[part] = _mm512_sub_pd(sy, _mm512_cvtepi32_pd(b));
+      // Lanes whose row is out of range are not used: they read the safe word.
       const __m512i row = _mm512_cvtepi32_epi64(_mm256_sub_epi32(_mm256_sub_epi32(h, one), b));
-      const __m512i at = _mm512_add_epi64(_mm512_mullo_epi64(row, stride),
-                                          _mm512_cvtepi32_epi64(_mm256_mullo_epi32(a, _mm256_set1_epi32(3))));
+      const __m512i at = _mm512_add_epi64(_mm512_mul_epu32(row, stride),
+                                          _mm512_cvtepi32_epi64(_mm256_add_epi32(a, _mm256_slli_epi32(a, 1))));
       // Loads one by one: the gather instruction is slower here. Samples
       // without four neighbours read a safe word and take the background.
       alignas(64) long long where[8];
@@ -156,52 +210,61 @@ __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw,bmi2"))) void RotateRo
         std::memcpy(&up[l], f.bits + where[l] - 2, 8);
         std::memcpy(&down[l], f.bits + where[l] - 2 - f.stride, 8);
       }
-      const __m512i above = _mm512_mask_mov_epi64(bgPair, four, _mm512_loadu_si512(up));
-      const __m512i below = _mm512_mask_mov_epi64(bgPair, four, _mm512_loadu_si512(down));
-      __m256i q[4] = {
-          _mm512_cvtepi64_epi32(_mm512_srli_epi64(above, 16)), _mm512_cvtepi64_epi32(_mm512_srli_epi64(above, 40)),
-          _mm512_cvtepi64_epi32(_mm512_srli_epi64(below, 16)), _mm512_cvtepi64_epi32(_mm512_srli_epi64(below, 40))};
+      above[part] = _mm512_mask_mov_epi64(bgPair, four, _mm512_loadu_si512(up));
+      below[part] = _mm512_mask_mov_epi64(bgPair, four, _mm512_loadu_si512(down));
       // At the last column or row: the one pixel for all four, read as the top
       // three bytes of the word ending with it.
       const __mmask8 repeated = in & ~four;
-      if (repeated) {
-        const __m512i word =
-            _mm512_mask_i64gather_epi64(_mm512_setzero_si512(), repeated, _mm512_sub_epi64(at, five), f.bits, 1);
-        const __m256i p = _mm512_cvtepi64_epi32(_mm512_srli_epi64(word, 40));
-        for (auto& v : q) v = _mm256_mask_mov_epi32(v, repeated, p);
-      }
-      __m256i out = zero;
-      for (int ch = 0; ch < 3; ++ch) {
-        __m512d s[4];
-        for (int n = 0; n < 4; ++n) s[n] = _mm512_cvtepi32_pd(_mm256_and_si256(_mm256_srli_epi32(q[n], 8 * ch), byte));
-        const __m512d upper = _mm512_add_pd(s[0], _mm512_mul_pd(_mm512_sub_pd(s[1], s[0]), fx));
-        const __m512d lower = _mm512_add_pd(s[2], _mm512_mul_pd(_mm512_sub_pd(s[3], s[2]), fx));
-        const __m512d v = _mm512_add_pd(_mm512_add_pd(half, upper), _mm512_mul_pd(_mm512_sub_pd(lower, upper), fy));
-        out = _mm256_or_si256(out, _mm256_slli_epi32(_mm256_and_si256(_mm512_cvttpd_epi32(v), byte), 8 * ch));
-      }
-      px[part] = out;
+      word[part] = _mm512_setzero_si512();
+      if (repeated)
+        word[part] = _mm512_mask_i64gather_epi64(word[part], repeated, _mm512_sub_epi64(at, five), f.bits, 1);
       inBits |= static_cast<unsigned>(in) << (8 * part);
+      repeatedBits |= static_cast<unsigned>(repeated) << (8 * part);
     }
-    const __m512i packed = _mm512_shuffle_epi8(_mm512_inserti64x4(_mm512_castsi256_si512(px[0]), px[1], 1), pack);
+    // The neighbours' pixel words, sixteen lanes: A and B from the row above,
+    // C and D from the row below.
+    __m512i q[4] = {_mm512_permutex2var_epi32(_mm512_srli_epi64(above[0], 16), lows, _mm512_srli_epi64(above[1], 16)),
+                    _mm512_permutex2var_epi32(_mm512_srli_epi64(above[0], 40), lows, _mm512_srli_epi64(above[1], 40)),
+                    _mm512_permutex2var_epi32(_mm512_srli_epi64(below[0], 16), lows, _mm512_srli_epi64(below[1], 16)),
+                    _mm512_permutex2var_epi32(_mm512_srli_epi64(below[0], 40), lows, _mm512_srli_epi64(below[1], 40))};
+    if (repeatedBits) {
+      const __m512i p = _mm512_permutex2var_epi32(_mm512_srli_epi64(word[0], 40), lows, _mm512_srli_epi64(word[1], 40));
+      for (auto& v : q) v = _mm512_mask_mov_epi32(v, static_cast<__mmask16>(repeatedBits), p);
+    }
+    const __m512 fxs = _mm512_insertf32x8(_mm512_castps256_ps512(_mm512_cvtpd_ps(fx[0])), _mm512_cvtpd_ps(fx[1]), 1);
+    const __m512 fys = _mm512_insertf32x8(_mm512_castps256_ps512(_mm512_cvtpd_ps(fy[0])), _mm512_cvtpd_ps(fy[1]), 1);
+    __m512i t[3];
+#pragma GCC unroll 3
+    for (int ch = 0; ch < 3; ++ch) {
+      __m512 s[4];
+#pragma GCC unroll 4
+      for (int n = 0; n < 4; ++n) s[n] = _mm512_cvtepi32_ps(_mm512_and_si512(_mm512_srli_epi32(q[n], 8 * ch), byte));
+      const __m512 upper = _mm512_add_ps(s[0], _mm512_mul_ps(_mm512_sub_ps(s[1], s[0]), fxs));
+      const __m512 lower = _mm512_add_ps(s[2], _mm512_mul_ps(_mm512_sub_ps(s[3], s[2]), fxs));
+      const __m512 v = _mm512_add_ps(_mm512_add_ps(halfF, upper), _mm512_mul_ps(_mm512_sub_ps(lower, upper), fys));
+      // v less its nearest whole number.
+      const __m512 off = _mm512_abs_ps(_mm512_reduce_ps(v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+      t[ch] = _mm512_cmp_ps_mask(off, margin, _CMP_LT_OQ) ? LerpExact(q, ch, fx, fy) : _mm512_cvttps_epi32(v);
+    }
+    // Blue | green << 8 | red << 16, each to its low byte; the top byte is dropped.
+    const __m512i bg = _mm512_ternarylogic_epi32(_mm512_set1_epi32(0xff), t[0], _mm512_slli_epi32(t[1], 8), 0xca);
+    const __m512i px = _mm512_ternarylogic_epi32(_mm512_set1_epi32(0xffff), bg, _mm512_slli_epi32(t[2], 16), 0xca);
+    const __m512i packed = _mm512_permutexvar_epi32(runs, _mm512_shuffle_epi8(px, pack));
     const int n = std::min(16, nw - x0);
-    BYTE* d = D + 3 * static_cast<std::size_t>(x0);
-    if (n == 16) {
-      _mm_mask_storeu_epi8(d, 0xfff, _mm512_castsi512_si128(packed));
-      _mm_mask_storeu_epi8(d + 12, 0xfff, _mm512_extracti32x4_epi32(packed, 1));
-      _mm_mask_storeu_epi8(d + 24, 0xfff, _mm512_extracti32x4_epi32(packed, 2));
-      _mm_mask_storeu_epi8(d + 36, 0xfff, _mm512_extracti32x4_epi32(packed, 3));
-    } else {
-      alignas(64) BYTE t[64];
-      _mm512_store_si512(t, packed);
-      for (int k = 0; k < n; ++k) std::memcpy(d + 3 * k, t + 16 * (k / 4) + 3 * (k % 4), 3);
-      inBits &= (1u << n) - 1;
-    }
+    _mm512_mask_storeu_epi8(D + 3 * static_cast<std::size_t>(x0), (1ull << (3 * n)) - 1, packed);
+    inBits &= (1u << n) - 1;
     // Pixel 2j's flag to bit 4 of byte j, pixel 2j + 1's to bit 0.
     const unsigned swapped = ((inBits & 0x5555u) << 1) | ((inBits >> 1) & 0x5555u);
     const std::uint64_t nibbles = _pdep_u64(swapped, 0x1111111111111111ull);
     BYTE* m = M + (x0 >> 1);
-    for (int j = 0; j < (n + 1) / 2; ++j) m[j] |= static_cast<BYTE>(nibbles >> (8 * j));
+    if (n == 16) std::memcpy(m, &nibbles, 8);
+    else
+      for (int j = 0; j < (n + 1) / 2; ++j) m[j] = static_cast<BYTE>(nibbles >> (8 * j));
   }
+  // The rows' padding.
+  const std::size_t used = 3 * static_cast<std::size_t>(nw), maskUsed = (static_cast<std::size_t>(nw) + 1) / 2;
+  std::memset(D + used, 0, rowBytes - used);
+  std::memset(M + maskUsed, 0, maskBytes - maskUsed);
 }
 
 #pragma GCC diagnostic pop
@@ -222,9 +285,6 @@ void RotateRowQuick(const RotateFrame& f, int y, int nw, BYTE* D, BYTE* M) {
   alignas(64) double fx[kRotateChunk], fy[kRotateChunk];
   alignas(64) int ix[kRotateChunk], iy[kRotateChunk], q[4][3][kRotateChunk], v[3][kRotateChunk];
   BYTE kind[kRotateChunk];
-#if defined(__GNUC__) && defined(__x86_64__)
-  if (ch == 3 && RotateWideAvailable()) return RotateRow24Fused(f, Y, nw, D, M);
-#endif
   for (int x0 = 0; x0 < nw; x0 += kRotateChunk) {
     const int n = std::min(kRotateChunk, nw - x0);
     RotatePositions(f, Y, x0, ix, iy, fx, fy, kind);
@@ -278,12 +338,15 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, COLORREF background, FI
   const double c = std::cos(radians), sn = std::sin(radians);
   int nw = w, nh = h;
   if (!param->FilterRotatePreserve && !RotatedSize(w, h, c, sn, &nw, &nh)) return nullptr;
-  HDIB out = filterutil::CreateLike(s, nw, nh);
+  const bool quick = FastPaths() && interpolate && (bits == 8 || bits == 24);
+  // The wide form writes every byte of both.
+  const bool wide = quick && bits == 24 && RotateWideAvailable();
+  HDIB out = wide ? CreateDibUncleared(nw, nh, nullptr, 24) : filterutil::CreateLike(s, nw, nh);
   BITMAPINFOHEADER* o = LockDib(out);
   if (!o) return nullptr;
   BYTE maskPalette[768];
   GetDefaultPalette(maskPalette, nullptr, 0);
-  HDIB mask = CreateDib(nw, nh, maskPalette, 4);
+  HDIB mask = wide ? CreateDibUncleared(nw, nh, maskPalette, 4) : CreateDib(nw, nh, maskPalette, 4);
   BITMAPINFOHEADER* m = LockDib(mask);
   if (!m) return nullptr;
 
@@ -337,7 +400,6 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, COLORREF background, FI
       PutDibPixel(o, x, y, v);
     }
   };
-  const bool quick = FastPaths() && interpolate && (bits == 8 || bits == 24);
   const RotateFrame frame{w,
                           h,
                           hw,
@@ -353,6 +415,12 @@ HDIB FreeRotateImageFilter(const HDIB& image, int angle, COLORREF background, FI
     for (int y = y0; y < y1; ++y) {
       BYTE* D = DibRow(o, y);
       BYTE* M = DibRow(m, y);
+#if defined(__GNUC__) && defined(__x86_64__)
+      if (wide) {
+        RotateRow24Fused(frame, y - hnh, nw, D, M, DibStride(o), DibStride(m));
+        continue;
+      }
+#endif
       if (quick) {
         RotateRowQuick(frame, y - hnh, nw, D, M);
         continue;

@@ -183,6 +183,20 @@ Outputs RunAll() {
   out["big truecolour"] = afterUse([&] { return ConvertToTrueColour(big); });
   for (const char* name : {"Invert Colours", "Solarize"})
     out[std::string("big ") + name] = afterUse([&] { return ApplyFilter(big, FindFilterType(name)); });
+  // The turn, image and mask each made in a used block; at 41 degrees both
+  // are kept blocks and have rows with padding and an odd last pixel.
+  for (int angle : {17, 41}) {
+    const std::string name = "big Rotate " + std::to_string(angle);
+    HDIB mask;
+    auto turn = [&] {
+      return ApplyFilter(big, FindFilterType("Rotate"), &FILTERPARAM::FilterRotateAngle, angle, &mask);
+    };
+    if (HDIB used = turn())
+      std::memset(used->data(), 0xFF, used->size()), std::memset(mask->data(), 0xFF, mask->size());
+    mask.reset();
+    out[name] = Digest(turn());
+    out[name + " mask"] = Digest(mask);
+  }
   return out;
 }
 
