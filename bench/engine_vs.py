@@ -107,8 +107,9 @@ def vips_rows(path, runs):
         result = GObject.Object.get_property(built, "out")
         built.unref_outputs()
         result.write_to_memory()
+    run("copy")  # the first run also sets up vips's own buffers and threads
     copy = best(lambda: run("copy"), runs)
-    rows = [("(vips copy)", "vips", copy)]
+    rows = []
     matrix = lambda m: Vips.Image.new_matrix_from_array(3, 3, [float(v) for v in m])
     emb, shp = matrix([-1, -1, 0, -1, 0, 1, 0, 1, 1]), matrix([-1, -1, -1, -1, 9, -1, -1, -1, -1])
     for name, op, props in [
@@ -124,13 +125,16 @@ def vips_rows(path, runs):
             ("Resize 173 %", "resize", {"scale": 1.73}),
             ("Gaussian Blur sigma 5", "gaussblur", {"sigma": 5.0})]:
         try:
-            t = best(lambda: run(op, **props), runs) - copy
+            t = best(lambda: run(op, **props), runs)
         except Exception as e:
             print(f"# {name} vips: {e}", file=sys.stderr)
             continue
-        if t > 0:  # at or below zero it is lost in the noise of the copy
-            rows.append((name, "vips", t))
-    return rows
+        rows.append((name, t))
+    # The copy again at the end, its least of both: the same conditions as the
+    # operations had.
+    copy = min(copy, best(lambda: run("copy"), runs))
+    # At or below zero an operation is lost in the noise of the copy.
+    return [("(vips copy)", "vips", copy)] + [(n, "vips", t - copy) for n, t in rows if t - copy > 0]
 
 if __name__ == "__main__":
     if sys.argv[1] == "picture":
